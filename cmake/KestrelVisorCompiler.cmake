@@ -1,0 +1,28 @@
+# How our own code is compiled: ccache when present, warnings, sanitizers, coverage.
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  # Precompiled headers need these; the base folder lets checkouts in other places share the cache.
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+      CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+      CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE_PROGRAM})
+endif()
+
+add_library(kestrelvisor_warnings INTERFACE)
+target_compile_options(kestrelvisor_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${KESTRELVISOR_WERROR}>:-Werror>)
+
+# gdb and valgrind read these tables from either compiler.
+add_compile_options($<$<CXX_COMPILER_ID:Clang>:-gdwarf-4>)
+add_compile_options(-fstack-protector-strong)
+add_link_options(-Wl,-z,relro,-z,now)
+
+if(KESTRELVISOR_SANITIZE)
+  add_compile_options(-fsanitize=${KESTRELVISOR_SANITIZE} -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${KESTRELVISOR_SANITIZE})
+endif()
+if(KESTRELVISOR_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()

@@ -1,0 +1,27 @@
+# kestrelvisor_test(name [LABEL label] SOURCES file... [LIBRARIES target...])
+#
+# One test binary whose cases ctest lists one by one, by suite and behaviour.
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+# The headers that every test includes are parsed once. The owner is an executable, because a
+# precompiled header serves only units compiled as its owner is.
+add_executable(kestrelvisor_test_headers ${PROJECT_SOURCE_DIR}/tests/support/test_headers.cpp)
+target_link_libraries(kestrelvisor_test_headers PRIVATE GTest::gmock GTest::gtest_main
+                      kestrelvisor_warnings)
+target_include_directories(kestrelvisor_test_headers PRIVATE ${PROJECT_SOURCE_DIR})
+target_precompile_headers(kestrelvisor_test_headers PRIVATE
+  ${PROJECT_SOURCE_DIR}/tests/support/test_headers.h)
+
+function(kestrelvisor_test name)
+  cmake_parse_arguments(arg "" "LABEL" "SOURCES;LIBRARIES" ${ARGN})
+  if(NOT arg_LABEL)
+    set(arg_LABEL unit)
+  endif()
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main
+                        kestrelvisor_warnings)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_precompile_headers(${name} REUSE_FROM kestrelvisor_test_headers)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${arg_LABEL} TIMEOUT 120)
+endfunction()

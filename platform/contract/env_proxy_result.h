@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <string>
+#include <utility>
+
+// Outcome of one operation: 0 success, any other number a failure.
+using EnvProxyStatus = std::int32_t;
+
+// One detail of a result.
+struct message {
+  std::uint64_t detailId = 0;
+  std::list<std::string> detailParams;
+};
+
+// What an operation hands back to the host.
+struct EnvProxyResult {
+  EnvProxyStatus status = 0;
+  std::list<message> details;
+  std::string text;                   // unused by this engine
+  std::list<message> furtherDetails;  // unused by this engine
+
+  // Appends one message with three parameters to details.
+  void AddDetail(unsigned long id, std::string first, std::string second, std::string third) {
+    message& detail = details.emplace_back();
+    detail.detailId = id;
+    detail.detailParams.push_back(std::move(first));
+    detail.detailParams.push_back(std::move(second));
+    detail.detailParams.push_back(std::move(third));
+  }
+};

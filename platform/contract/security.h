@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// A string that overwrites its characters when it ends or gets a new value.
+class SecString {
+ public:
+  SecString() = default;
+  ~SecString();
+  SecString(const SecString&) = delete;
+  SecString& operator=(const SecString&) = delete;
+
+  void assign(std::string_view text);
+
+  // The caller wipes what it takes.
+  operator std::string() const { return value_; }  // NOLINT(google-explicit-constructor)
+
+ private:
+  std::string value_;
+};
+
+// The host's security library.
+class SecuritySS {
+ public:
+  // Sets the TLS options of a libcurl easy handle. cert is the certificate text of the request; what
+  // an empty text stands for is the host's policy.
+  //
+  // Called before each HTTPS exchange, also for the logouts at process exit.
+  static void enrichSSL(void* curl, std::string& cert);
+
+  // Decrypts a password of a request.
+  //
+  // Returns 0, or a non-zero number when cipher cannot be decrypted; plain is then empty.
+  static int KmcDecryptInfo(const std::string& cipher, SecString& plain);
+};
+
+// Returns a copy of text without tokens, passwords, keys and session ids, fit for the log. It may
+// be called at any time, process exit included.
+std::string WipeSensitiveData(const std::string& text);
