@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <string_view>
 
 namespace kestrelvisor {
@@ -10,6 +11,20 @@ inline constexpr std::string_view kModuleTag = "KestrelVisorEngine";
 inline constexpr std::string_view kApiTag = "KESTRELVISOR_API";
 inline constexpr std::string_view kDiskLibTag = "VIRDISKLIB_API";
 inline constexpr std::string_view kEnvEngineTag = "EnvEngine";
+
+// Kinds of object, in KestrelVisorObj and on tree nodes. This engine makes hosts, clusters and
+// machines; hosts of this family know the other kinds too, and the scan and the reply tell them
+// apart.
+inline constexpr std::int32_t kKindGroup = 4;
+inline constexpr std::int32_t kKindHost = 5;
+inline constexpr std::int32_t kKindCluster = 6;
+inline constexpr std::int32_t kKindMachine = 7;
+inline constexpr std::int32_t kKind9 = 9;
+inline constexpr std::int32_t kKind12 = 12;
+inline constexpr std::int32_t kKind13 = 13;
+inline constexpr std::int32_t kKind14 = 14;
+inline constexpr std::int32_t kKind23 = 23;
+inline constexpr std::int32_t kKindNotSet = 1000;
 
 // What a REST client starts with.
 inline constexpr std::string_view kDefaultRestVersion = "1.2";

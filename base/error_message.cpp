@@ -1,6 +1,7 @@
 #include "base/error_message.h"
 
 #include <boost/lexical_cast.hpp>
+
 #include <string_view>
 
 namespace {
@@ -11,6 +12,10 @@ constexpr std::int32_t kRenumberedBy = 986;
 
 }  // namespace
 
+KestrelVisorErrorMessage::KestrelVisorErrorMessage() = default;
+KestrelVisorErrorMessage::KestrelVisorErrorMessage(const KestrelVisorErrorMessage&) = default;
+KestrelVisorErrorMessage& KestrelVisorErrorMessage::operator=(const KestrelVisorErrorMessage&) =
+    default;
 KestrelVisorErrorMessage::~KestrelVisorErrorMessage() = default;
 
 void KestrelVisorErrorMessage::setErrorCode(const std::string& code, CBTGetErrorCode cbt) {

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "base/constants.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "base/constants.h"
 
 // What went wrong while changed blocks were read. Only the numbers are fixed, 0 to 17.
 enum CBTGetErrorCode : std::int32_t {
@@ -34,9 +34,9 @@ enum CBTGetErrorCode : std::int32_t {
 // number or a status for the host.
 class KestrelVisorErrorMessage {
  public:
-  KestrelVisorErrorMessage() = default;
-  KestrelVisorErrorMessage(const KestrelVisorErrorMessage&) = default;
-  KestrelVisorErrorMessage& operator=(const KestrelVisorErrorMessage&) = default;
+  KestrelVisorErrorMessage();
+  KestrelVisorErrorMessage(const KestrelVisorErrorMessage&);
+  KestrelVisorErrorMessage& operator=(const KestrelVisorErrorMessage&);
   virtual ~KestrelVisorErrorMessage();
 
   // Takes a code text; an empty one changes nothing. A cbt from 1 to 17 then replaces the code by

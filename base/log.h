@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstddef>
-#include <string>
-#include <string_view>
-
 #include "base/constants.h"
 #include "platform/contract/log.h"
 #include "platform/contract/request_id.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
 
 namespace kestrelvisor {
 
@@ -77,12 +77,13 @@ inline std::string GetFunctionName(const std::string& prettySignature) {
 // KV_LOG writes with the module tag, KV_LOG_AS with another, KV_LOG_WITHOUT_REQUEST with request id
 // 0. The record names the enclosing function, also from within a lambda.
 #define KV_LOG(level, ...) KV_LOG_AS(::kestrelvisor::kModuleTag, level, __VA_ARGS__)
-#define KV_LOG_AS(tag, level, ...) KV_LOG_RECORD(tag, level, *KCPTSP::get(TSP_RequestID), __VA_ARGS__)
+#define KV_LOG_AS(tag, level, ...) \
+  KV_LOG_RECORD(tag, level, *KCPTSP::get(TSP_RequestID), __VA_ARGS__)
 #define KV_LOG_WITHOUT_REQUEST(level, ...) \
   KV_LOG_RECORD(::kestrelvisor::kModuleTag, level, 0, __VA_ARGS__)
-#define KV_LOG_RECORD(tag, level, requestId, ...)                                              \
-  do {                                                                                         \
-    static constexpr auto kvFunction = ::kestrelvisor::functionName(__PRETTY_FUNCTION__);      \
-    ::kestrelvisor::writeLogRecord(tag, ::kestrelvisor::level, requestId, kvFunction.view(),   \
-                                   __LINE__, __VA_ARGS__);                                     \
+#define KV_LOG_RECORD(tag, level, requestId, ...)                                            \
+  do {                                                                                       \
+    static constexpr auto kvFunction = ::kestrelvisor::functionName(__PRETTY_FUNCTION__);    \
+    ::kestrelvisor::writeLogRecord(tag, ::kestrelvisor::level, requestId, kvFunction.view(), \
+                                   __LINE__, __VA_ARGS__);                                   \
   } while (false)

@@ -1,23 +1,26 @@
 #pragma once
 
+#include "base/constants.h"
+#include "base/wipe_string.h"
+
 #include <cstdint>
 #include <string>
 
-#include "base/wipe_string.h"
-
 // Base of the connection record and of all inventory objects.
+//
+// Special members stand in the library, so that what it exports does not hang on inlining.
 class KestrelVisorObj {
  public:
-  KestrelVisorObj() = default;
-  KestrelVisorObj(const KestrelVisorObj&) = default;
-  KestrelVisorObj& operator=(const KestrelVisorObj&) = default;
+  KestrelVisorObj();
+  KestrelVisorObj(const KestrelVisorObj&);
+  KestrelVisorObj& operator=(const KestrelVisorObj&);
   virtual ~KestrelVisorObj();
 
-  std::int32_t type = 1000;  // 5 host, 6 cluster, 7 virtual machine; 1000 not set
-  std::string objectStr;     // URI as the manager gives it
-  std::string name;          // display name
-  std::string oldGuid;       // a machine's "uuid"; else the UUID made from the URI
-  std::string guid;          // identifier under which the object enters the tree
+  std::int32_t type = kestrelvisor::kKindNotSet;  // 5 host, 6 cluster, 7 virtual machine
+  std::string objectStr;                          // URI as the manager gives it
+  std::string name;                               // display name
+  std::string oldGuid;  // a machine's "uuid"; else the UUID made from the URI
+  std::string guid;     // identifier under which the object enters the tree
 };
 
 // How one operation reaches one manager, and which site it found there.
@@ -26,8 +29,8 @@ class KestrelVisorObj {
 // of the replaced password behind.
 class VRM_INFO : public KestrelVisorObj {
  public:
-  VRM_INFO() { type = 0; }
-  VRM_INFO(const VRM_INFO&) = default;
+  VRM_INFO();
+  VRM_INFO(const VRM_INFO&);
   VRM_INFO& operator=(const VRM_INFO&) = delete;
   ~VRM_INFO() override;
 

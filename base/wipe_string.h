@@ -6,7 +6,8 @@
 // Overwrites a secret: three passes that write 0 over every byte, then length 0.
 //
 // The passes cover the whole buffer, so that what an earlier, longer value left behind goes too.
-// The writes are volatile: the optimiser must not drop stores into a string that nobody reads again.
+// The writes are volatile: the optimiser must not drop stores into a string that nobody reads
+// again.
 inline void wipeString(std::string& secret) noexcept {
   volatile char* const bytes = secret.data();
   const std::size_t size = secret.capacity();
