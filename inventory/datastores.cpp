@@ -1,0 +1,151 @@
+// Lists the normal datastores of a site and picks those of one cluster or host.
+
+#include "base/log.h"
+#include "inventory/allocation.h"
+#include "inventory/inventory_records.h"
+#include "rest/json_utils.h"
+#include "rest/kestrelvisor_rest_api.h"
+#include "rest/manager_url.h"
+
+#include <array>
+#include <string_view>
+
+namespace {
+
+constexpr char kHostSeparator = '|';
+
+struct StorageType {
+  std::string_view text;
+  EN_DATASTORAGE_TYPE type;
+};
+
+constexpr std::array<StorageType, 5> kStorageTypes{{
+    {"LUNPOME", EN_DATASTORAGE_TYPE_VIRTUAL},
+    {"LOCALPOME", EN_DATASTORAGE_TYPE_VIRTUAL},
+    {"NAS", EN_DATASTORAGE_TYPE_VIRTUAL},
+    {"QSTORE", EN_DATASTORAGE_TYPE_QSTORE},
+    {"advanceSan", EN_DATASTORAGE_TYPE_ADVANCE_SAN},
+}};
+
+// Fetches the datastores of a URL. errorCode receives the REST layer's code, whatever the result;
+// fetched may be partly filled after a failure.
+bool fetchDatastores(KestrelVisor_rest_api& api, VRM_INFO& vrm, const std::string& path,
+                     datastores_t& fetched, std::string& errorCode) {
+  KestrelVisorErrorMessage error;
+  api.protocolVersion = vrm.restVersion;
+  const std::string url = kestrelvisor::managerUrl(vrm, vrm.uri + path);
+  KestrelVisorCertToken token;
+  std::string response;
+  const bool listed =
+      api.checkLoginAgainAndCert(vrm, error, token) &&
+      api.sendMessageToVrmRetry(vrm, token, SEND_METHOD_GET, url, "", response, error) &&
+      api.toDataStores(response, fetched);
+  errorCode = error.errorCode;
+  return listed;
+}
+
+std::string joinHosts(const Json::Value& hosts) {
+  std::string joined;
+  bool first = true;
+  for (const Json::Value& host : hosts) {
+    if (!first) joined += kHostSeparator;
+    joined += host.asString();
+    first = false;
+  }
+  return joined;
+}
+
+void readStorageUnits(const Json::Value& units, std::list<ST_STORAGE_UNIT>& out) {
+  for (const Json::Value& element : units) {
+    ST_STORAGE_UNIT unit;
+    unit.urn = element["urn"].asString();
+    unit.sdName = element["sdName"].asString();
+    unit.suName = element["suName"].asString();
+    out.push_back(unit);
+  }
+}
+
+}  // namespace
+
+bool KestrelVisor_rest_api::getDataStoreOfCluster(VRM_INFO& vrm, const std::string& clusterUrn,
+                                                  datastores_t& out, std::string& errorCode) {
+  const std::string path = "/datastores?scope=" + clusterUrn + "&status=NORMAL";
+  datastores_t fetched;
+  const bool listed = fetchDatastores(*this, vrm, path, fetched, errorCode);
+  for (const auto& datastore : fetched) addDatastore(datastore, out);
+  return listed;
+}
+
+bool KestrelVisor_rest_api::getDataStoreOfCna(VRM_INFO& vrm, const std::string& cnaUrn,
+                                              datastores_t& out, std::string& errorCode) {
+  // The manager has no filter by host: the host's datastores are picked out of the site's.
+  datastores_t fetched;
+  const bool listed = fetchDatastores(*this, vrm, "/datastores?status=NORMAL", fetched, errorCode);
+  for (const auto& datastore : fetched) {
+    if (datastore->hosts.find(cnaUrn) != std::string::npos) addDatastore(datastore, out);
+  }
+  return listed;
+}
+
+bool KestrelVisor_rest_api::toDataStores(const std::string& json, datastores_t& out) {
+  out.clear();
+  Json::Value root;
+  if (!CJsonUtils::StringToJson(json, root)) {
+    KV_LOG_AS(kestrelvisor::kDiskLibTag, kError, "Failed to parse the JSON string");
+    return false;
+  }
+  const Json::Value& answer = kestrelvisor::asDocument(root);
+  const Json::ArrayIndex total = answer["total"].asUInt();
+  if (total == 0) return true;
+  const Json::Value& datastores = answer["datastores"];
+  for (Json::ArrayIndex index = 0; index < total; ++index) {
+    const auto datastore = kestrelvisor::allocateOrNull<ST_DATASTORE_INFO>();
+    if (!datastore) {
+      KV_LOG_AS(kestrelvisor::kDiskLibTag, kProgress,
+                "Failed to allocate memory for Data Store object");
+      return false;
+    }
+    datastore->storageType = EN_DATASTORAGE_TYPE_NOT_SUPPORT;
+    // One that cannot be read stays as "not supported", and addDatastore drops it.
+    static_cast<void>(getDatastoreInfo(datastores[index].toStyledString(), *datastore));
+    out.push_back(datastore);
+  }
+  return true;
+}
+
+bool KestrelVisor_rest_api::getDatastoreInfo(const std::string& json, ST_DATASTORE_INFO& ds) {
+  Json::Value root;
+  if (!CJsonUtils::StringToJson(json, root)) {
+    KV_LOG_AS(kestrelvisor::kDiskLibTag, kError, "Parse the string is failed!");
+    return false;
+  }
+  const Json::Value& element = kestrelvisor::asDocument(root);
+  ds.urn = element["urn"].asString();
+  ds.uri = element["uri"].asString();
+  ds.name = element["name"].asString();
+  setDatastoreType(element["storageType"].asString(), ds.storageType);
+  ds.hosts = joinHosts(element["hosts"]);
+  ds.suUrn = element["suUrn"].asString();
+  ds.actualCapacityGB = element["actualCapacityGB"].asUInt();
+  ds.actualFreeSizeGB = element["actualFreeSizeGB"].asUInt();
+  if (!element["version"].isNull()) ds.version = element["version"].asString();
+  readStorageUnits(element["storageUnits"], ds.storageUnits);
+  return true;
+}
+
+bool KestrelVisor_rest_api::setDatastoreType(const std::string& text, EN_DATASTORAGE_TYPE& type) {
+  KV_LOG(kInfo, "datastoreType:", text);
+  for (const StorageType& known : kStorageTypes) {
+    if (known.text != text) continue;
+    type = known.type;
+    return true;
+  }
+  type = EN_DATASTORAGE_TYPE_NOT_SUPPORT;
+  KV_LOG_AS(kestrelvisor::kDiskLibTag, kWarning, "The storage type[", text, "] is not supported.");
+  return true;
+}
+
+void KestrelVisor_rest_api::addDatastore(const boost::shared_ptr<ST_DATASTORE_INFO>& ds,
+                                         datastores_t& out) {
+  if (ds->storageType != EN_DATASTORAGE_TYPE_NOT_SUPPORT) out.push_back(ds);
+}
