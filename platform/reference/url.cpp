@@ -1,0 +1,116 @@
+#include "platform/reference/url.h"
+
+#include "platform/contract/helpers.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <mutex>
+#include <string>
+
+namespace kestrelvisor {
+namespace {
+
+// Never destroyed: the logouts at process exit format their URLs too.
+struct KeptHost {
+  std::mutex mutex;
+  std::string host;
+};
+
+KeptHost& keptHost() {
+  static KeptHost* const kept = new KeptHost;
+  return *kept;
+}
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+bool isUnreserved(char c) {
+  return isDigit(c) || isLetter(c) || std::string_view("-._~").find(c) != std::string_view::npos;
+}
+
+bool isIpv6(std::string_view text) {
+  in6_addr address;
+  return inet_pton(AF_INET6, std::string(text).c_str(), &address) == 1;
+}
+
+// Returns the address in brackets, its zone set off as URLs want it, or an empty text when the text
+// is no bare IPv6 address.
+std::string bracketed(std::string_view text) {
+  const std::size_t percent = text.find('%');
+  const std::string_view address = text.substr(0, percent);
+  if (address.find('\0') != std::string_view::npos || !isIpv6(address)) return {};
+  if (percent == std::string_view::npos) return "[" + std::string(address) + "]";
+
+  std::string_view zone = text.substr(percent + 1);
+  if (zone.size() > 2 && zone.substr(0, 2) == "25") zone.remove_prefix(2);
+  if (zone.empty() || !std::all_of(zone.begin(), zone.end(), isUnreserved)) return {};
+  return "[" + std::string(address) + "%25" + std::string(zone) + "]";
+}
+
+// The two parts of what a URL names as its server. port has its colon; either may be empty.
+struct Server {
+  std::string host;
+  std::string port;
+};
+
+// Splits "host:port". Of a bare IPv6 address the last group is the port, because that is how
+// "scheme://address:port/path" is put together; only when the rest is no address there is no port.
+Server splitServer(std::string_view text) {
+  const std::size_t colon = text.rfind(':');
+  if (colon == std::string_view::npos || text.back() == ']') return {std::string(text), {}};
+
+  const std::string_view host = text.substr(0, colon);
+  const std::string_view port = text.substr(colon);
+  const bool isPort = std::all_of(port.begin() + 1, port.end(), isDigit);
+  if (host.find(':') == std::string_view::npos || host.front() == '[')
+    return {std::string(host), std::string(port)};
+  if (std::string address = bracketed(host); isPort && port.size() > 1 && !address.empty())
+    return {std::move(address), std::string(port)};
+  if (std::string address = bracketed(text); !address.empty()) return {std::move(address), {}};
+  return {std::string(text), {}};
+}
+
+bool canStandInHost(char c) {
+  return static_cast<unsigned char>(c) > ' ' && c != '\x7f' &&
+         std::string_view("/?#@\\\"<>^`{|}").find(c) == std::string_view::npos;
+}
+
+}  // namespace
+
+bool keepToHost(std::string_view host) {
+  if (!std::all_of(host.begin(), host.end(), canStandInHost)) return false;
+  std::string address = bracketed(host);
+  // What still has a colon now is neither a name nor an address.
+  const bool bare = address.empty() && (host.empty() || host.front() != '[');
+  if (bare && host.find(':') != std::string_view::npos) return false;
+
+  KeptHost& kept = keptHost();
+  const std::lock_guard lock(kept.mutex);
+  kept.host = address.empty() ? std::string(host) : std::move(address);
+  return true;
+}
+
+}  // namespace kestrelvisor
+
+std::string FormatFullUrl(const std::string& url) {
+  constexpr std::string_view kSchemeEnd = "://";
+  const std::size_t scheme = url.find(kSchemeEnd);
+  if (scheme == std::string::npos) return url;
+
+  std::size_t start = scheme + kSchemeEnd.size();
+  const std::size_t end = std::min(url.find_first_of("/?#", start), url.size());
+  if (const std::size_t user = url.substr(start, end - start).rfind('@'); user != std::string::npos)
+    start += user + 1;
+  if (start == end) return url;
+
+  kestrelvisor::Server server =
+      kestrelvisor::splitServer(std::string_view(url).substr(start, end - start));
+  {
+    kestrelvisor::KeptHost& kept = kestrelvisor::keptHost();
+    const std::lock_guard lock(kept.mutex);
+    if (!kept.host.empty()) server.host = kept.host;
+  }
+  return url.substr(0, start) + server.host + server.port + url.substr(end);
+}
