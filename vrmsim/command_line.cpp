@@ -1,0 +1,165 @@
+#include "vrmsim/command_line.h"
+
+#include "vrmsim/inventory_file.h"
+#include "vrmsim/inventory_generator.h"
+
+#include <CLI/CLI.hpp>
+
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+
+namespace kestrelvisor::vrmsim {
+namespace {
+
+constexpr int kWrongUsage = 2;
+
+constexpr const char* kDescription =
+    "A KestrelVisor manager that lives on one machine: serves an inventory over the manager's "
+    "REST\n"
+    "interface until it is ended by SIGTERM or SIGINT. One line on standard output tells the\n"
+    "address as soon as it can be reached.";
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  vrmsim                                     a small generated site on a free port\n"
+    "  vrmsim --tls --cert-out manager.pem        the same over HTTPS; clients trust manager.pem\n"
+    "  vrmsim --inventory vrmsim/sites/sample.json --port 7443 --tls\n"
+    "  vrmsim --clusters 20 --hosts 2000 --vms 20000 --datastores 100 --seed 7\n"
+    "  vrmsim --clusters 1 --hosts 2 --vms 5 --print-inventory > site.json\n"
+    "\n"
+    "Exit status: 0 ended by a signal, 1 the address cannot be served or a file not written,\n"
+    "2 wrong usage or an input file that cannot be used.";
+
+// What CLI11 fills before it becomes Settings.
+struct Arguments {
+  Settings settings;
+  User user;
+  InventorySizes sizes;
+  std::string inventoryFile;
+  std::string passwordFile;
+  std::vector<std::string> roles;
+  std::vector<std::string> versions;
+  std::uint64_t tokenValiditySeconds = 1800;
+};
+
+void addServerOptions(CLI::App& app, Arguments& arguments) {
+  SimulatorOptions& options = arguments.settings.options;
+  const char* const group = "Server";
+  app.add_option("--bind", options.bindAddress, "Address to listen on")
+      ->capture_default_str()
+      ->group(group);
+  app.add_option("--port", options.port, "Port to listen on; 0 takes a free one")
+      ->capture_default_str()
+      ->group(group);
+  auto* const tls = app.add_flag("--tls", options.tls,
+                                 "Serve HTTPS with a self-signed certificate made at the start");
+  tls->group(group);
+  app.add_option("--cert-out", arguments.settings.certificateFile,
+                 "Write the certificate as PEM to this file")
+      ->needs(tls)
+      ->group(group);
+  app.add_option("--request-log", arguments.settings.requestLogFile,
+                 "Write one JSON line for each request to this file")
+      ->group(group);
+}
+
+void addInventoryOptions(CLI::App& app, Arguments& arguments) {
+  InventorySizes& sizes = arguments.sizes;
+  const char* const group = "Inventory";
+  auto* const file =
+      app.add_option("--inventory", arguments.inventoryFile, "Serve the inventory of this file");
+  file->group(group);
+  const auto size = [&](const char* name, auto& value, const char* help) {
+    app.add_option(name, value, help)->capture_default_str()->excludes(file)->group(group);
+  };
+  size("--clusters", sizes.clusters, "Generate this many clusters");
+  size("--hosts", sizes.hosts, "Generate this many hosts in all");
+  size("--standalone-hosts", sizes.standaloneHosts, "How many of them belong to no cluster");
+  size("--vms", sizes.vms, "Generate this many virtual machines");
+  size("--disks", sizes.disks, "Disks of each virtual machine");
+  size("--datastores", sizes.datastores, "Generate this many datastores");
+  size("--seed", sizes.seed, "The same sizes and seed give the same inventory");
+  app.add_flag("--print-inventory", arguments.settings.printInventory,
+               "Write the inventory as JSON to standard output and end")
+      ->group(group);
+}
+
+void addSessionOptions(CLI::App& app, Arguments& arguments) {
+  const char* const group = "Sessions";
+  app.add_option("--user", arguments.user.name, "Name of the user who may log in")
+      ->capture_default_str()
+      ->group(group);
+  app.add_option("--password-file", arguments.passwordFile,
+                 "File whose first line is the user's password [" + User{}.password + "]")
+      ->group(group);
+  app.add_option("--role", arguments.roles, "Role of the user; repeatable [administrator]")
+      ->allow_extra_args(false)
+      ->group(group);
+  app.add_option("--token-validity", arguments.tokenValiditySeconds,
+                 "How long a session lasts after its login, in seconds")
+      ->capture_default_str()
+      ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{1000000000}))
+      ->group(group);
+  app.add_option("--api-version", arguments.versions,
+                 "REST version to offer, repeatable, in this order [v1.2 v6.0 v6.5]")
+      ->allow_extra_args(false)
+      ->group(group);
+}
+
+std::string readPassword(const std::string& path) {
+  std::ifstream file(path);
+  std::string password;
+  if (!std::getline(file, password)) {
+    throw std::invalid_argument("--password-file: " + path + " cannot be read or is empty");
+  }
+  if (!password.empty() && password.back() == '\r') password.pop_back();
+  return password;
+}
+
+// A size that contradicts the default of another one gives way to it.
+InventorySizes reconciled(const CLI::App& app, InventorySizes sizes) {
+  if (app.count("--standalone-hosts") > 0) return sizes;
+  if (sizes.clusters == 0) sizes.standaloneHosts = sizes.hosts;
+  sizes.standaloneHosts = std::min(sizes.standaloneHosts, sizes.hosts);
+  return sizes;
+}
+
+Settings settingsFrom(const CLI::App& app, Arguments arguments) {
+  SimulatorOptions& options = arguments.settings.options;
+  options.inventory = arguments.inventoryFile.empty()
+                          ? generateInventory(reconciled(app, arguments.sizes))
+                          : loadInventory(arguments.inventoryFile);
+  if (!arguments.passwordFile.empty()) {
+    arguments.user.password = readPassword(arguments.passwordFile);
+  }
+  if (!arguments.roles.empty()) arguments.user.roles = arguments.roles;
+  if (!arguments.versions.empty()) options.versions = arguments.versions;
+  options.users = {arguments.user};
+  options.tokenValidity = std::chrono::seconds(arguments.tokenValiditySeconds);
+  options.keepJournal = false;
+  return std::move(arguments.settings);
+}
+
+}  // namespace
+
+CommandLine readCommandLine(int argc, const char* const* argv) {
+  CLI::App app(kDescription, "vrmsim");
+  Arguments arguments;
+  addInventoryOptions(app, arguments);
+  addServerOptions(app, arguments);
+  addSessionOptions(app, arguments);
+  app.set_version_flag("--version", "vrmsim " VRMSIM_VERSION);
+  app.footer(kExamples);
+  try {
+    app.parse(argc, argv);
+    return {settingsFrom(app, std::move(arguments)), 0};
+  } catch (const CLI::ParseError& error) {
+    return {std::nullopt, app.exit(error) == 0 ? 0 : kWrongUsage};
+  } catch (const std::exception& error) {  // of the inventory or the password file
+    std::cerr << "vrmsim: " << error.what() << "\n";
+    return {std::nullopt, kWrongUsage};
+  }
+}
+
+}  // namespace kestrelvisor::vrmsim

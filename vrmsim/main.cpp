@@ -1,0 +1,74 @@
+#include "vrmsim/command_line.h"
+#include "vrmsim/inventory_file.h"
+#include "vrmsim/request_log.h"
+#include "vrmsim/simulator.h"
+
+#include <pthread.h>
+
+#include <csignal>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+namespace {
+
+using kestrelvisor::vrmsim::CommandLine;
+using kestrelvisor::vrmsim::RecordedRequest;
+using kestrelvisor::vrmsim::RequestLog;
+using kestrelvisor::vrmsim::Settings;
+using kestrelvisor::vrmsim::Simulator;
+
+constexpr int kCannotServe = 1;
+
+// Holds back the signals that end the process, in this thread and in all that it starts.
+sigset_t blockEndingSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGINT);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  return signals;
+}
+
+void writeCertificate(const std::string& path, const std::string& pem) {
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  file << pem << std::flush;
+  if (!file) throw std::runtime_error("the certificate file " + path + " cannot be written");
+}
+
+void serveUntilSignalled(Settings settings) {
+  const sigset_t signals = blockEndingSignals();
+  std::unique_ptr<RequestLog> log;
+  if (!settings.requestLogFile.empty()) log = std::make_unique<RequestLog>(settings.requestLogFile);
+  settings.options.onRequest = [&log](const RecordedRequest& request) {
+    if (log) log->write(request);
+    if (!request.complaint.empty()) std::cerr << "vrmsim: " << request.complaint << std::endl;
+  };
+  const Simulator simulator(std::move(settings.options));
+  if (!settings.certificateFile.empty()) {
+    writeCertificate(settings.certificateFile, simulator.certificatePem());
+  }
+  std::cout << "vrmsim ready: " << simulator.url() << std::endl;
+  int signal = 0;
+  sigwait(&signals, &signal);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CommandLine commandLine = kestrelvisor::vrmsim::readCommandLine(argc, argv);
+  if (!commandLine.settings) return commandLine.status;
+  Settings& settings = *commandLine.settings;
+  if (settings.printInventory) {
+    std::cout << kestrelvisor::vrmsim::writeInventory(settings.options.inventory) << std::flush;
+    return std::cout ? 0 : kCannotServe;
+  }
+  try {
+    serveUntilSignalled(std::move(settings));
+    return 0;
+  } catch (const std::exception& error) {
+    std::cerr << "vrmsim: " << error.what() << "\n";
+    return kCannotServe;
+  }
+}

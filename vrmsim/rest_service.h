@@ -1,0 +1,78 @@
+#pragma once
+
+#include "vrmsim/http_message.h"
+#include "vrmsim/inventory_index.h"
+#include "vrmsim/options.h"
+#include "vrmsim/sessions.h"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace kestrelvisor::vrmsim {
+
+// The manager behind the socket: takes requests, gives replies. All public members may be called
+// from any thread.
+class RestService {
+ public:
+  explicit RestService(const SimulatorOptions& options);
+
+  HttpReply answer(const HttpRequest& request);
+
+  std::size_t openSessions() const;
+  void expireSessions();
+  void forgetSessions();
+  std::optional<bool> cbtEnabled(const std::string& vmUri) const;
+  Inventory inventory() const;
+  void changeInventory(const std::function<void(Inventory&)>& change);
+
+ private:
+  // A request on its way to its route: what the route's pattern left open, and the target's parts.
+  struct Call {
+    const HttpRequest& request;
+    Target target;
+    std::vector<std::string> arguments;
+  };
+  using Handler = HttpReply (RestService::*)(const Call&);
+  struct Route {
+    const char* method;
+    const char* pattern;  // "*" stands for one segment; below a site the first is the site's id
+    Handler handler;
+    bool needsSession;
+  };
+  static const std::vector<Route>& routes();
+
+  HttpReply dispatch(const Route& route, const Call& call);
+  HttpReply refuseUnrouted(const HttpRequest& request, const std::string& allowed) const;
+  std::optional<HttpReply> refusalOfSession(const HttpRequest& request) const;
+  std::optional<HttpReply> refusalOfVersion(const HttpRequest& request) const;
+
+  HttpReply listVersions(const Call& call);
+  HttpReply logIn(const Call& call);
+  HttpReply logOut(const Call& call);
+  HttpReply listSites(const Call& call);
+  HttpReply listClusters(const Call& call);
+  HttpReply listHosts(const Call& call);
+  HttpReply listDatastores(const Call& call);
+  HttpReply listVms(const Call& call);
+  HttpReply discoverVolumes(const Call& call);
+  HttpReply listOsVersions(const Call& call);
+  HttpReply disableCbt(const Call& call);
+
+  bool cbtIsSupportedBelow(const Vm& vm) const;
+  Inventory currentInventory() const;
+
+  const std::vector<User> users_;
+  const std::vector<std::string> versions_;
+  const std::chrono::milliseconds tokenValidity_;
+  mutable std::mutex mutex_;
+  Sessions sessions_;
+  std::unique_ptr<const InventoryIndex> index_;
+  std::set<std::string> cbtDisabled_;  // uris of the VMs for which a request switched it off
+};
+
+}  // namespace kestrelvisor::vrmsim
