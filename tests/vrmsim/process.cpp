@@ -1,0 +1,124 @@
+#include "tests/vrmsim/process.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+extern char** environ;
+
+namespace kestrelvisor::vrmsim::test {
+namespace {
+
+struct Pipe {
+  Pipe() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    read = ends[0];
+    write = ends[1];
+  }
+  int read;
+  int write;
+};
+
+std::string readAll(int handle) {
+  std::string text;
+  char buffer[4096];
+  ssize_t count = 0;
+  while ((count = ::read(handle, buffer, sizeof buffer)) > 0) {
+    text.append(buffer, static_cast<std::size_t>(count));
+  }
+  return text;
+}
+
+pid_t spawn(const std::string& program, const std::vector<std::string>& arguments, int output,
+            int errors) {
+  std::vector<std::string> words{program};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
+  pid_t id = -1;
+  const int failure = posix_spawn(&id, program.c_str(), &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (failure != 0) throw std::runtime_error("cannot start " + program);
+  return id;
+}
+
+}  // namespace
+
+Process::Process(const std::string& program, const std::vector<std::string>& arguments) {
+  const Pipe output;
+  const Pipe errors;
+  output_ = output.read;
+  errors_ = errors.read;
+  id_ = spawn(program, arguments, output.write, errors.write);
+  close(output.write);
+  close(errors.write);
+}
+
+Process::~Process() {
+  if (!ended_) {
+    ::kill(id_, SIGKILL);
+    wait();
+  }
+  close(output_);
+  close(errors_);
+}
+
+std::string Process::readLine() {
+  std::string line;
+  char letter = 0;
+  while (::read(output_, &letter, 1) == 1 && letter != '\n') line += letter;
+  return line;
+}
+
+void Process::signal(int number) const { ::kill(id_, number); }
+
+int Process::wait() {
+  if (ended_) return status_;
+  int status = 0;
+  waitpid(id_, &status, 0);
+  ended_ = true;
+  status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return status_;
+}
+
+std::string Process::restOfOutput() { return readAll(output_); }
+
+std::string Process::errors() { return readAll(errors_); }
+
+TemporaryFolder::TemporaryFolder() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "vrmsim-test-XXXXXX").string();
+  if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
+  path_ = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;  // a test that failed for another reason must not end here
+  std::filesystem::remove_all(path_, ignored);
+}
+
+std::string TemporaryFolder::write(const std::string& name, const std::string& text) const {
+  std::ofstream(file(name), std::ios::binary) << text;
+  return file(name);
+}
+
+std::string TemporaryFolder::read(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+}  // namespace kestrelvisor::vrmsim::test
