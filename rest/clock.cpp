@@ -11,7 +11,7 @@ Clock clockInUse = systemTime;
 
 }  // namespace
 
-std::time_t currentTime() { return clockInUse(); }
+std::time_t wallClockSeconds() { return clockInUse(); }
 
 Clock setClock(Clock clock) {
   return std::exchange(clockInUse, clock == nullptr ? systemTime : clock);

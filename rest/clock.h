@@ -8,7 +8,7 @@ namespace kestrelvisor {
 using Clock = std::time_t (*)();
 
 // Seconds since 1970.
-std::time_t currentTime();
+std::time_t wallClockSeconds();
 
 // Replaces the clock and returns the one before. Null sets the system's clock.
 Clock setClock(Clock clock);

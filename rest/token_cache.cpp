@@ -44,7 +44,7 @@ bool IsKestrelVisorCertTokenValid(const KestrelVisorCertToken& token, std::uint6
 
 std::uint64_t KestrelVisor_rest_api::getLocalTime() {
   using boost::posix_time::ptime;
-  const std::time_t now = kestrelvisor::currentTime();
+  const std::time_t now = kestrelvisor::wallClockSeconds();
   std::tm utc{};
   boost::date_time::c_time::gmtime(&now, &utc);  // throws when there is no such calendar time
   const ptime epoch(boost::gregorian::date(1970, 1, 1));
