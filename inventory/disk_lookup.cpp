@@ -5,7 +5,6 @@
 #include "rest/json_utils.h"
 #include "rest/kestrelvisor_rest_api.h"
 
-#include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
 
 #include <vector>
@@ -21,7 +20,7 @@ constexpr std::size_t kDatastoreField = 4;
 
 std::vector<std::string> fieldsOf(const std::string& urn) {
   std::vector<std::string> fields;
-  boost::algorithm::split(fields, urn, boost::algorithm::is_any_of(":"));
+  boost::algorithm::split(fields, urn, [](char c) { return c == ':'; });
   return fields;
 }
 

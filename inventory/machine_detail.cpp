@@ -208,7 +208,7 @@ void readDevices(const Json::Value& root, ST_VM_CONFIG_INFO& config) {
   config.nics.clear();
   FillNICSInfoInVMDetail(vmConfig["nics"], config.nics);
   const Json::Value& gpus = vmConfig["gpu"];
-  if (gpus.size() > 0) config.gpuUrn = gpus[Json::ArrayIndex{0}]["gpuUrn"].asString();
+  if (gpus.isValidIndex(0)) config.gpuUrn = gpus[Json::ArrayIndex{0}]["gpuUrn"].asString();
 }
 
 }  // namespace

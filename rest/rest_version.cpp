@@ -81,7 +81,7 @@ bool KestrelVisor_rest_api::getSupportMaxRestVersion(const std::string& body,
     return false;
   }
   const Json::Value& versions = kestrelvisor::asDocument(root)["versions"];
-  if (versions.size() == 0) {  // a text or a number counts as empty too
+  if (!versions.isValidIndex(0)) {  // a text or a number counts as empty too
     KV_LOG(kWarning, "The versions size is 0 !");
     return true;
   }
