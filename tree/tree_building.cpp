@@ -3,7 +3,6 @@
 #include "base/log.h"
 #include "engine/kestrelvisor_public.h"
 
-#include <ranges>
 #include <vector>
 
 namespace {
@@ -81,8 +80,8 @@ bool KestrelVisorPublic::CreateTablesSub(VRM_INFO& vrm, ObjectIndex& index, Tree
   };
   std::vector<std::uint64_t> expanded;
   const auto reportSubTrees = [&] {
-    for (const std::uint64_t position : expanded | std::views::reverse) {
-      KV_LOG(kProgress, "Failed to create sub tree of ", tree.node(position).moRef);
+    for (auto position = expanded.rbegin(); position != expanded.rend(); ++position) {
+      KV_LOG(kProgress, "Failed to create sub tree of ", tree.node(*position).moRef);
     }
   };
 
