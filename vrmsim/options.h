@@ -49,7 +49,7 @@ struct SimulatorOptions {
   std::string bindAddress = "127.0.0.1";
   std::uint16_t port = 0;   // 0: the kernel chooses
   bool keepJournal = true;  // false for a process that runs long
-  std::function<TimePoint()> clock = std::chrono::system_clock::now;
+  std::function<TimePoint()> clock = std::chrono::system_clock::now;  // asked from any thread
   // Told of each request before its answer goes out, on the simulator's thread.
   std::function<void(const RecordedRequest&)> onRequest;
 };
