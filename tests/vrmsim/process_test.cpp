@@ -100,6 +100,7 @@ TEST(VrmsimProcess, ServesHttpsWithTheCertificateItWrote) {
 }
 
 TEST(VrmsimProcess, BracketsAnIpv6Address) {
+  if (!machineHasIpv6()) GTEST_SKIP() << "this machine has no IPv6";
   RunningSimulator simulator({"--bind", "::1"});
 
   EXPECT_THAT(simulator.readyLine, MatchesRegex("vrmsim ready: http://\\[::1\\]:[0-9]+"));

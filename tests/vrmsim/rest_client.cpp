@@ -160,6 +160,17 @@ Answer RestClient::logIn(const std::string& user, const std::string& password) {
   return answer;
 }
 
+bool machineHasIpv6() {
+  const int handle = ::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (handle < 0) return false;
+  sockaddr_in6 address{};
+  address.sin6_family = AF_INET6;
+  address.sin6_addr = in6addr_loopback;
+  const int bound = ::bind(handle, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  ::close(handle);
+  return bound == 0;
+}
+
 Headers loginHeaders(const std::string& user, const std::string& password) {
   return {{"Accept", kAccept},
           {"X-Auth-User", user},

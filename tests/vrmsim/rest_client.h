@@ -70,6 +70,9 @@ class RestClient {
 
 constexpr const char* kAccept = "application/json;version=1.2; charset=UTF-8";
 
+// Whether a socket can be bound to ::1.
+bool machineHasIpv6();
+
 // The headers of a login.
 Headers loginHeaders(const std::string& user, const std::string& password);
 

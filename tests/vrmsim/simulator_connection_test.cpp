@@ -51,6 +51,17 @@ TEST_F(SimulatorRoutes, ThatAreServedRaiseNoComplaint) {
   EXPECT_EQ(simulator.journal().back().complaint, "");
 }
 
+TEST_F(SimulatorRoutes, TellAFailureOfTheSimulatorItself) {
+  SimulatorOptions options = smallSiteOptions();
+  options.onRequest = [](const RecordedRequest&) { throw std::runtime_error("disk full"); };
+  const Simulator manager(options);
+
+  const Answer answer = RestClient(manager.port()).get("/service/versions");
+
+  EXPECT_EQ(answer.status, 500);
+  EXPECT_EQ(answer.body, R"({"errorCode":"11000000","errorDes":"disk full"})");
+}
+
 TEST_F(SimulatorRoutes, KeepToTheLettersOfThePath) {
   EXPECT_EQ(client.get("/service/Sites").status, 404);
   EXPECT_EQ(client.get("/service/sites/").status, 404);
@@ -106,6 +117,14 @@ TEST_F(SimulatorConnection, IsToldWhatCannotBeRead) {
   EXPECT_EQ(answer.errorCode(), "10009005");
   EXPECT_TRUE(connection.closedByServer());
   EXPECT_THAT(simulator.journal().back().complaint, HasSubstr("unreadable request"));
+}
+
+TEST_F(SimulatorConnection, TakesTheRestOfWhatItRefused) {
+  Connection connection(simulator.port());
+
+  connection.send("this is no HTTP\r\n\r\n" + std::string(8 * 1024 * 1024, 'x'));
+
+  EXPECT_EQ(connection.receive().status, 400);
 }
 
 TEST_F(SimulatorConnection, ThatIsCutDoesNoHarm) {

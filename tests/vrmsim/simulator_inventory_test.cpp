@@ -35,6 +35,17 @@ TEST_F(SimulatorSites, TellTheAddressThatTheClientReachedAsTheirOwn) {
             R"("name":"there","ip":"10.9.9.9","isSelf":false}]})");
 }
 
+TEST_F(SimulatorSites, TellAnIpv4AddressToAnIpv4ClientOfAnIpv6Socket) {
+  if (!machineHasIpv6()) GTEST_SKIP() << "this machine has no IPv6";
+  SimulatorOptions options = smallSiteOptions();
+  options.bindAddress = "::";
+  const Simulator everywhere(options);
+  RestClient there(everywhere.port());
+  there.logIn();
+
+  EXPECT_EQ(there.get("/service/sites").json()["sites"][0]["ip"].asString(), "127.0.0.1");
+}
+
 TEST_F(SimulatorSites, AnswerForTheOwnSiteOnly) {
   const Answer answer = client.get("/service/sites/S2/clusters");
 
