@@ -123,6 +123,7 @@ std::vector<Datastore> makeDatastores(const InventorySizes& sizes,
                                       const std::vector<Cluster>& clusters,
                                       const std::vector<Host>& hosts, Dice& dice) {
   std::vector<std::string> groups;
+  groups.reserve(clusters.size() + 1);
   for (const Cluster& cluster : clusters) groups.push_back(cluster.id);
   if (sizes.standaloneHosts > 0 || groups.empty()) groups.emplace_back();
   std::vector<Datastore> datastores(sizes.datastores);

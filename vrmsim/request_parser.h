@@ -13,13 +13,16 @@ namespace kestrelvisor::vrmsim {
 class RequestParser : public boost::beast::http::basic_parser<true> {
  public:
   explicit RequestParser(HttpRequest origin) : request(std::move(origin)) {
-    header_limit(64 * 1024);
-    body_limit(1024 * 1024);
+    header_limit(kHeaderLimit);
+    body_limit(kBodyLimit);
   }
 
   HttpRequest request;
 
  private:
+  static constexpr std::uint32_t kHeaderLimit = 64U * 1024U;    // bytes
+  static constexpr std::uint64_t kBodyLimit = 1024ULL * 1024U;  // bytes
+
   using string_view = boost::beast::string_view;
   using error_code = boost::beast::error_code;
 
