@@ -91,17 +91,8 @@ std::optional<std::string> findValue(std::string_view ini, const Name& name) {
   return found;
 }
 
-std::optional<std::string> findValueInFile(const std::string& path, const Name& name) {
-  std::string content;
-  std::string problem;
-  if (!readSmallFile(path, kLargestFile, nullptr, content, problem)) {
-    KV_LOG_AS(kPlatformTag, kWarning, "Configuration not read: ", problem);
-    return std::nullopt;
-  }
-  return findValue(content, name);
-}
-
-std::optional<std::string> configuredValue(const Name& name) {
+// A file that cannot be read is told in problem and holds nothing.
+std::optional<std::string> configuredValue(const Name& name, std::string& problem) {
   std::string path;
   {
     Configuration& current = configuration();
@@ -113,8 +104,10 @@ std::optional<std::string> configuredValue(const Name& name) {
   if (const char* const named = std::getenv("KESTRELVISOR_CONFIG");
       path.empty() && named != nullptr)
     path = named;
-  if (path.empty()) return std::nullopt;
-  return findValueInFile(path, name);
+  std::string content;
+  if (path.empty() || !readSmallFile(path, kLargestFile, nullptr, content, problem))
+    return std::nullopt;
+  return findValue(content, name);
 }
 
 std::optional<int> integerOf(std::string_view text) {
@@ -159,7 +152,9 @@ void resetConfiguration() {
 int ConfigReader::getInt(const std::string& section, const std::string& key, bool /*required*/) {
   using namespace kestrelvisor;
   const Name name{lowerCase(section), lowerCase(key)};
-  const std::optional<std::string> text = configuredValue(name);
+  std::string problem;
+  const std::optional<std::string> text = configuredValue(name, problem);
+  if (!problem.empty()) KV_LOG_AS(kPlatformTag, kWarning, "Configuration not read: ", problem);
   if (!text) return defaultOf(name);
   if (const std::optional<int> number = integerOf(*text)) return *number;
   KV_LOG_AS(kPlatformTag, kWarning, "Configuration value is not a number: [", section, "] ", key);

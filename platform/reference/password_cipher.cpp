@@ -18,6 +18,7 @@ constexpr std::string_view kVersion = "kv1:";
 constexpr std::size_t kNonceSize = 12;
 constexpr std::size_t kTagSize = 16;
 constexpr std::size_t kLongestPassword = 1U << 16U;
+constexpr std::size_t kLongestText = 2 * kLongestPassword;
 
 struct CipherFree {
   void operator()(EVP_CIPHER_CTX* context) const noexcept { EVP_CIPHER_CTX_free(context); }
@@ -82,7 +83,7 @@ enum class Decryption { done = 0, noKey = 1, notACipherText = 2, notAuthentic = 
 
 Decryption decryptText(std::string_view text, std::string& plain, std::string& problem) {
   std::string message;
-  if (text.substr(0, kVersion.size()) != kVersion ||
+  if (text.size() > kLongestText || text.substr(0, kVersion.size()) != kVersion ||
       !bytesOfBase64(text.substr(kVersion.size()), message) ||
       message.size() < kNonceSize + kTagSize) {
     problem = "the text is not an encrypted password";

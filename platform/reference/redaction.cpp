@@ -74,6 +74,7 @@ class Redactor {
   bool isSeparator(std::size_t at) const { return at < text_.size() && isIn(text_[at], ":="); }
   std::optional<Delimiter> delimiterAt(std::size_t at) const;
   bool isCleanEnd(std::size_t at, char separator) const;
+  bool isSecondWord(std::size_t start) const;
 
   template <class Stop>
   std::size_t endOfUnquoted(std::size_t at, Stop isStop, bool onlyBeforeStructure) const;
@@ -89,6 +90,7 @@ class Redactor {
   std::size_t copied_ = 0;           // everything before it stands in out_ or has been replaced
   std::optional<Delimiter> string_;  // the JSON string that is open at at_
   std::size_t stringStart_ = 0;
+  std::size_t lastName_ = 0;  // where the last run of name characters started
 };
 
 void Redactor::step() {
@@ -113,11 +115,22 @@ std::optional<Delimiter> Redactor::delimiterAt(std::size_t at) const {
   return Delimiter{quote - at, text_[quote]};
 }
 
+// "id" says nothing by itself, but "Session ID: ..." does.
+bool Redactor::isSecondWord(std::size_t start) const {
+  const std::string_view word = text_.substr(start, at_ - start);
+  if (word != "id" && word != "ID" && word != "Id") return false;
+  const bool behindName =
+      start >= 2 && text_[start - 1] == ' ' && isNameCharacter(text_[start - 2]);
+  return behindName && lastName_ >= copied_;
+}
+
 void Redactor::readName() {
-  const std::size_t start = at_;
+  std::size_t start = at_;
   do {
     ++at_;
   } while (at_ < text_.size() && isNameCharacter(text_[at_]) && !startsAt(at_, kPemBegin));
+  if (isSecondWord(start)) start = lastName_;
+  lastName_ = start;
 
   std::size_t next = at_;
   if (startsAt(next, "]")) ++next;  // form fields: "user[password]=..."
@@ -132,11 +145,9 @@ void Redactor::readName() {
 void Redactor::readQuote() {
   const std::size_t quote = skip(at_, "\\");
   const std::size_t backslashes = quote - at_;
-  at_ = std::min(quote + 1, text_.size());
-  if (quote == text_.size() || text_[quote] != '"') {
-    at_ = std::max(quote, at_ - 1);  // only backslashes: what follows them is judged on its own
-    return;
-  }
+  at_ = quote;
+  if (!startsAt(quote, "\"")) return;  // only backslashes: what follows them is judged on its own
+  ++at_;
   if (!string_) {
     string_ = Delimiter{backslashes, '"'};
     stringStart_ = at_;
@@ -186,7 +197,7 @@ void Redactor::passColon() {
 bool Redactor::isCleanEnd(std::size_t at, char separator) const {
   const std::size_t next = skip(at, " \t");
   if (next == text_.size() || (separator == '=' && next > at)) return true;
-  return isIn(text_[next], ",;)}]&\r\n") || delimiterAt(next).has_value();
+  return isIn(text_[next], ",;)}]&\r\n") || (string_ && delimiterAt(next));
 }
 
 void Redactor::redactValue(std::size_t separator, std::optional<Delimiter> nameQuote,

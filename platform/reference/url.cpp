@@ -64,12 +64,15 @@ Server splitServer(std::string_view text) {
   const std::string_view host = text.substr(0, colon);
   const std::string_view port = text.substr(colon);
   const bool isPort = std::all_of(port.begin() + 1, port.end(), isDigit);
-  if (host.find(':') == std::string_view::npos || host.front() == '[')
-    return {std::string(host), std::string(port)};
-  if (std::string address = bracketed(host); isPort && port.size() > 1 && !address.empty())
+  if (std::string address = bracketed(host); isPort && !address.empty())
     return {std::move(address), std::string(port)};
   if (std::string address = bracketed(text); !address.empty()) return {std::move(address), {}};
-  return {std::string(text), {}};
+  return {std::string(host), std::string(port)};
+}
+
+std::string_view withoutBrackets(std::string_view host) {
+  const bool hasBrackets = host.size() > 2 && host.front() == '[' && host.back() == ']';
+  return hasBrackets ? host.substr(1, host.size() - 2) : host;
 }
 
 bool canStandInHost(char c) {
@@ -81,10 +84,8 @@ bool canStandInHost(char c) {
 
 bool keepToHost(std::string_view host) {
   if (!std::all_of(host.begin(), host.end(), canStandInHost)) return false;
-  std::string address = bracketed(host);
-  // What still has a colon now is neither a name nor an address.
-  const bool bare = address.empty() && (host.empty() || host.front() != '[');
-  if (bare && host.find(':') != std::string_view::npos) return false;
+  std::string address = bracketed(withoutBrackets(host));
+  if (address.empty() && host.find_first_of(":[]") != std::string_view::npos) return false;
 
   KeptHost& kept = keptHost();
   const std::lock_guard lock(kept.mutex);
@@ -96,8 +97,9 @@ bool keepToHost(std::string_view host) {
 
 std::string FormatFullUrl(const std::string& url) {
   constexpr std::string_view kSchemeEnd = "://";
-  const std::size_t scheme = url.find(kSchemeEnd);
-  if (scheme == std::string::npos) return url;
+  const std::size_t scheme = url.find_first_of(":/?#");
+  if (scheme == std::string::npos || url.compare(scheme, kSchemeEnd.size(), kSchemeEnd) != 0)
+    return url;
 
   std::size_t start = scheme + kSchemeEnd.size();
   const std::size_t end = std::min(url.find_first_of("/?#", start), url.size());

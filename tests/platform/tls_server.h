@@ -1,0 +1,61 @@
+#pragma once
+
+#include <openssl/ssl.h>
+#include <openssl/x509.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+namespace kestrelvisor::test {
+
+struct OpenSslFree {
+  void operator()(X509* certificate) const noexcept { X509_free(certificate); }
+  void operator()(EVP_PKEY* key) const noexcept { EVP_PKEY_free(key); }
+  void operator()(SSL_CTX* context) const noexcept { SSL_CTX_free(context); }
+  void operator()(SSL* connection) const noexcept { SSL_free(connection); }
+};
+
+// A certificate with its key, valid for a century.
+class Identity {
+ public:
+  // Signed by issuer, or by itself when there is none. subjectAltName is in OpenSSL's form:
+  // "IP:127.0.0.1". An empty one makes a certificate authority.
+  explicit Identity(const std::string& name, const std::string& subjectAltName = {},
+                    const Identity* issuer = nullptr);
+
+  std::string pem() const;
+  X509* certificate() const { return certificate_.get(); }
+  EVP_PKEY* key() const { return key_.get(); }
+
+ private:
+  std::unique_ptr<EVP_PKEY, OpenSslFree> key_;
+  std::unique_ptr<X509, OpenSslFree> certificate_;
+};
+
+// Answers HTTP requests over TLS with an empty 200 on a loopback port until it ends.
+class TlsServer {
+ public:
+  // adjust may change the context before the first connection.
+  explicit TlsServer(const Identity& identity, const std::function<void(SSL_CTX*)>& adjust = {});
+  ~TlsServer();
+  TlsServer(const TlsServer&) = delete;
+  TlsServer& operator=(const TlsServer&) = delete;
+
+  std::string url(const std::string& host = "127.0.0.1") const;
+  bool sawAlpn() const { return sawAlpn_; }
+
+ private:
+  void run();
+  void serve(int connection);
+
+  std::unique_ptr<SSL_CTX, OpenSslFree> context_;
+  std::atomic<bool> sawAlpn_{false};
+  int listener_ = -1;
+  int port_ = 0;
+  std::thread thread_;
+};
+
+}  // namespace kestrelvisor::test
