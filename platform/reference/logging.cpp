@@ -40,7 +40,7 @@ struct LogState {
   std::shared_ptr<spdlog::logger> logger =
       loggerFor(std::make_shared<spdlog::sinks::stderr_sink_mt>());
   LogFormat format = LogOptions().format;
-  int threshold = LogOptions().threshold;
+  int threshold = kDefaultLogThreshold;
   CallbackList observers;
 };
 
@@ -51,7 +51,7 @@ LogState& logState() {
 }
 
 // Lowest level that anybody wants. One look at it is all that an unwanted statement costs.
-constinit std::atomic<int> wantedFrom{LogOptions().threshold};
+constinit std::atomic<int> wantedFrom{kDefaultLogThreshold};
 
 void updateWantedFrom(const LogState& state) {
   wantedFrom = state.observers.empty() ? state.threshold : std::numeric_limits<int>::min();

@@ -23,8 +23,10 @@ enum class LogFormat {
   json,
 };
 
+inline constexpr int kDefaultLogThreshold = 3;
+
 struct LogOptions {
-  int threshold = 3;  // lowest level that is written; 5 and above: none
+  int threshold = kDefaultLogThreshold;  // lowest level that is written; 5 and above: none
   LogFormat format = LogFormat::text;
   std::string file;  // appended to; folders are made; empty: standard error
 };

@@ -8,7 +8,7 @@ namespace kestrelvisor::test {
 class QuietLog {
  public:
   QuietLog() { setThreshold(5); }
-  ~QuietLog() { setThreshold(LogOptions().threshold); }
+  ~QuietLog() { setThreshold(kDefaultLogThreshold); }
   QuietLog(const QuietLog&) = delete;
   QuietLog& operator=(const QuietLog&) = delete;
 
