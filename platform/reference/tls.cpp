@@ -31,20 +31,21 @@ class TlsOptions {
   CURLcode result_ = CURLE_OK;
 };
 
-// An empty trust store beside strict verification: no certificate passes.
+// A trust store that cannot be read ends each exchange, whatever else stands in the handle, and not
+// as a refused certificate, which a host may choose to overlook.
 void trustNothing(CURL* curl) {
   TlsOptions options(curl);
+  std::string noCertificate = "none";
+  options.trustOnly(noCertificate);
   options.set(CURLOPT_CAINFO, static_cast<const char*>(nullptr));
   options.set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
-  options.set(CURLOPT_CAINFO_BLOB, static_cast<curl_blob*>(nullptr));
-  options.set(CURLOPT_SSL_VERIFYPEER, 1L);
 }
 
 }  // namespace
 }  // namespace kestrelvisor
 
-// An empty cert stands for the system's trust store. Any other text replaces that store: a text
-// that holds no certificate lets nobody through.
+// An empty cert leaves a fresh handle with the system's trust store. Any other text replaces that
+// store: a text that holds no certificate lets nobody through.
 void SecuritySS::enrichSSL(void* curl, std::string& cert) {
   using namespace kestrelvisor;
   TlsOptions options(curl);

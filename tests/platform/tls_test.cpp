@@ -5,8 +5,29 @@
 #include "tests/support/test_headers.h"
 
 #include <curl/curl.h>
+#include <dlfcn.h>
 
 #include <csignal>
+#include <cstdarg>
+
+namespace {
+
+CURLoption refusedOption = CURLOPT_LASTENTRY;
+
+}  // namespace
+
+// Stands in front of the library's own, to refuse one option. Every option used here takes a long
+// or a pointer, which travel alike.
+CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
+  using SetOption = CURLcode (*)(CURL*, CURLoption, ...);
+  static const auto setOption = reinterpret_cast<SetOption>(dlsym(RTLD_NEXT, "curl_easy_setopt"));
+  if (option == refusedOption) return CURLE_NOT_BUILT_IN;
+  va_list arguments;
+  va_start(arguments, option);
+  void* const value = va_arg(arguments, void*);
+  va_end(arguments);
+  return setOption(handle, option, value);
+}
 
 namespace {
 
@@ -145,13 +166,42 @@ TEST_F(TlsEnrichment, LetsNobodyThroughAndSaysSoWhenTheCertificateIsNotTaken) {
   const TlsServer server(server_);
   const std::string tooLong = server_.pem() + std::string(9'000'000, '\n');
 
-  EXPECT_EQ(exchangeTrusting(tooLong, server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(exchangeTrusting(tooLong, server.url()), CURLE_SSL_CACERT_BADFILE);
 
   ASSERT_EQ(log_.size(), 1U);
   EXPECT_EQ(log_[0].level, 4);
   EXPECT_THAT(log_[0].text,
               ::testing::StartsWith("TLS options refused, no certificate will be trusted: "));
 }
+
+class RefusedCertificateOption : public TlsEnrichment {
+ protected:
+  ~RefusedCertificateOption() override { refusedOption = CURLOPT_LASTENTRY; }
+};
+class RefusedOption : public RefusedCertificateOption,
+                      public ::testing::WithParamInterface<CURLoption> {};
+
+TEST_P(RefusedOption, LetsNobodyThrough) {
+  const TlsServer server(server_);
+  refusedOption = GetParam();
+
+  EXPECT_EQ(exchangeTrusting(server_.pem(), server.url()), CURLE_SSL_CACERT_BADFILE);
+
+  EXPECT_EQ(log_.size(), 1U);
+}
+
+// A refused blob cannot be replaced by an unreadable one; the store is empty then.
+TEST_F(RefusedCertificateOption, LetsNobodyThrough) {
+  const TlsServer server(server_);
+  refusedOption = CURLOPT_CAINFO_BLOB;
+
+  EXPECT_EQ(exchangeTrusting(server_.pem(), server.url()), CURLE_PEER_FAILED_VERIFICATION);
+}
+
+INSTANTIATE_TEST_SUITE_P(Platform, RefusedOption,
+                         ::testing::Values(CURLOPT_SSLVERSION, CURLOPT_SSL_ENABLE_ALPN,
+                                           CURLOPT_SSL_VERIFYPEER, CURLOPT_SSL_VERIFYHOST,
+                                           CURLOPT_CAINFO, CURLOPT_CAPATH));
 
 TEST_F(TlsEnrichment, CopiesTheCertificate) {
   const TlsServer server(server_);
