@@ -4,6 +4,8 @@
 
 #include <curl/curl.h>
 
+#include <string>
+
 namespace kestrelvisor {
 namespace {
 

@@ -8,7 +8,6 @@
 #include <dlfcn.h>
 
 #include <csignal>
-#include <cstdarg>
 
 namespace {
 
@@ -16,16 +15,15 @@ CURLoption refusedOption = CURLOPT_LASTENTRY;
 
 }  // namespace
 
-// Stands in front of the library's own, to refuse one option. Every option used here takes a long
-// or a pointer, which travel alike.
-CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
+// Stands in front of curl_easy_setopt, to refuse one option. Every option used here takes a long or
+// a pointer, which travel alike.
+extern "C" CURLcode setOptionUnlessRefused(CURL* handle, CURLoption option,
+                                           void* value) __asm__("curl_easy_setopt");
+
+extern "C" CURLcode setOptionUnlessRefused(CURL* handle, CURLoption option, void* value) {
   using SetOption = CURLcode (*)(CURL*, CURLoption, ...);
   static const auto setOption = reinterpret_cast<SetOption>(dlsym(RTLD_NEXT, "curl_easy_setopt"));
   if (option == refusedOption) return CURLE_NOT_BUILT_IN;
-  va_list arguments;
-  va_start(arguments, option);
-  void* const value = va_arg(arguments, void*);
-  va_end(arguments);
   return setOption(handle, option, value);
 }
 
