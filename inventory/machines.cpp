@@ -41,7 +41,7 @@ bool KestrelVisor_rest_api::getVMFromVrm(VRM_INFO& vrm, const std::string& scope
       machine->type = kestrelvisor::kKindMachine;
       KV_LOG(kTrace, "object str is :", text, " object GUID is:", machine->guid);
       KV_LOG(kTrace, "old vm GUID is :", machine->oldGuid,
-             " object GUID is:", EnvProxy_string_to_uuid(text));
+             " object GUID is :", EnvProxy_string_to_uuid(text));
       result.push_back(machine);
     }
   };
