@@ -150,13 +150,15 @@ void resetConfiguration() {
 
 // Every key has a default, so none is required.
 int ConfigReader::getInt(const std::string& section, const std::string& key, bool /*required*/) {
-  using namespace kestrelvisor;
-  const Name name{lowerCase(section), lowerCase(key)};
+  using kestrelvisor::configuredValue;
+  using kestrelvisor::defaultOf;
+  using kestrelvisor::kPlatformTag;
+  const kestrelvisor::Name name{kestrelvisor::lowerCase(section), kestrelvisor::lowerCase(key)};
   std::string problem;
   const std::optional<std::string> text = configuredValue(name, problem);
   if (!problem.empty()) KV_LOG_AS(kPlatformTag, kWarning, "Configuration not read: ", problem);
   if (!text) return defaultOf(name);
-  if (const std::optional<int> number = integerOf(*text)) return *number;
+  if (const std::optional<int> number = kestrelvisor::integerOf(*text)) return *number;
   KV_LOG_AS(kPlatformTag, kWarning, "Configuration value is not a number: [", section, "] ", key);
   return defaultOf(name);
 }

@@ -24,10 +24,11 @@ const LevelName& levelName(int level) {
 
 // 2026-11-21T13:30:00.123Z
 std::string timeText(std::chrono::system_clock::time_point time) {
-  using namespace std::chrono;
-  const auto day = floor<days>(time);
-  const year_month_day date(day);
-  const hh_mm_ss clock(floor<milliseconds>(time - day));
+  using std::chrono::days;
+  using std::chrono::milliseconds;
+  const auto day = std::chrono::floor<days>(time);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss clock(std::chrono::floor<milliseconds>(time - day));
   std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ",
                 static_cast<int>(date.year()), static_cast<unsigned>(date.month()),

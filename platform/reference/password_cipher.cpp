@@ -118,12 +118,13 @@ bool encryptPassword(std::string_view plain, std::string& cipher, std::string& p
 }  // namespace kestrelvisor
 
 int SecuritySS::KmcDecryptInfo(const std::string& cipher, SecString& plain) {
-  using namespace kestrelvisor;
+  using kestrelvisor::Decryption;
+  using kestrelvisor::kPlatformTag;
   plain.assign({});
   std::string text;
-  const WipeOnExit wipe(text);
+  const kestrelvisor::WipeOnExit wipe(text);
   std::string problem;
-  const Decryption outcome = decryptText(cipher, text, problem);
+  const Decryption outcome = kestrelvisor::decryptText(cipher, text, problem);
   if (outcome == Decryption::done) {
     plain.assign(text);
   } else {

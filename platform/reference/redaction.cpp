@@ -40,6 +40,12 @@ struct Delimiter {
   }
 };
 
+// JSON stays JSON: a value that was no string becomes one, in the quotes of its name.
+std::string replacementIn(std::optional<Delimiter> quote) {
+  const std::string around = quote ? quote->text() : std::string();
+  return around + std::string(kReplacement) + around;
+}
+
 // One pass over a text of any kind: JSON, headers, URLs, settings, or a mixture.
 //
 // Names are looked for, not a grammar: a run of name characters that stands before ":" or "=",
@@ -57,12 +63,15 @@ class Redactor {
   }
 
  private:
+  struct Secret;
+
   void step();
   void readName();
   void readQuote();
   bool redactPrivateKey();
   void passColon();
-  void redactValue(std::size_t separator, std::optional<Delimiter> nameQuote, NameKind kind);
+  void redactValue(const Secret& secret);
+  void redactEnclosed(const Secret& secret, std::size_t start, std::optional<Delimiter> quote);
   void redact(std::size_t from, std::size_t to, const std::string& replacement);
 
   bool startsAt(std::size_t at, std::string_view piece) const {
@@ -91,6 +100,13 @@ class Redactor {
   std::optional<Delimiter> string_;  // the JSON string that is open at at_
   std::size_t stringStart_ = 0;
   std::size_t lastName_ = 0;  // where the last run of name characters started
+};
+
+// A secret name, where it is parted from its value, and how.
+struct Redactor::Secret {
+  std::size_t separator;
+  std::optional<Delimiter> quote;  // around the name
+  NameKind kind;
 };
 
 void Redactor::step() {
@@ -139,7 +155,7 @@ void Redactor::readName() {
   next = skip(next, quote ? " \t\r\n" : " \t");
   if (!isSeparator(next)) return;
   const NameKind kind = kindOfName(text_.substr(start, at_ - start));
-  if (kind != NameKind::harmless) redactValue(next, quote, kind);
+  if (kind != NameKind::harmless) redactValue({next, quote, kind});
 }
 
 void Redactor::readQuote() {
@@ -160,7 +176,7 @@ void Redactor::readQuote() {
   const std::size_t next = skip(at_, " \t\r\n");
   if (next == text_.size() || text_[next] != ':') return;
   const NameKind kind = kindOfName(text_.substr(stringStart_, quote - stringStart_));
-  if (kind != NameKind::harmless) redactValue(next, closed, kind);
+  if (kind != NameKind::harmless) redactValue({next, closed, kind});
 }
 
 bool Redactor::redactPrivateKey() {
@@ -172,7 +188,7 @@ bool Redactor::redactPrivateKey() {
   std::size_t end = text_.find(kPemEnd, label);
   if (end != std::string_view::npos) end = text_.find(kPemDashes, end + kPemEnd.size());
   end = end == std::string_view::npos ? text_.size() : end + kPemDashes.size();
-  redact(at_, end, std::string(kReplacement));
+  redact(at_, end, replacementIn(std::nullopt));
   return true;
 }
 
@@ -190,7 +206,7 @@ void Redactor::passColon() {
   const std::size_t user = authority.rfind('@');
   const std::size_t colon = authority.find(':');
   if (user == std::string_view::npos || colon >= user) return;
-  redact(at_ + colon + 1, at_ + user, std::string(kReplacement));
+  redact(at_ + colon + 1, at_ + user, replacementIn(std::nullopt));
 }
 
 // Whether a quoted or nested value really is at its end here.
@@ -200,35 +216,34 @@ bool Redactor::isCleanEnd(std::size_t at, char separator) const {
   return isIn(text_[next], ",;)}]&\r\n") || (string_ && delimiterAt(next));
 }
 
-void Redactor::redactValue(std::size_t separator, std::optional<Delimiter> nameQuote,
-                           NameKind kind) {
-  const char sign = text_[separator];
-  std::size_t start = separator + 1;
+void Redactor::redactValue(const Secret& secret) {
+  const char sign = text_[secret.separator];
+  std::size_t start = secret.separator + 1;
   if (sign == '=' && start < text_.size() && isIn(text_[start], "=>")) ++start;
-  start = skip(start, nameQuote ? " \t\r\n" : " \t");
-  at_ = start;
+  at_ = start = skip(start, secret.quote ? " \t\r\n" : " \t");
   if (start == text_.size()) return;
-  if (nameQuote && string_ && nameQuote->backslashes <= string_->backslashes) string_.reset();
+  if (secret.quote && string_ && secret.quote->backslashes <= string_->backslashes) string_.reset();
 
   const std::optional<Delimiter> quote = delimiterAt(start);
-  const bool nested = isIn(text_[start], "{[");
-  std::string replacement(kReplacement);
-  if (const std::optional<Delimiter> around = quote ? quote : nameQuote)
-    replacement = around->text() + replacement + around->text();
-
-  if (quote || nested) {
-    std::size_t end = quote ? endOfQuoted(start + quote->size(), *quote) : endOfNested(start);
-    const bool wholeLine = kind == NameKind::secretLine && sign == ':';
-    if (!nameQuote && (wholeLine || !isCleanEnd(end, sign))) {
-      end = sign == ':' ? endOfLine(end) : endOfWord(end);
-      replacement = kReplacement;
-    }
-    return redact(start, end, replacement);
+  if (quote || isIn(text_[start], "{[")) return redactEnclosed(secret, start, quote);
+  std::size_t end = 0;
+  if (sign == '=') {
+    end = endOfWord(start);
+  } else {
+    end = secret.quote ? endOfLiteral(start) : endOfLine(start);
   }
-  const std::size_t end = sign == '=' ? endOfWord(start)
-                          : nameQuote ? endOfLiteral(start)
-                                      : endOfLine(start);
-  if (end > start) redact(start, end, replacement);
+  if (end > start) redact(start, end, replacementIn(secret.quote));
+}
+
+// A value in quotes or brackets. What a header has behind them still belongs to its value.
+void Redactor::redactEnclosed(const Secret& secret, std::size_t start,
+                              std::optional<Delimiter> quote) {
+  const char sign = text_[secret.separator];
+  const std::size_t end = quote ? endOfQuoted(start + quote->size(), *quote) : endOfNested(start);
+  const bool wholeLine = secret.kind == NameKind::secretLine && sign == ':';
+  if (secret.quote || (!wholeLine && isCleanEnd(end, sign)))
+    return redact(start, end, replacementIn(quote ? quote : secret.quote));
+  redact(start, sign == ':' ? endOfLine(end) : endOfWord(end), replacementIn(std::nullopt));
 }
 
 // Goes on to the first stop, or to the end of the JSON string around the value. With

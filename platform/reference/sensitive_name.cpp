@@ -28,6 +28,8 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool isLower(char c) { return c >= 'a' && c <= 'z'; }
 bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
 
+bool isAlphanumeric(char c) { return isLower(c) || isUpper(c) || isDigit(c); }
+
 bool endsWith(std::string_view text, std::string_view end) {
   return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
@@ -56,6 +58,11 @@ std::string withoutEscapes(std::string_view name) {
   return plain;
 }
 
+bool startsWord(char before, char c, char after) {
+  if (!isAlphanumeric(before)) return true;
+  return isUpper(c) && (!isUpper(before) || isLower(after));
+}
+
 // A name in lower case without what does not count. starts marks with 'x' each character that
 // starts a word: behind a separator, "K" in "authKey", "K" in "APIKey".
 struct FoldedName {
@@ -71,12 +78,9 @@ FoldedName::FoldedName(std::string_view name) {
   char before = '\0';
   for (std::size_t i = 0; i < name.size(); ++i) {
     const char c = name[i];
-    const bool counts = isLower(c) || isUpper(c) || isDigit(c);
-    if (counts) {
-      const bool behindSeparator = !isLower(before) && !isUpper(before) && !isDigit(before);
-      const bool hump = isUpper(c) && !isUpper(before);
-      const bool lastHump = isUpper(c) && i + 1 < name.size() && isLower(name[i + 1]);
-      starts += behindSeparator || hump || lastHump ? 'x' : ' ';
+    if (isAlphanumeric(c)) {
+      const char after = i + 1 < name.size() ? name[i + 1] : '\0';
+      starts += startsWord(before, c, after) ? 'x' : ' ';
       text += isUpper(c) ? static_cast<char>(c - 'A' + 'a') : c;
     }
     before = c;

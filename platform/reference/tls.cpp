@@ -49,8 +49,7 @@ void trustNothing(CURL* curl) {
 // An empty cert leaves a fresh handle with the system's trust store. Any other text replaces that
 // store: a text that holds no certificate lets nobody through.
 void SecuritySS::enrichSSL(void* curl, std::string& cert) {
-  using namespace kestrelvisor;
-  TlsOptions options(curl);
+  kestrelvisor::TlsOptions options(curl);
   options.set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   // HTTP/2 would deliver header names in lower case; the engine's wire is HTTP/1.1.
   options.set(CURLOPT_SSL_ENABLE_ALPN, 0L);
@@ -63,7 +62,8 @@ void SecuritySS::enrichSSL(void* curl, std::string& cert) {
   }
   if (options.result() == CURLE_OK) return;
 
-  trustNothing(curl);
-  KV_LOG_AS(kPlatformTag, kError, "TLS options refused, no certificate will be trusted: ",
+  kestrelvisor::trustNothing(curl);
+  KV_LOG_AS(kestrelvisor::kPlatformTag, kError,
+            "TLS options refused, no certificate will be trusted: ",
             curl_easy_strerror(options.result()));
 }
