@@ -5,6 +5,7 @@
 #include "tests/catalogue/told_lines.h"
 
 #include <cstdint>
+#include <ostream>
 #include <set>
 #include <span>
 #include <string>
@@ -72,6 +73,9 @@ std::string textOf(std::span<const LogRecord> records);
 struct Scenario {
   const char* name;
   Script (*provoke)();
+
+  // Test reports and ctest's list show it by its name.
+  friend void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; }
 };
 
 std::span<const Scenario> sessionScenarios();
