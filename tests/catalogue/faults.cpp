@@ -39,7 +39,8 @@ CURLcode __wrap_curl_easy_perform(CURL* curl) {
 }
 // NOLINTEND(bugprone-reserved-identifier)
 
-void* operator new(std::size_t size) {
+// Not inlined: where GCC sees only one of a pair it takes it for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   if (failingSize != 0 && size >= failingSize && size <= failingSize + kSharedOverhead) {
     failingSize = 0;
     throw std::bad_alloc();
@@ -49,9 +50,14 @@ void* operator new(std::size_t size) {
   return memory;
 }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
+// Sanitizers would otherwise bring one of their own, which the operators below do not fit.
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return std::malloc(size);
+}
 
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace kestrelvisor::test {
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -61,36 +62,40 @@ std::string readFile(const fs::path& path) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-// A text that names a comment or a macro would confuse the reader below; the engine has none.
+// Comments may name the macros. No literal of the engine has a blank before two slashes.
 std::string withoutComments(const std::string& source) {
   static const std::regex comment("(^|\\s)//[^\\n]*");
   return std::regex_replace(source, comment, "$1");
 }
 
+// Where the quoted text that starts at a position ends.
+std::size_t endOfLiteral(const std::string& source, std::size_t position) {
+  for (++position; source.at(position) != '"'; ++position) {
+    if (source[position] == '\\') ++position;
+  }
+  return position + 1;
+}
+
 // Splits the arguments of a call at their commas; position stands behind the opening parenthesis.
+// Blanks between the pieces are dropped. Throws std::out_of_range for a call without end.
 std::vector<std::string> argumentsAt(const std::string& source, std::size_t position) {
+  constexpr std::string_view kOpening = "([{";
+  constexpr std::string_view kClosing = ")]}";
   std::vector<std::string> arguments(1);
   int depth = 0;
-  bool quoted = false;
-  for (; position < source.size(); ++position) {
-    const char c = source[position];
-    if (quoted && c == '\\') {
-      arguments.back().append(source, position++, 2);
-      continue;
+  while (depth != 0 || source.at(position) != ')') {
+    const char c = source.at(position);
+    const std::size_t end = c == '"' ? endOfLiteral(source, position) : position + 1;
+    if (kOpening.find(c) != std::string_view::npos) ++depth;
+    if (kClosing.find(c) != std::string_view::npos) --depth;
+    if (depth == 0 && c == ',') {
+      arguments.emplace_back();
+    } else if (!std::isspace(static_cast<unsigned char>(c))) {
+      arguments.back().append(source, position, end - position);
     }
-    if (c == '"') quoted = !quoted;
-    if (!quoted) {
-      if (depth == 0 && c == ')') return arguments;
-      if (c == '(' || c == '[' || c == '{') ++depth;
-      if (c == ')' || c == ']' || c == '}') --depth;
-      if (depth == 0 && c == ',') {
-        arguments.emplace_back();
-        continue;
-      }
-    }
-    if (quoted || !std::isspace(static_cast<unsigned char>(c))) arguments.back() += c;
+    position = end;
   }
-  throw std::runtime_error("a statement without end");
+  return arguments;
 }
 
 std::string unescaped(std::string_view literal) {
