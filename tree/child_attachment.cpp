@@ -29,17 +29,14 @@ void describe(const KestrelVisorObj& object, const kestrelVisor_TreeNode& parent
   node.needExpand = true;
 }
 
-// The record that an object of one kind is, or null when it only claims to be.
-template <class Record>
-boost::shared_ptr<Record> recordOf(const boost::shared_ptr<KestrelVisorObj>& object) {
-  return boost::dynamic_pointer_cast<Record>(object);
-}
+// The lines that an attachment may write. Each overload has words of its own.
+enum class AttachmentLine { invalidHost, host, cluster };
 
 // Attaches children in list order. The parent is named by its position and read anew each time: the
-// tree's vector moves while it grows. lines writes the caller's log lines.
-template <class Lines>
+// tree's vector moves while it grows. log writes a line in the caller's words and name.
+template <class Log>
 void attach(KestrelVisorPublic& owner, ObjectIndex& index, std::uint64_t parent, Tree& tree,
-            KestrelVisorPublic::ObjectList& children, bool keepObjects, const Lines& lines) {
+            KestrelVisorPublic::ObjectList& children, bool keepObjects, const Log& log) {
   if (children.empty()) {
     tree.node(parent).needExpand = false;
     return;
@@ -49,20 +46,22 @@ void attach(KestrelVisorPublic& owner, ObjectIndex& index, std::uint64_t parent,
     node.index = index.getIndex();  // taken before anything can fail
     describe(*object, tree.node(parent), node);
     if (node.type == kestrelvisor::kKindHost) {
-      const auto host = recordOf<CNA_INFO>(object);
-      if (!host) return lines.invalidHost();
+      const auto host = boost::dynamic_pointer_cast<CNA_INFO>(object);
+      if (!host) return log(AttachmentLine::invalidHost, node);
       node.ip = host->ip;
       node.cpu_num = host->cpuNumber;
       node.arch = host->arch;
       node.cpuVendor = host->cpuVendor;
-      lines.host(node);
+      log(AttachmentLine::host, node);
       owner.addDatastore(host->datastores, node);
     }
-    if (const auto cluster = recordOf<CLUSTER_INFO>(object);
-        cluster && node.type == kestrelvisor::kKindCluster) {
+    const auto cluster = node.type == kestrelvisor::kKindCluster
+                             ? boost::dynamic_pointer_cast<CLUSTER_INFO>(object)
+                             : boost::shared_ptr<CLUSTER_INFO>();
+    if (cluster) {
       node.arch = cluster->arch;
       node.cpuVendor = cluster->cpuVendor;
-      lines.cluster(node);
+      log(AttachmentLine::cluster, node);
       owner.addDatastore(cluster->datastores, node);
     }
     if (keepObjects) node.object = object;
@@ -70,48 +69,46 @@ void attach(KestrelVisorPublic& owner, ObjectIndex& index, std::uint64_t parent,
   }
 }
 
-// The log lines of one overload; lambdas of that overload, so that they name it.
-template <class InvalidHost, class Host, class Cluster>
-struct AttachmentLines {
-  InvalidHost invalidHost;
-  Host host;
-  Cluster cluster;
-};
-template <class InvalidHost, class Host, class Cluster>
-AttachmentLines(InvalidHost, Host, Cluster) -> AttachmentLines<InvalidHost, Host, Cluster>;
-
 }  // namespace
 
 void KestrelVisorPublic::AddChildNodesToTree(ObjectIndex& index, const Tree::iterator& parent,
                                              Tree& tree, ObjectList& children) {
-  // Hosts match these words: no separator behind the CPU count here.
-  const AttachmentLines lines{[] { KV_LOG(kError, "Invalid parameter of cna !"); },
-                              [](const kestrelVisor_TreeNode& node) {
-                                KV_LOG(kInfo, "nodeInfo.cpu_num:", node.cpu_num,
-                                       "nodeInfo.arch: ", node.arch,
-                                       ", nodeInfo.cpuVendor:", node.cpuVendor);
-                              },
-                              [](const kestrelVisor_TreeNode& node) {
-                                KV_LOG(kInfo, "cluster nodeInfo.arch: ", node.arch,
-                                       ", cluster nodeInfo.cpuVendor:", node.cpuVendor);
-                              }};
-  attach(*this, index, parent.position, tree, children, false, lines);
+  const auto log = [](AttachmentLine line, const kestrelVisor_TreeNode& node) {
+    switch (line) {
+      case AttachmentLine::invalidHost:
+        KV_LOG(kError, "Invalid parameter of cna !");
+        break;
+      case AttachmentLine::host:  // no separator behind the CPU count: hosts match these words
+        KV_LOG(kInfo, "nodeInfo.cpu_num:", node.cpu_num, "nodeInfo.arch: ", node.arch,
+               ", nodeInfo.cpuVendor:", node.cpuVendor);
+        break;
+      case AttachmentLine::cluster:
+        KV_LOG(kInfo, "cluster nodeInfo.arch: ", node.arch,
+               ", cluster nodeInfo.cpuVendor:", node.cpuVendor);
+        break;
+    }
+  };
+  attach(*this, index, parent.position, tree, children, false, log);
 }
 
 void KestrelVisorPublic::AddChildNodesToTree(ObjectIndex& index, const Tree::leaf_iterator& parent,
                                              Tree& tree, ObjectList& children) {
-  // Hosts match these words: the vendor stands behind the label of the architecture here.
-  const AttachmentLines lines{[] { KV_LOG(kError, "Invalid parameter of cna !"); },
-                              [](const kestrelVisor_TreeNode& node) {
-                                KV_LOG(kInfo, "nodeInfo.cpu_num:", node.cpu_num,
-                                       ", nodeInfo.arch: ", node.arch,
-                                       ", nodeInfo.cpuVendor=", node.cpuVendor);
-                              },
-                              [](const kestrelVisor_TreeNode& node) {
-                                KV_LOG(kInfo, "cluster nodeInfo.arch: ", node.arch,
-                                       ", cluster nodeInfo.arch:", node.cpuVendor);
-                              }};
-  attach(*this, index, parent.position, tree, children, true, lines);
+  const auto log = [](AttachmentLine line, const kestrelVisor_TreeNode& node) {
+    switch (line) {
+      case AttachmentLine::invalidHost:
+        KV_LOG(kError, "Invalid parameter of cna !");
+        break;
+      case AttachmentLine::host:
+        KV_LOG(kInfo, "nodeInfo.cpu_num:", node.cpu_num, ", nodeInfo.arch: ", node.arch,
+               ", nodeInfo.cpuVendor=", node.cpuVendor);
+        break;
+      case AttachmentLine::cluster:  // the vendor under the label of the architecture: likewise
+        KV_LOG(kInfo, "cluster nodeInfo.arch: ", node.arch,
+               ", cluster nodeInfo.arch:", node.cpuVendor);
+        break;
+    }
+  };
+  attach(*this, index, parent.position, tree, children, true, log);
 }
 
 void KestrelVisorPublic::addDatastore(
