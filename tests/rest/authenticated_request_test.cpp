@@ -1,9 +1,9 @@
-#include <json/json.h>
-
 #include "rest/kestrelvisor_rest_api.h"
 #include "tests/support/fake_manager.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/test_headers.h"
+
+#include <json/json.h>
 
 namespace {
 
