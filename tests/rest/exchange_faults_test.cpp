@@ -148,7 +148,7 @@ struct TextlessFailure {
 };
 
 TEST_F(OneTransfer, HasTextsOfItsOwnWhereTheLibraryHasNone) {
-  curl.hasTexts = false;
+  curl.textOfResults = nullptr;
   for (const TextlessFailure& row :
        {TextlessFailure{CURLE_COULDNT_CONNECT, "before", "Connect to VRM failed."},
         TextlessFailure{CURLE_OPERATION_TIMEDOUT, "before", "Connect to VRM timeout."},
@@ -158,6 +158,17 @@ TEST_F(OneTransfer, HasTextsOfItsOwnWhereTheLibraryHasNone) {
     std::string message = row.before;
     api.processPerformNotOK(vrm, nullptr, nullptr, "caller", row.result, code, message);
     EXPECT_EQ(message, row.after);
+  }
+}
+
+TEST_F(OneTransfer, EndsTheTextOfTheLibraryWithOneFullStop) {
+  std::string code;
+  std::string message = "before";
+  for (const auto& [text, after] : std::map<std::string, std::string>{
+           {"No stop", "No stop."}, {"A stop.", "A stop."}, {"", ""}}) {
+    curl.textOfResults = text.c_str();
+    api.processPerformNotOK(vrm, nullptr, nullptr, "caller", CURLE_COULDNT_CONNECT, code, message);
+    EXPECT_EQ(message, after);
   }
 }
 

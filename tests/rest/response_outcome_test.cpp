@@ -302,14 +302,18 @@ TEST_F(OneExchange, ReportsATruncatedAnswer) {
 }
 
 TEST_F(OneExchange, ReportsARefusedConnection) {
+  // An address of this case alone: no other manager can come to listen there.
   const std::string nobody =
-      "http://127.0.0.1:" + std::to_string(unusedPort("127.0.0.1")) + "/service/x";
+      "http://127.0.0.77:" + std::to_string(unusedPort("127.0.0.77")) + "/service/x";
 
   EXPECT_FALSE(api.sendMessageToVrm(vrm, token, SEND_METHOD_GET, nobody, "", response, error));
 
   EXPECT_EQ(error.errorCode, "2000");
   EXPECT_EQ(error.errorDescription, transferText(CURLE_COULDNT_CONNECT));
-  EXPECT_THAT(log.texts(4).size(), 3U);  // both attempts and the exchange
+  const std::string failed =
+      "Invoke sendMassage failed, error code is 2000(" + transferText(CURLE_COULDNT_CONNECT) + ")";
+  EXPECT_THAT(log.texts(4),
+              ElementsAre(failed, failed, "Send mssage to VRM failed, url=" + nobody));
   EXPECT_THAT(manager.lines(), IsEmpty());
 }
 

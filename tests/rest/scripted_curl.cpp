@@ -155,8 +155,8 @@ CURLcode __wrap_curl_easy_getinfo(CURL* curl, CURLINFO info, ...) {
 }
 
 const char* __wrap_curl_easy_strerror(CURLcode result) {
-  const bool known = active == nullptr || active->hasTexts;
-  return known ? __real_curl_easy_strerror(result) : nullptr;
+  const bool scripted = active != nullptr && active->textOfResults.has_value();
+  return scripted ? *active->textOfResults : __real_curl_easy_strerror(result);
 }
 
 curl_slist* __wrap_curl_slist_append(curl_slist* list, const char* text) {

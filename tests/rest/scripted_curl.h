@@ -4,6 +4,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,7 +38,8 @@ class ScriptedCurl {
   // How many calls of the function succeed before one fails; negative: all of them.
   int handlesUntilFailure = -1;
   int appendsUntilFailure = -1;
-  bool hasTexts = true;  // whether curl_easy_strerror knows any result
+  // What curl_easy_strerror gives for every result, null included, instead of libcurl's texts.
+  std::optional<const char*> textOfResults;
 
   // Options of numbers as they stood at each transfer.
   std::vector<std::map<CURLoption, long>> performed;
