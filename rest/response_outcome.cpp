@@ -236,7 +236,7 @@ int KestrelVisor_rest_api::httpParseLine(std::string& line, std::string& key, st
   if (line.empty() || line.compare(0, key.size(), key) != 0) return -1;
   const std::size_t start = line.find_first_not_of(' ', key.size());
   if (start == std::string::npos) return 0;
-  value = line.substr(start);
+  value.assign(line, start);  // without a copy between: the value may be a token
   boost::algorithm::trim_if(value, boost::algorithm::is_any_of(" \n\r\t"));
   return 0;
 }
