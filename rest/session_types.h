@@ -16,7 +16,8 @@ enum SEND_METHOD : std::uint32_t {
   SEND_METHOD_CERTINFO = 4,  // asks for the peer's certificates; no operation sends with it
 };
 
-// A growing receive buffer. Whoever declares one owns its memory and frees it after the exchange.
+// A growing receive buffer. Whoever declares one owns its memory and frees it, by delete[], after
+// the exchange.
 struct MemoryStruct {
   std::uint64_t size = 0;  // bytes received so far, without the terminator
   char* memory = nullptr;  // at least size + 1 bytes, NUL-terminated; null until the first chunk
