@@ -44,13 +44,11 @@ bool fetchDatastores(KestrelVisor_rest_api& api, VRM_INFO& vrm, const std::strin
   return listed;
 }
 
+// Throws Json::Exception for hosts that are no array.
 std::string joinHosts(const Json::Value& hosts) {
-  std::string joined;
-  bool first = true;
-  for (const Json::Value& host : hosts) {
-    if (!first) joined += kHostSeparator;
-    joined += host.asString();
-    first = false;
+  std::string joined = hosts[Json::ArrayIndex{0}].asString();
+  for (Json::ArrayIndex index = 1; index < hosts.size(); ++index) {
+    joined += kHostSeparator + hosts[index].asString();
   }
   return joined;
 }
