@@ -1,4 +1,4 @@
-# kestrelvisor_test(name [LABEL label] SOURCES file... [LIBRARIES target...])
+# kestrelvisor_test(name [LABEL label] [TIMEOUT seconds] SOURCES file... [LIBRARIES target...])
 #
 # One test binary whose cases ctest lists one by one, by suite and behaviour.
 find_package(GTest REQUIRED)
@@ -14,14 +14,18 @@ target_precompile_headers(kestrelvisor_test_headers PRIVATE
   ${PROJECT_SOURCE_DIR}/tests/support/test_headers.h)
 
 function(kestrelvisor_test name)
-  cmake_parse_arguments(arg "" "LABEL" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(arg "" "LABEL;TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
   if(NOT arg_LABEL)
     set(arg_LABEL unit)
+  endif()
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
   endif()
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main
                         kestrelvisor_warnings)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   target_precompile_headers(${name} REUSE_FROM kestrelvisor_test_headers)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${arg_LABEL} TIMEOUT 120)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+                       PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
 endfunction()

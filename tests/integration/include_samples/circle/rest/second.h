@@ -1,0 +1,1 @@
+#include "rest/first.h"

@@ -1,0 +1,1 @@
+#include "rest/session_types.h"

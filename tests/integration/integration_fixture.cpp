@@ -1,0 +1,78 @@
+#include "tests/integration/integration_fixture.h"
+
+#include "tests/vrmsim/small_site.h"
+
+namespace kestrelvisor::test {
+namespace {
+
+using vrmsim::test::Process;
+using vrmsim::test::TemporaryFolder;
+
+constexpr const char* kUser = "backup";
+
+}  // namespace
+
+SimulatorOptions simulatedSite(bool tls) {
+  SimulatorOptions options;
+  options.inventory = vrmsim::test::smallSite();
+  char number = '0';
+  for (vrmsim::Vm& machine : options.inventory.vms) {
+    machine.uuid = std::string("00000000-0000-4000-8000-00000000000") + ++number;
+    machine.disks[0].uuid = "volume-" + machine.id;  // fits into a URL
+  }
+  options.users = {vrmsim::User{kUser, std::string(kPassword), {"administrator"}}};
+  options.tls = tls;
+  return options;
+}
+
+EnvironmentPath pathTo(const Simulator& simulator) {
+  EnvironmentPath path;
+  path.add_hv_address(simulator.address());
+  path.add_port(simulator.port());
+  path.add_protocol(simulator.certificatePem().empty() ? 1 : 2);
+  path.add_username(kUser);
+  path.add_password(encryptedPassword());
+  path.add_cert(simulator.certificatePem());
+  return path;
+}
+
+std::vector<std::string> linesOf(const std::vector<RecordedRequest>& journal) {
+  std::vector<std::string> lines;
+  for (const RecordedRequest& request : journal) {
+    lines.push_back(request.method + " " + request.target);
+  }
+  return lines;
+}
+
+HostRun runHost(const std::string& host, const std::string& address, std::uint16_t port, bool https,
+                const std::string& certificate, const std::vector<std::string>& operations,
+                const std::vector<std::string>& tool) {
+  const TemporaryFolder folder;
+  std::vector<std::string> arguments{"MANAGER_PASSWORD_FILE=" +
+                                     folder.write("password", std::string(kPassword) + "\n")};
+  if (!certificate.empty()) {
+    arguments.push_back("MANAGER_CERT_FILE=" + folder.write("manager.pem", certificate));
+  }
+  arguments.insert(arguments.end(), tool.begin(), tool.end());
+  for (const std::string& word : {host, address, std::to_string(port),
+                                  std::string(https ? "https" : "http"), std::string(kUser)}) {
+    arguments.push_back(word);
+  }
+  arguments.insert(arguments.end(), operations.begin(), operations.end());
+
+  Process process("/usr/bin/env", arguments);
+  HostRun run;
+  run.output = process.restOfOutput();
+  run.errors = process.errors();
+  run.status = process.wait();
+  return run;
+}
+
+HostRun runHost(const std::string& host, const Simulator& simulator,
+                const std::vector<std::string>& operations, const std::vector<std::string>& tool) {
+  const std::string certificate = simulator.certificatePem();
+  return runHost(host, simulator.address(), simulator.port(), !certificate.empty(), certificate,
+                 operations, tool);
+}
+
+}  // namespace kestrelvisor::test
