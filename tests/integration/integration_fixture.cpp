@@ -15,10 +15,11 @@ constexpr const char* kUser = "backup";
 SimulatorOptions simulatedSite(bool tls) {
   SimulatorOptions options;
   options.inventory = vrmsim::test::smallSite();
-  char number = '0';
+  // Identifiers that a backup takes: the machines' and disks' end with their place in the list.
+  char place = '0';
   for (vrmsim::Vm& machine : options.inventory.vms) {
-    machine.uuid = std::string("00000000-0000-4000-8000-00000000000") + ++number;
-    machine.disks[0].uuid = "volume-" + machine.id;  // fits into a URL
+    machine.uuid = std::string("00000000-0000-4000-8000-00000000000") + ++place;
+    machine.disks[0].uuid = std::string(kVolumes) + place;
   }
   options.users = {vrmsim::User{kUser, std::string(kPassword), {"administrator"}}};
   options.tls = tls;

@@ -17,6 +17,7 @@ using vrmsim::Simulator;
 using vrmsim::SimulatorOptions;
 
 constexpr const char* kSite = "/service/sites/S1";
+constexpr const char* kVolumes = "10000000-0000-4000-8000-00000000000";  // and a machine's number
 
 // A site "S1" that fits into the head: clusters c1 and c2 (empty), hosts h1 and h2 in c1, h3 in
 // none; machines v1 and v2 on h1, v3 on h3, v4 on c1 itself, a template and a linked clone on h2.

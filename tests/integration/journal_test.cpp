@@ -24,9 +24,9 @@ std::string machinesOf(const std::string& scope) {
 std::string pageOf(const std::string& scope) {
   return under("/vms?limit=100&offset=0&scope=urn:sites:S1:" + scope + "&detail=2");
 }
-std::string discoveryOf(const std::string& machine, const std::string& datastore) {
-  return under("/volumes/compatibility/discovery?uuid=volume-" + machine +
-               "&datestore=" + datastore + "&page=1&offset=0&limit=15");
+std::string discoveryOf(int machine, const std::string& datastore) {
+  return under("/volumes/compatibility/discovery?uuid=" + std::string(kVolumes) +
+               std::to_string(machine) + "&datestore=" + datastore + "&page=1&offset=0&limit=15");
 }
 
 Lines scanLines() {
@@ -46,16 +46,16 @@ Lines scanLines() {
           under("/datastores?status=NORMAL"),  // of h2
           machinesOf("clusters:c1"),
           pageOf("clusters:c1"),
-          discoveryOf("v4", "d1"),
+          discoveryOf(4, "d1"),
           under("/hosts?scope=urn:sites:S1:clusters:c2"),
           machinesOf("clusters:c2"),
           machinesOf("hosts:h3"),
           pageOf("hosts:h3"),
-          discoveryOf("v3", "d2"),
+          discoveryOf(3, "d2"),
           machinesOf("hosts:h1"),
           pageOf("hosts:h1"),
-          discoveryOf("v1", "d1"),
-          discoveryOf("v2", "d1"),
+          discoveryOf(1, "d1"),
+          discoveryOf(2, "d1"),
           machinesOf("hosts:h2"),
           pageOf("hosts:h2")};
 }
