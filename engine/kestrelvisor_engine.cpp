@@ -4,8 +4,10 @@
 #include "engine/error_model.h"
 #include "engine/kestrelvisor_public.h"
 
-#include <array>
+#include <cstdint>
+#include <list>
 #include <string_view>
+#include <utility>
 
 namespace {
 

@@ -57,7 +57,8 @@ class KestrelVisorEngine : public EngineBase {
   // The same as a yes or no.
   bool fillVrmInfo(VRM_INFO& vrm, KestrelVisorErrorMessage& err);
 
-  // The process's engine, made at the first call and destroyed at exit.
+  // The process's engine, made at the first call and destroyed at exit. A host that loads the
+  // library finds the accessor as "_ZN18KestrelVisorEngine23getKestrelVisorInstanceEv".
   static KestrelVisorEngine& getKestrelVisorInstance();
 
   KestrelVisor_rest_api restApi;

@@ -15,8 +15,7 @@ namespace {
 
 constexpr const char* kLibrary = "libkestrelvisor_engine.so.1";
 constexpr const char* kInit = "kestrelvisor_engine_init";
-// KestrelVisorEngine::getKestrelVisorInstance() as both compilers write it. The name is part of the
-// library's interface, as every name that it exports.
+// KestrelVisorEngine::getKestrelVisorInstance(), as its header tells.
 constexpr const char* kInstance = "_ZN18KestrelVisorEngine23getKestrelVisorInstanceEv";
 
 template <class Function>
