@@ -93,10 +93,10 @@ TEST_P(HostProcess, NeverShowsThePassword) {
 }
 
 TEST_P(HostProcess, WithoutArgumentsTellsItsUsage) {
-  vrmsim::test::Process host(GetParam().program, {});
+  const HostRun host = runProgram({GetParam().program});
 
-  EXPECT_THAT(host.errors(), HasSubstr("usage: "));
-  EXPECT_EQ(host.wait(), 2);
+  EXPECT_EQ(host.status, 2);
+  EXPECT_THAT(host.errors, HasSubstr("usage: "));
 }
 
 std::vector<Host> hosts() {
@@ -113,12 +113,10 @@ INSTANTIATE_TEST_SUITE_P(Example, HostProcess, ::testing::ValuesIn(hosts()),
 class EngineIdentityTest : public ::testing::TestWithParam<Host> {};
 
 TEST_P(EngineIdentityTest, IsOneHoweverTheHostReachesIt) {
-  vrmsim::test::Process probe(GetParam().program, {});
-  const std::string output = probe.restOfOutput();
-  const std::string errors = probe.errors();
+  const HostRun probe = runProgram({GetParam().program});
 
-  EXPECT_EQ(probe.wait(), 0) << errors;
-  EXPECT_EQ(output, "one engine\n");
+  EXPECT_EQ(probe.status, 0) << probe.errors;
+  EXPECT_EQ(probe.output, "one engine\n");
 }
 
 std::vector<Host> probes() {

@@ -45,28 +45,30 @@ std::vector<std::string> linesOf(const std::vector<RecordedRequest>& journal) {
   return lines;
 }
 
-HostRun runHost(const std::string& host, const std::string& address, std::uint16_t port, bool https,
-                const std::string& certificate, const std::vector<std::string>& operations,
-                const std::vector<std::string>& tool) {
-  const TemporaryFolder folder;
-  std::vector<std::string> arguments{"MANAGER_PASSWORD_FILE=" +
-                                     folder.write("password", std::string(kPassword) + "\n")};
-  if (!certificate.empty()) {
-    arguments.push_back("MANAGER_CERT_FILE=" + folder.write("manager.pem", certificate));
-  }
-  arguments.insert(arguments.end(), tool.begin(), tool.end());
-  for (const std::string& word : {host, address, std::to_string(port),
-                                  std::string(https ? "https" : "http"), std::string(kUser)}) {
-    arguments.push_back(word);
-  }
-  arguments.insert(arguments.end(), operations.begin(), operations.end());
-
-  Process process("/usr/bin/env", arguments);
+HostRun runProgram(std::vector<std::string> words) {
+  // A sanitizer stands between a program and the loader, which then forgets the program's own path.
+  words.insert(words.begin(), std::string("LD_LIBRARY_PATH=") + ENGINE_LIBRARY_FOLDER);
+  Process process("/usr/bin/env", words);
   HostRun run;
   run.output = process.restOfOutput();
   run.errors = process.errors();
   run.status = process.wait();
   return run;
+}
+
+HostRun runHost(const std::string& host, const std::string& address, std::uint16_t port, bool https,
+                const std::string& certificate, const std::vector<std::string>& operations,
+                const std::vector<std::string>& tool) {
+  const TemporaryFolder folder;
+  std::vector<std::string> words{"MANAGER_PASSWORD_FILE=" +
+                                 folder.write("password", std::string(kPassword) + "\n")};
+  if (!certificate.empty()) {
+    words.push_back("MANAGER_CERT_FILE=" + folder.write("manager.pem", certificate));
+  }
+  words.insert(words.end(), tool.begin(), tool.end());
+  words.insert(words.end(), {host, address, std::to_string(port), https ? "https" : "http", kUser});
+  words.insert(words.end(), operations.begin(), operations.end());
+  return runProgram(std::move(words));
 }
 
 HostRun runHost(const std::string& host, const Simulator& simulator,

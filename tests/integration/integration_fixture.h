@@ -63,6 +63,9 @@ struct HostRun {
   std::string errors;
 };
 
+// Runs a program, with what "env" takes in front of it.
+HostRun runProgram(std::vector<std::string> words);
+
 // Runs an example host against a simulator, behind a tool if one is named. Password and certificate
 // reach it as files. When the certificate is empty the host trusts the system's.
 HostRun runHost(const std::string& host, const std::string& address, std::uint16_t port, bool https,
