@@ -165,12 +165,10 @@ TEST_F(FreedMemory, HoldsNoSecretAfterACbtRequest) {
 }
 
 TEST_F(FreedMemory, HoldsNoSecretAfterTheLogouts) {
-  verify();
+  auto shortLived = std::make_unique<KestrelVisorEngine>();
+  shortLived->VerifyCredentials(path, description, guid);
 
-  watching([&] {
-    engine.restApi.~KestrelVisor_rest_api();
-    new (&engine.restApi) KestrelVisor_rest_api();
-  });
+  watching([&] { shortLived.reset(); });
 
   EXPECT_EQ(manager.lines().back(), "DELETE /service/session");
   expectNothingFound();

@@ -26,6 +26,13 @@ SimulatorOptions simulatedSite(bool tls) {
   return options;
 }
 
+SimulatorOptions generatedSite(const vrmsim::InventorySizes& sizes) {
+  SimulatorOptions options = simulatedSite(false);
+  options.inventory = vrmsim::generateInventory(sizes);
+  options.keepJournal = false;
+  return options;
+}
+
 EnvironmentPath pathTo(const Simulator& simulator) {
   EnvironmentPath path;
   path.add_hv_address(simulator.address());

@@ -6,6 +6,7 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/test_headers.h"
 #include "tests/vrmsim/process.h"
+#include "vrmsim/inventory_generator.h"
 #include "vrmsim/simulator.h"
 
 #include <iostream>
@@ -22,6 +23,9 @@ constexpr const char* kVolumes = "10000000-0000-4000-8000-00000000000";  // and 
 // A site "S1" that fits into the head: clusters c1 and c2 (empty), hosts h1 and h2 in c1, h3 in
 // none; machines v1 and v2 on h1, v3 on h3, v4 on c1 itself, a template and a linked clone on h2.
 SimulatorOptions simulatedSite(bool tls);
+
+// A site of these sizes, whose requests nobody keeps.
+SimulatorOptions generatedSite(const vrmsim::InventorySizes& sizes);
 
 // A host's request for a simulator, which it trusts.
 EnvironmentPath pathTo(const Simulator& simulator);
