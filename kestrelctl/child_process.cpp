@@ -1,0 +1,124 @@
+#include "kestrelctl/child_process.h"
+
+#include "kestrelctl/failure.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <system_error>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+constexpr int kGraceSeconds = 5;
+constexpr int kMillisecondsPerSecond = 1000;
+constexpr int kCannotExecute = 127;
+
+std::string systemError() { return std::generic_category().message(errno); }
+
+sigset_t endingSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+    struct sigaction action = {};
+    sigaction(number, nullptr, &action);
+    if (action.sa_handler != SIG_IGN) sigaddset(&signals, number);
+  }
+  return signals;
+}
+
+// Between fork and exec: only calls that are safe there.
+[[noreturn]] void becomeProgram(const std::vector<char*>& argv, const sigset_t& mask, int output,
+                                int lifeline, pid_t parent) {
+  prctl(PR_SET_PDEATHSIG, SIGTERM);
+  if (getppid() != parent) _exit(kCannotExecute);  // it has ended before the line above
+  signal(SIGPIPE, SIG_DFL);
+  sigprocmask(SIG_SETMASK, &mask, nullptr);
+  if (output >= 0) dup2(output, STDOUT_FILENO);
+  fcntl(lifeline, F_SETFD, 0);  // open as long as the program runs
+  execv(argv.front(), argv.data());
+  _exit(kCannotExecute);
+}
+
+bool isReadableWithin(int descriptor, int seconds) {
+  pollfd entry{descriptor, POLLIN, 0};
+  return poll(&entry, 1, seconds * kMillisecondsPerSecond) == 1;
+}
+
+}  // namespace
+
+EndingSignals::EndingSignals() {
+  const sigset_t signals = endingSignals();
+  sigprocmask(SIG_BLOCK, &signals, &before_);
+  arrived_ = Descriptor(signalfd(-1, &signals, SFD_CLOEXEC));
+}
+
+EndingSignals::~EndingSignals() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+void EndingSignals::waitFor(int descriptor, int limitSeconds) const {
+  std::array<pollfd, 2> entries{{{arrived_.get(), POLLIN, 0}, {descriptor, POLLIN, 0}}};
+  const int limit = limitSeconds < 0 ? -1 : limitSeconds * kMillisecondsPerSecond;
+  int ready = 0;
+  do {
+    ready = poll(entries.data(), entries.size(), limit);
+  } while (ready < 0 && errno == EINTR);
+  if (ready == 0) throw Failure(ExitCode::timeLimit, "a program that was started does not answer");
+  if (entries[0].revents == 0) return;
+  signalfd_siginfo information{};
+  if (::read(arrived_.get(), &information, sizeof information) != sizeof information) return;
+  throw Interrupted{static_cast<int>(information.ssi_signo)};
+}
+
+ChildProcess::ChildProcess(const EndingSignals& signals, const std::string& program,
+                           const std::vector<std::string>& arguments, int output)
+    : signals_(signals) {
+  std::vector<std::string> words{program};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+
+  int lifeline[2];
+  if (pipe2(lifeline, O_CLOEXEC) != 0) {
+    throw Failure(ExitCode::unreachable, program + " cannot be started: " + systemError());
+  }
+  ended_ = Descriptor(lifeline[0]);
+  const Descriptor itsEnd(lifeline[1]);
+  const pid_t parent = getpid();
+  id_ = fork();
+  if (id_ == 0) becomeProgram(argv, signals.before(), output, itsEnd.get(), parent);
+  if (id_ < 0) {
+    throw Failure(ExitCode::unreachable, program + " cannot be started: " + systemError());
+  }
+}
+
+ChildProcess::~ChildProcess() {
+  if (id_ > 0) stop();
+}
+
+int ChildProcess::wait() {
+  signals_.waitFor(ended_.get(), -1);
+  return reap();
+}
+
+int ChildProcess::stop() {
+  kill(id_, SIGTERM);
+  if (!isReadableWithin(ended_.get(), kGraceSeconds)) kill(id_, SIGKILL);
+  return reap();
+}
+
+int ChildProcess::reap() {
+  int status = 0;
+  while (waitpid(id_, &status, 0) < 0 && errno == EINTR) {
+  }
+  id_ = -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : exitCodeOfSignal(WTERMSIG(status));
+}
+
+}  // namespace kestrelvisor::ctl

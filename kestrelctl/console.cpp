@@ -1,0 +1,94 @@
+#include "kestrelctl/console.h"
+
+#include "kestrelctl/terminal_text.h"
+
+#include <fcntl.h>
+#include <langinfo.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <system_error>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+bool isSet(const char* variable) {
+  const char* const text = std::getenv(variable);
+  return text != nullptr && *text != '\0';
+}
+
+Rendering renderingOf(int stream) {
+  const char* const kind = std::getenv("TERM");
+  const bool dumb = kind == nullptr || std::string_view(kind) == "dumb";
+  const bool colour = isatty(stream) == 1 && !dumb && !isSet("NO_COLOR");
+  return {colour, std::string_view(nl_langinfo(CODESET)) == "UTF-8"};
+}
+
+// Returns 0 or the system's error number.
+int writeAll(int stream, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = ::write(stream, text.data(), text.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return errno;
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return 0;
+}
+
+void sayRaw(const std::string& text) { static_cast<void>(writeAll(STDERR_FILENO, text + "\n")); }
+
+}  // namespace
+
+Rendering renderingOfResults() { return renderingOf(STDOUT_FILENO); }
+
+Rendering renderingOfTalk() { return renderingOf(STDERR_FILENO); }
+
+void printResult(std::string_view text) {
+  const int error = writeAll(STDOUT_FILENO, text);
+  if (error == 0) return;
+  if (error == EPIPE) throw ClosedPipe();
+  throw Failure(ExitCode::partial, "the result cannot be written to standard output: " +
+                                       std::generic_category().message(error));
+}
+
+void say(const std::string& text) { sayRaw(printable(text, renderingOfTalk().utf8)); }
+
+void announce(const std::string& text) {
+  const Rendering rendering = renderingOfTalk();
+  sayRaw("\n" + rendering.bold("==> " + printable(text, rendering.utf8)));
+}
+
+void warn(const std::string& text) {
+  const Rendering rendering = renderingOfTalk();
+  sayRaw("kestrelctl: " + rendering.yellow("warning:") + " " + printable(text, rendering.utf8));
+}
+
+void report(const Failure& failure) {
+  const Rendering rendering = renderingOfTalk();
+  sayRaw("kestrelctl: " + rendering.red("error:") + " " +
+         printable(failure.what(), rendering.utf8));
+  std::vector<Failure::Fact> facts = failure.facts;
+  if (!failure.hint.empty()) facts.push_back({"what to do", failure.hint});
+  std::size_t width = 0;
+  for (const Failure::Fact& fact : facts) width = std::max(width, fact.label.size());
+  for (const Failure::Fact& fact : facts) {
+    sayRaw("  " + rendering.bold(padRight(fact.label, width)) + "  " +
+           printable(fact.text, rendering.utf8));
+  }
+}
+
+void prepareStreams() {
+  // A closed standard stream gets the wrong direction on purpose: using it fails.
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) >= 0 || errno != EBADF) continue;
+    static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+  }
+  std::signal(SIGPIPE, SIG_IGN);
+  std::setlocale(LC_CTYPE, "");
+}
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "kestrelctl/failure.h"
+
+#include <string>
+#include <string_view>
+
+namespace kestrelvisor::ctl {
+
+// Thrown when whoever reads our standard output has gone; nothing is left to say then.
+struct ClosedPipe {};
+
+// What one of our two streams can show.
+struct Rendering {
+  bool colour = false;  // a terminal, and the user has not said NO_COLOR
+  bool utf8 = false;    // by the locale
+
+  std::string bold(const std::string& text) const { return marked("1", text); }
+  std::string dim(const std::string& text) const { return marked("2", text); }
+  std::string red(const std::string& text) const { return marked("1;31", text); }
+  std::string yellow(const std::string& text) const { return marked("1;33", text); }
+
+ private:
+  std::string marked(const char* code, const std::string& text) const {
+    return colour ? std::string("\x1b[") + code + "m" + text + "\x1b[0m" : text;
+  }
+};
+
+Rendering renderingOfResults();
+Rendering renderingOfTalk();
+
+// Writes a result to standard output. Throws ClosedPipe, or a Failure when it cannot be written.
+void printResult(std::string_view text);
+
+// Talk on standard error, a line each. What cannot be written is lost.
+void say(const std::string& text);
+void announce(const std::string& text);  // a heading
+void warn(const std::string& text);
+void report(const Failure& failure);
+
+// Makes the process fit for the rest: the user's character set, no death by a closed pipe, and no
+// file that is taken for a standard stream because the caller has closed that.
+void prepareStreams();
+
+}  // namespace kestrelvisor::ctl

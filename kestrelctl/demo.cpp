@@ -1,0 +1,206 @@
+#include "kestrelctl/demo.h"
+
+#include "base/wipe_string.h"
+#include "environment.pb.h"
+#include "kestrelctl/child_process.h"
+#include "kestrelctl/console.h"
+#include "kestrelctl/file_replacement.h"
+#include "platform/reference/password_cipher.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kUser = "backup";
+constexpr const char* kReadyMark = "vrmsim ready: ";
+constexpr const char* kInstalledSite = "share/kestrelvisor/sites/sample.json";
+constexpr int kStartSeconds = 30;
+
+// Thrown when one of our own commands fails; it has told why itself.
+struct CommandFailed {
+  int exitCode;
+};
+
+fs::path ownExecutable() { return fs::read_symlink("/proc/self/exe"); }
+
+std::string findSimulator(const DemoOptions& options) {
+  const fs::path path =
+      options.vrmsim.empty() ? ownExecutable().parent_path() / "vrmsim" : fs::path(options.vrmsim);
+  if (access(path.c_str(), X_OK) == 0) return path;
+  throw wrongUsage("the simulator " + path.string() + " cannot be executed",
+                   "build the target vrmsim, or name it with --vrmsim PATH");
+}
+
+std::string findInventory(const DemoOptions& options) {
+  if (!options.inventory.empty()) return options.inventory;
+  const fs::path installed = ownExecutable().parent_path().parent_path() / kInstalledSite;
+  for (const fs::path& path : {installed, fs::path(KESTRELCTL_SAMPLE_SITE)}) {
+    if (access(path.c_str(), R_OK) == 0) return path;
+  }
+  throw wrongUsage("the sample site is not there", "name one with --inventory FILE");
+}
+
+// A folder of our own, removed with all that is in it.
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    path_ = (fs::temp_directory_path() / "kestrelctl-demo-XXXXXX").string();
+    if (mkdtemp(path_.data()) == nullptr) {
+      throw wrongUsage("no temporary folder can be made in " + fs::temp_directory_path().string());
+    }
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;  // somebody else has removed it
+    fs::remove_all(path_, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  std::string file(const char* name) const { return path_ + "/" + name; }
+
+ private:
+  std::string path_;
+};
+
+// A password that lives as long as the demo.
+void writePassword(const std::string& path) {
+  std::string password;
+  const WipeOnExit wipe(password);
+  std::string problem;
+  if (!generateKey(password, problem)) throw Failure(ExitCode::unreadableAnswer, problem);
+  createFile(path, password);
+}
+
+// The simulated manager, from its ready line to its end.
+class Simulator {
+ public:
+  Simulator(const EndingSignals& signals, const std::string& program,
+            const std::vector<std::string>& arguments)
+      : output_(signals),
+        process_(signals, program, arguments, output_.writeEnd()),
+        url_(output_.readReadyLine(process_)) {}
+
+  const std::string& url() const { return url_; }
+  int stop() { return process_.stop(); }
+
+ private:
+  class Output {
+   public:
+    explicit Output(const EndingSignals& signals) : signals_(signals) {
+      int ends[2];
+      if (pipe2(ends, O_CLOEXEC) != 0) throw Failure(ExitCode::unreachable, "no pipe can be made");
+      read_ = Descriptor(ends[0]);
+      write_ = Descriptor(ends[1]);
+    }
+    int writeEnd() const { return write_.get(); }
+
+    std::string readReadyLine(ChildProcess& process) {
+      write_.reset();  // so that its end is seen
+      std::string line;
+      for (char c = '\0'; c != '\n'; line += c) {
+        signals_.waitFor(read_.get(), kStartSeconds);
+        if (::read(read_.get(), &c, 1) != 1) break;
+      }
+      const std::string mark = kReadyMark;
+      if (line.compare(0, mark.size(), mark) == 0 && line.back() == '\n') {
+        return line.substr(mark.size(), line.size() - mark.size() - 1);
+      }
+      throw Failure(ExitCode::unreachable, "the simulator ended with exit code " +
+                                               std::to_string(process.wait()) +
+                                               " before it was ready");
+    }
+
+   private:
+    const EndingSignals& signals_;
+    Descriptor read_;
+    Descriptor write_;
+  };
+
+  Output output_;
+  ChildProcess process_;
+  std::string url_;
+};
+
+// Shows a command line and runs it; its results and talk are ours.
+void runCommand(const EndingSignals& signals, const std::vector<std::string>& arguments) {
+  std::string line = "$ kestrelctl";
+  for (const std::string& argument : arguments) line += " " + argument;
+  say(line);
+  ChildProcess command(signals, ownExecutable(), arguments);
+  if (const int exitCode = command.wait(); exitCode != 0) throw CommandFailed{exitCode};
+}
+
+ScanEnvironmentReply readReply(const std::string& path) {
+  ScanEnvironmentReply reply;
+  std::ifstream file(path, std::ios::binary);
+  if (!reply.ParseFromIstream(&file)) {
+    throw Failure(ExitCode::unreadableAnswer, path + " does not hold the reply");
+  }
+  return reply;
+}
+
+void showEverything(const DemoOptions& options, const EndingSignals& signals,
+                    const TemporaryFolder& folder, const std::string& url) {
+  const auto command = [&](std::vector<std::string> words) {
+    const std::vector<std::string> connection{"--manager",       url,
+                                              "--user",          kUser,
+                                              "--ca-cert",       folder.file("manager.pem"),
+                                              "--password-file", folder.file("password")};
+    words.insert(words.end(), connection.begin(), connection.end());
+    runCommand(signals, words);
+  };
+  announce("Can the manager be reached, and does it take the account?");
+  command({"verify"});
+  announce("What is on it?");
+  command({"scan", "--save", options.saveFile});
+
+  const ScanEnvironmentReply reply = readReply(options.saveFile);
+  if (reply.machine_records_size() == 0)
+    return say("The site has no machine to switch CBT off on.");
+  const machine_record& machine = reply.machine_records(0);
+  announce("Switch changed-block tracking off on " + machine.name());
+  command({"disable-cbt", machine.mo()});
+}
+
+// A proxy of the environment cannot reach our loopback.
+void reachLoopbackDirectly() { setenv("no_proxy", "127.0.0.1,localhost,::1", 1); }
+
+}  // namespace
+
+ExitCode runDemo(const DemoOptions& options) {
+  const std::string program = findSimulator(options);
+  const std::string inventory = findInventory(options);
+  checkReplaceable("--save", options.saveFile);
+  reachLoopbackDirectly();
+
+  const EndingSignals signals;
+  const TemporaryFolder folder;
+  writePassword(folder.file("password"));
+  announce("A simulated manager on this machine, over HTTPS");
+  Simulator simulator(signals, program,
+                      {"--tls", "--cert-out", folder.file("manager.pem"), "--inventory", inventory,
+                       "--user", kUser, "--password-file", folder.file("password")});
+  say("vrmsim serves " + inventory + " on " + simulator.url());
+  try {
+    showEverything(options, signals, folder, simulator.url());
+  } catch (const CommandFailed& failed) {
+    return static_cast<ExitCode>(failed.exitCode);
+  }
+  if (const int exitCode = simulator.stop(); exitCode != 0) {
+    warn("the simulator ended with exit code " + std::to_string(exitCode));
+  }
+  announce("Done");
+  say("The reply lies in " + options.saveFile + " (protobuf, message ScanEnvironmentReply).");
+  return ExitCode::success;
+}
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,120 @@
+#include "kestrelctl/engine_session.h"
+
+#include "base/wipe_string.h"
+#include "engine/kestrelvisor_engine.h"
+#include "kestrelctl/certificate_file.h"
+#include "kestrelctl/standard_output_exchange.h"
+#include "platform/reference/configuration.h"
+#include "platform/reference/password_cipher.h"
+#include "platform/reference/url.h"
+
+#include <cstdlib>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+constexpr std::int32_t kPlainHttp = 1;
+constexpr std::int32_t kHttps = 2;
+
+bool isSet(const char* variable) {
+  const char* const text = std::getenv(variable);
+  return text != nullptr && *text != '\0';
+}
+
+// The engine wants the password encrypted; nobody outside this process needs to read it again.
+void prepareKey() {
+  std::string problem;
+  const bool configured =
+      isSet("KESTRELVISOR_PASSWORD_KEY") || isSet("KESTRELVISOR_PASSWORD_KEY_FILE");
+  if (configured) {
+    if (!hasPasswordKey(problem)) throw wrongUsage(problem);
+    return;
+  }
+  std::string key;
+  const WipeOnExit wipe(key);
+  if (!generateKey(key, problem) || !setPasswordKey(key, problem)) {
+    throw Failure(ExitCode::unreadableAnswer, "no key for the password: " + problem);
+  }
+}
+
+std::string encrypted(const std::string& password) {
+  std::string cipher;
+  std::string problem;
+  prepareKey();
+  if (!encryptPassword(password, cipher, problem)) {
+    throw wrongUsage("the password cannot be encrypted: " + problem);
+  }
+  return cipher;
+}
+
+void prepareTransport(const ConnectionOptions& options) {
+  if (options.strictTls) {
+    setConfigurationValue("General", "CertAuthSwitch", *options.strictTls ? "1" : "0");
+  }
+  if (options.keepAddress && !keepToHost(options.manager.host)) {
+    throw wrongUsage("--keep-address: " + options.manager.host + " cannot be kept");
+  }
+}
+
+}  // namespace
+
+EngineSession::EngineSession(const ConnectionOptions& options)
+    : attempt_{{}, options.manager.url(), options.user} {
+  const std::string& certificate = options.certificateFile;
+  path_.add_hv_address(options.manager.host);
+  path_.add_port(options.manager.port);
+  path_.add_protocol(options.manager.https ? kHttps : kPlainHttp);
+  path_.add_username(options.user);
+  path_.add_cert(certificate.empty() ? std::string() : readCertificateFile(certificate));
+  prepareTransport(options);
+  kestrelvisor_engine_init();
+}
+
+EngineSession::~EngineSession() { forgetPasswordKey(); }
+
+void EngineSession::usePassword(const std::string& password) {
+  path_.add_password(encrypted(password));
+}
+
+LogEvidence EngineSession::run(const std::string& what, const Operation& operation) const {
+  LogEvidence evidence;
+  const LogObserver observer([&](const LogRecord& record) { evidence.take(record); });
+  Attempt attempt = attempt_;
+  attempt.what = what;
+  std::string description;
+  EnvProxyResult result;
+  try {
+    result = operation(description);
+  } catch (const std::exception& error) {
+    throw failureOfException(attempt, error.what());
+  } catch (...) {
+    throw failureOfException(attempt, "of an unknown kind");
+  }
+  if (result.status != 0) throw failureOf(attempt, result, description, evidence);
+  return evidence;
+}
+
+std::string EngineSession::verify() {
+  std::string guid;
+  run("verifying", [&](std::string& description) {
+    return KestrelVisorEngine::getKestrelVisorInstance().VerifyCredentials(path_, description,
+                                                                           guid);
+  });
+  return guid;
+}
+
+std::size_t EngineSession::scan(ScanEnvironmentReply& reply, std::streambuf& testerDump) {
+  const LogEvidence evidence = run("scanning", [&](std::string& description) {
+    const StandardOutputExchange exchange(testerDump);
+    return KestrelVisorEngine::getKestrelVisorInstance().scanEnvironment(reply, path_, description);
+  });
+  return evidence.machinesLeftOut();
+}
+
+void EngineSession::disableCbt(const std::string& machineUri) {
+  run("switching off changed-block tracking of " + machineUri, [&](std::string& description) {
+    return KestrelVisorEngine::getKestrelVisorInstance().DisableCBT(path_, machineUri, description);
+  });
+}
+
+}  // namespace kestrelvisor::ctl

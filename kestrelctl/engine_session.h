@@ -1,0 +1,50 @@
+#pragma once
+
+#include "environment.pb.h"
+#include "kestrelctl/log_evidence.h"
+#include "kestrelctl/options.h"
+#include "kestrelctl/outcome.h"
+
+#include <cstddef>
+#include <functional>
+#include <streambuf>
+#include <string>
+
+namespace kestrelvisor::ctl {
+
+// One manager, driven through the engine as any host does it. One at a time in a process.
+//
+// Every operation throws a Failure when it does not work.
+class EngineSession {
+ public:
+  // Prepares engine and request; the network is not touched.
+  explicit EngineSession(const ConnectionOptions& options);
+  ~EngineSession();
+  EngineSession(const EngineSession&) = delete;
+  EngineSession& operator=(const EngineSession&) = delete;
+
+  // Encrypts the password, as the engine wants it, under a key of this process alone unless the
+  // environment names one; the caller wipes the plain text. To be called once, before the
+  // operations.
+  void usePassword(const std::string& password);
+
+  // Returns the manager's GUID.
+  std::string verify();
+
+  // Fills an empty reply. What the engine prints meanwhile goes to testerDump. Returns the number
+  // of machines that are missing in the reply because their data could not be read.
+  std::size_t scan(ScanEnvironmentReply& reply, std::streambuf& testerDump);
+
+  void disableCbt(const std::string& machineUri);
+
+ private:
+  using Operation = std::function<EnvProxyResult(std::string& description)>;
+
+  // Calls the engine and collects what its log tells.
+  LogEvidence run(const std::string& what, const Operation& operation) const;
+
+  EnvironmentPath path_;
+  Attempt attempt_;
+};
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "kestrelctl/exit_code.h"
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kestrelvisor::ctl {
+
+// Why a command ends without success, in the words that the user reads.
+class Failure : public std::runtime_error {
+ public:
+  struct Fact {
+    std::string label;
+    std::string text;
+  };
+
+  Failure(ExitCode code, const std::string& what) : std::runtime_error(what), exitCode(code) {}
+
+  ExitCode exitCode;
+  std::vector<Fact> facts;  // what is known, in the order in which it is shown
+  std::string hint;         // what the user can do; empty: nothing to say
+};
+
+inline Failure wrongUsage(const std::string& what, std::string hint = {}) {
+  Failure failure(ExitCode::wrongUsage, what);
+  failure.hint = std::move(hint);
+  return failure;
+}
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,96 @@
+#include "kestrelctl/file_replacement.h"
+
+#include "kestrelctl/descriptor.h"
+#include "kestrelctl/failure.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <system_error>
+#include <utility>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+Failure cannotWrite(const std::string& path, int error) {
+  return {ExitCode::partial,
+          path + " cannot be written: " + std::generic_category().message(error)};
+}
+
+std::string folderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+void writeAndClose(Descriptor file, const std::string& path, std::string_view content) {
+  while (!content.empty()) {
+    const ssize_t count = ::write(file.get(), content.data(), content.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) throw cannotWrite(path, errno);
+    content.remove_prefix(static_cast<std::size_t>(count));
+  }
+  if (fsync(file.get()) != 0) throw cannotWrite(path, errno);
+}
+
+// A file beside the target, removed unless it has become the target.
+class TemporaryFile {
+ public:
+  explicit TemporaryFile(const std::string& target) : name_(target + ".XXXXXX") {
+    file_ = Descriptor(mkostemp(name_.data(), O_CLOEXEC));  // 0600
+    if (!file_) throw cannotWrite(target, errno);
+  }
+  ~TemporaryFile() {
+    if (!kept_) ::unlink(name_.c_str());
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  Descriptor takeFile() { return std::move(file_); }
+  void become(const std::string& target) {
+    if (std::rename(name_.c_str(), target.c_str()) != 0) throw cannotWrite(target, errno);
+    kept_ = true;
+  }
+
+ private:
+  std::string name_;
+  Descriptor file_;
+  bool kept_ = false;
+};
+
+}  // namespace
+
+void checkReplaceable(const std::string& option, const std::string& path) {
+  struct stat status = {};
+  if (path.empty() || path.back() == '/') throw wrongUsage(option + ": no file is named");
+  if (lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    throw wrongUsage(option + ": " + path + " is there and not a regular file");
+  }
+  const std::string folder = folderOf(path);
+  if (access(folder.c_str(), W_OK | X_OK) != 0) {
+    throw wrongUsage(option + ": cannot write in the folder " + folder + ": " +
+                     std::generic_category().message(errno));
+  }
+}
+
+void replaceFile(const std::string& path, std::string_view content) {
+  TemporaryFile temporary(path);
+  writeAndClose(temporary.takeFile(), path, content);
+  temporary.become(path);
+}
+
+void createFile(const std::string& path, std::string_view content) {
+  Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!file) throw cannotWrite(path, errno);
+  try {
+    writeAndClose(std::move(file), path, content);
+  } catch (const Failure&) {
+    ::unlink(path.c_str());
+    throw;
+  }
+}
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kestrelvisor::ctl {
+
+// Throws a Failure when a later replaceFile with this path cannot work: what stands there is not a
+// regular file, or its folder is missing. For the time before the work that fills the file.
+void checkReplaceable(const std::string& option, const std::string& path);
+
+// Gives a file a new content in one step: readers see the old one or the new one. The file is for
+// its owner alone (0600). Throws a Failure; the old content then stays.
+void replaceFile(const std::string& path, std::string_view content);
+
+// Creates a file that must not exist yet, for its owner alone. Throws a Failure.
+void createFile(const std::string& path, std::string_view content);
+
+}  // namespace kestrelvisor::ctl

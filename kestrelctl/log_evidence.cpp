@@ -1,0 +1,60 @@
+#include "kestrelctl/log_evidence.h"
+
+#include <string_view>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+constexpr int kWarningLevel = 3;
+constexpr int kErrorLevel = 4;
+
+bool startsWith(std::string_view text, std::string_view start) {
+  return text.substr(0, start.size()) == start;
+}
+
+bool endsWith(std::string_view text, std::string_view end) {
+  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+// What stands behind the last occurrence of a mark.
+std::optional<std::string> behind(std::string_view text, std::string_view mark) {
+  const std::size_t found = text.rfind(mark);
+  if (found == std::string_view::npos) return std::nullopt;
+  return std::string(text.substr(found + mark.size()));
+}
+
+// Reads "Invoke getResponse failed, the error code is 10000004(Database failure)". The first mark
+// counts: what the manager says may hold anything.
+std::optional<LogEvidence::Refusal> readRefusal(std::string_view text) {
+  constexpr std::string_view kMark = "error code is ";
+  if (!startsWith(text, "Invoke ") || !endsWith(text, ")")) return std::nullopt;
+  const std::size_t mark = text.find(kMark);
+  if (mark == std::string_view::npos) return std::nullopt;
+  text.remove_prefix(mark + kMark.size());
+  const std::size_t open = text.find('(');
+  if (open == std::string_view::npos) return std::nullopt;
+  return LogEvidence::Refusal{std::string(text.substr(0, open)),
+                              std::string(text.substr(open + 1, text.size() - open - 2))};
+}
+
+}  // namespace
+
+void LogEvidence::take(const LogRecord& record) {
+  const std::string_view text = record.text;
+  if (record.level == kWarningLevel) {
+    if (startsWith(text, "Failed to get VM[") && endsWith(text, "] information !")) {
+      ++machinesLeftOut_;
+    }
+    return;
+  }
+  if (record.level != kErrorLevel) return;
+  if (auto refusal = readRefusal(text)) {
+    refusal_ = std::move(refusal);
+  } else if (startsWith(text, "checkLoginAgainAndCert: logIn is failed")) {
+    loginCode_ = behind(text, "reason is ");
+  } else if (startsWith(text, "Failed to disable the CBT for VM")) {
+    cbtCode_ = behind(text, "error code: ");
+  }
+}
+
+}  // namespace kestrelvisor::ctl

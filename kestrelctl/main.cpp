@@ -1,0 +1,28 @@
+#include "kestrelctl/child_process.h"
+#include "kestrelctl/command_line.h"
+#include "kestrelctl/commands.h"
+#include "kestrelctl/console.h"
+
+#include <csignal>
+#include <exception>
+
+int main(int argc, char** argv) {
+  using namespace kestrelvisor::ctl;
+  prepareStreams();
+  try {
+    const auto invocation = readCommandLine(argc, argv);
+    return invocation ? static_cast<int>(run(*invocation)) : 0;
+  } catch (const ClosedPipe&) {
+    return exitCodeOfSignal(SIGPIPE);
+  } catch (const Interrupted& interrupted) {
+    std::signal(interrupted.signal, SIG_DFL);
+    std::raise(interrupted.signal);
+    return exitCodeOfSignal(interrupted.signal);  // not reached unless the signal is blocked
+  } catch (const Failure& failure) {
+    report(failure);
+    return static_cast<int>(failure.exitCode);
+  } catch (const std::exception& error) {
+    report(Failure(ExitCode::unreadableAnswer, error.what()));
+    return static_cast<int>(ExitCode::unreadableAnswer);
+  }
+}

@@ -1,0 +1,108 @@
+#include "kestrelctl/manager_address.h"
+
+#include "kestrelctl/failure.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+constexpr std::string_view kHttps = "https://";
+constexpr std::string_view kHttp = "http://";
+
+Failure badAddress(const std::string& what) {
+  return wrongUsage("--manager: " + what,
+                    "write https://HOST:PORT, an IPv6 address in brackets: https://[::1]:7443");
+}
+
+bool startsWithIgnoringCase(std::string_view text, std::string_view start) {
+  const auto same = [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; };
+  return text.size() >= start.size() && std::equal(start.begin(), start.end(), text.begin(),
+                                                   [&](char b, char a) { return same(a, b); });
+}
+
+// Takes the scheme away; returns whether it stands for HTTPS.
+bool takeScheme(std::string_view& text) {
+  for (const std::string_view scheme : {kHttps, kHttp}) {
+    if (!startsWithIgnoringCase(text, scheme)) continue;
+    text.remove_prefix(scheme.size());
+    return scheme == kHttps;
+  }
+  if (text.find("://") != std::string_view::npos) {
+    throw badAddress("only https:// and http:// are known");
+  }
+  return true;
+}
+
+void refuseStrangeCharacters(std::string_view text) {
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte == '\r' || byte == '\n') throw badAddress("a line end in the address");
+    if (byte <= ' ' || byte == 0x7F)
+      throw badAddress("a blank or control character in the address");
+    if (c == '@') {
+      throw wrongUsage("--manager: \"@\" in the address", "name the user with --user");
+    }
+  }
+  if (text.find_first_of("/?#\\\"<>^`{|}") != std::string_view::npos) {
+    throw badAddress("the address is a host and a port, without a path");
+  }
+}
+
+std::uint16_t readPort(std::string_view text) {
+  std::uint16_t port = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, port);
+  if (error != std::errc() || stop != end || port == 0) {
+    throw badAddress("the port must be a number from 1 to 65535");
+  }
+  return port;
+}
+
+// Returns what stands behind the closing bracket.
+std::string_view takeBracketed(std::string_view text, ManagerAddress& address) {
+  const std::size_t close = text.find(']');
+  if (close == std::string_view::npos) throw badAddress("\"[\" without \"]\"");
+  const std::string inside(text.substr(1, close - 1));
+  in6_addr bytes{};
+  if (inet_pton(AF_INET6, inside.substr(0, inside.find('%')).c_str(), &bytes) != 1) {
+    throw badAddress("no IPv6 address stands in the brackets");
+  }
+  address.host = std::string(text.substr(0, close + 1));
+  return text.substr(close + 1);
+}
+
+// Likewise for a name or an IPv4 address.
+std::string_view takeName(std::string_view text, ManagerAddress& address) {
+  const std::size_t colon = text.find(':');
+  if (colon != text.rfind(':')) throw badAddress("an IPv6 address needs brackets");
+  if (text.find_first_of("[]") != std::string_view::npos) throw badAddress("a stray bracket");
+  address.host = std::string(text.substr(0, colon));
+  return colon == std::string_view::npos ? std::string_view() : text.substr(colon);
+}
+
+}  // namespace
+
+std::string ManagerAddress::url() const {
+  return std::string(https ? kHttps : kHttp) + host + ":" + std::to_string(port);
+}
+
+ManagerAddress readManagerAddress(std::string_view text) {
+  ManagerAddress address;
+  address.https = takeScheme(text);
+  if (!text.empty() && text.back() == '/') text.remove_suffix(1);
+  refuseStrangeCharacters(text);
+  const bool bracketed = !text.empty() && text.front() == '[';
+  const std::string_view port = bracketed ? takeBracketed(text, address) : takeName(text, address);
+  if (address.host.empty()) throw badAddress("no host is named");
+  if (port.empty()) return address;
+  if (port.front() != ':') throw badAddress("what follows \"]\" is no port");
+  address.port = readPort(port.substr(1));
+  return address;
+}
+
+}  // namespace kestrelvisor::ctl

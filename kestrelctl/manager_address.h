@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace kestrelvisor::ctl {
+
+inline constexpr std::uint16_t kDefaultManagerPort = 7443;
+
+// Where a manager is.
+struct ManagerAddress {
+  bool https = true;
+  std::string host;  // name or address; an IPv6 address in brackets
+  std::uint16_t port = kDefaultManagerPort;
+
+  std::string url() const;
+};
+
+// Reads "https://HOST:PORT" or "http://HOST:PORT"; without a scheme HTTPS is meant, without a port
+// the default one. Throws a Failure that says what is wrong.
+ManagerAddress readManagerAddress(std::string_view text);
+
+}  // namespace kestrelvisor::ctl

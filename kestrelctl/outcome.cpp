@@ -1,0 +1,174 @@
+#include "kestrelctl/outcome.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+// The engine's codes for transfers that failed; all other codes come from the manager.
+constexpr std::string_view kCouldNotConnect = "2000";
+constexpr std::string_view kTimedOut = "2001";
+constexpr std::string_view kOtherTransferFailure = "2002";
+constexpr std::string_view kRoleRefused = "1006";
+constexpr std::string_view kNoCode = "00000000";
+
+// Codes of a login that the manager refuses; its others start with kLoginFamily.
+constexpr std::array<std::string_view, 3> kLoginRefusals{"10100101", "10100103", kRoleRefused};
+constexpr std::string_view kLoginFamily = "101001";
+
+// The transfers that fail over a certificate; the engine reports libcurl's text for them.
+constexpr std::array<CURLcode, 6> kCertificateFailures{
+    CURLE_PEER_FAILED_VERIFICATION, CURLE_SSL_CACERT_BADFILE,       CURLE_SSL_ISSUER_ERROR,
+    CURLE_SSL_INVALIDCERTSTATUS,    CURLE_SSL_PINNEDPUBKEYNOTMATCH, CURLE_SSL_CRL_BADFILE};
+
+// What is known about a failure: the engine's code and the words that belong to it.
+struct Cause {
+  std::string code;
+  std::string text;
+};
+
+template <class Codes>
+bool contains(const Codes& codes, std::string_view code) {
+  return std::find(codes.begin(), codes.end(), code) != codes.end();
+}
+
+// Splits "text The error code is 2000." as the engine composes it, with or without the blank.
+Cause causeOfDetail(const std::string& detail) {
+  constexpr std::string_view kMark = "The error code is ";
+  const std::size_t mark = detail.rfind(kMark);
+  if (mark == std::string::npos) return {{}, detail};
+  Cause cause{detail.substr(mark + kMark.size()), detail.substr(0, mark)};
+  if (!cause.code.empty() && cause.code.back() == '.') cause.code.pop_back();
+  if (!cause.text.empty() && cause.text.back() == ' ') cause.text.pop_back();
+  return cause;
+}
+
+Cause causeOf(const EnvProxyResult& result, const std::string& description,
+              const LogEvidence& evidence) {
+  Cause cause{{}, description};
+  if (!result.details.empty() && !result.details.front().detailParams.empty()) {
+    cause = causeOfDetail(result.details.front().detailParams.front());
+  } else if (evidence.cbtCode()) {
+    cause.code = *evidence.cbtCode();
+  } else if (evidence.loginCode()) {
+    cause.code = *evidence.loginCode();
+  } else if (evidence.refusal()) {
+    cause.code = evidence.refusal()->code;
+  }
+  if (cause.code == kNoCode) cause.code.clear();
+  // The words of the request itself say more than those that the engine put in their place.
+  const auto& refusal = evidence.refusal();
+  if (refusal && refusal->code == cause.code && !refusal->text.empty()) cause.text = refusal->text;
+  return cause;
+}
+
+bool isCertificateText(std::string_view text) {
+  return std::any_of(kCertificateFailures.begin(), kCertificateFailures.end(), [&](CURLcode code) {
+    const std::string_view known = curl_easy_strerror(code);
+    return text.substr(0, known.size()) == known;
+  });
+}
+
+ExitCode exitCodeOf(const Cause& cause, const LogEvidence& evidence) {
+  if (cause.code == kCouldNotConnect) return ExitCode::unreachable;
+  if (cause.code == kTimedOut) return ExitCode::timeLimit;
+  if (cause.code == kOtherTransferFailure) {
+    return isCertificateText(cause.text) ? ExitCode::refusedCertificate : ExitCode::unreachable;
+  }
+  const bool loginFailed = evidence.loginCode() && *evidence.loginCode() == cause.code;
+  const bool ofLogin = cause.code.compare(0, kLoginFamily.size(), kLoginFamily) == 0;
+  if (contains(kLoginRefusals, cause.code) || (loginFailed && ofLogin)) {
+    return ExitCode::refusedLogin;
+  }
+  // Without a code either the manager refused in a form that nobody can read, or it answered well
+  // and the answer was not what it should be.
+  const bool refused = evidence.refusal() && evidence.refusal()->code.empty();
+  if (cause.code.empty() && !refused) return ExitCode::unreadableAnswer;
+  return ExitCode::managerFailed;
+}
+
+const char* reasonOf(ExitCode exitCode) {
+  switch (exitCode) {
+    case ExitCode::refusedLogin:
+      return "the manager refuses the login";
+    case ExitCode::unreachable:
+      return "the manager cannot be reached";
+    case ExitCode::refusedCertificate:
+      return "the manager's certificate is not trusted";
+    case ExitCode::timeLimit:
+      return "the manager did not answer in time";
+    case ExitCode::managerFailed:
+      return "the manager refused the request or failed";
+    default:
+      return "the manager's answer cannot be read";
+  }
+}
+
+std::string hintOf(ExitCode exitCode, const Cause& cause) {
+  switch (exitCode) {
+    case ExitCode::refusedLogin:
+      if (cause.code == kRoleRefused) {
+        return "give the account the role administrator or sysadmin on the manager";
+      }
+      return "check user name and password; the account must be one for the manager's interface";
+    case ExitCode::unreachable:
+      return "check scheme, address and port, and whether this machine may reach them";
+    case ExitCode::refusedCertificate:
+      return "name the manager's certificate or its CA with --ca-cert FILE, and reach the manager "
+             "by a name that the certificate holds";
+    case ExitCode::timeLimit:
+      return "try again later; look at the manager's load and at the network between";
+    case ExitCode::managerFailed:
+      return "look the code up on the manager; --log-level info shows the requests";
+    default:
+      return "check that address and port belong to a manager; --log-level info shows its answers";
+  }
+}
+
+std::string described(const Cause& cause) {
+  if (cause.code.empty()) return cause.text;
+  return cause.text.empty() ? "code " + cause.code : cause.text + " (code " + cause.code + ")";
+}
+
+std::string describedResult(const EnvProxyResult& result) {
+  std::string text = "status " + std::to_string(result.status);
+  for (const message& detail : result.details) {
+    text += ", detail " + std::to_string(detail.detailId);
+  }
+  return text;
+}
+
+}  // namespace
+
+Failure failureOf(const Attempt& attempt, const EnvProxyResult& result,
+                  const std::string& description, const LogEvidence& evidence) {
+  const Cause cause = causeOf(result, description, evidence);
+  const ExitCode exitCode = exitCodeOf(cause, evidence);
+  Failure failure(exitCode, attempt.what + " failed: " + reasonOf(exitCode));
+  failure.facts.push_back({"manager", attempt.managerUrl + " as " + attempt.user});
+  if (const std::string words = described(cause); !words.empty()) {
+    failure.facts.push_back({"reason", words});
+  }
+  // Of a CBT request the engine's own words come beside the manager's.
+  if (!description.empty() && result.details.empty() && description != cause.text) {
+    failure.facts.push_back({"meaning", description});
+  }
+  failure.facts.push_back({"engine", describedResult(result)});
+  failure.hint = hintOf(exitCode, cause);
+  return failure;
+}
+
+Failure failureOfException(const Attempt& attempt, const std::string& what) {
+  Failure failure(ExitCode::unreadableAnswer,
+                  attempt.what + " failed: " + reasonOf(ExitCode::unreadableAnswer));
+  failure.facts.push_back({"manager", attempt.managerUrl + " as " + attempt.user});
+  failure.facts.push_back({"engine", "gave up with an exception: " + what});
+  failure.hint = hintOf(ExitCode::unreadableAnswer, {});
+  return failure;
+}
+
+}  // namespace kestrelvisor::ctl

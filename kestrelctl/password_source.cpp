@@ -1,0 +1,101 @@
+#include "kestrelctl/password_source.h"
+
+#include "base/wipe_string.h"
+#include "kestrelctl/failure.h"
+#include "kestrelctl/terminal_prompt.h"
+#include "platform/reference/small_file.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <system_error>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+constexpr std::size_t kLongestPassword = 4096;
+constexpr const char* kVariable = "KESTRELVISOR_PASSWORD";
+
+std::string problemOfPasswordFile(const struct stat& status) {
+  if (status.st_uid != geteuid() && status.st_uid != 0) return "owned by another user";
+  if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    return "accessible to others than its owner; chmod 600 it";
+  }
+  return {};
+}
+
+void readFromFile(const std::string& path, std::string& password) {
+  std::string problem;
+  if (!readSmallFile(path, kLongestPassword, problemOfPasswordFile, password, problem)) {
+    throw wrongUsage("--password-file: " + problem,
+                     "a file for your eyes only; for a pipe there is --password-stdin");
+  }
+}
+
+void readFromStandardInput(std::string& password) {
+  if (isatty(STDIN_FILENO) == 1) {
+    throw wrongUsage("--password-stdin: standard input is a terminal",
+                     "without this option you are asked, and what you type is hidden");
+  }
+  // Sized once, so that no copy of the secret stays in the heap.
+  password.resize(kLongestPassword + 1);
+  std::size_t filled = 0;
+  ssize_t count = 0;
+  do {
+    count = ::read(STDIN_FILENO, password.data() + filled, password.size() - filled);
+    if (count > 0) filled += static_cast<std::size_t>(count);
+  } while (count > 0 || (count < 0 && errno == EINTR));
+  if (count < 0) {
+    throw wrongUsage("--password-stdin: " + std::generic_category().message(errno));
+  }
+  if (filled > kLongestPassword) throw wrongUsage("--password-stdin: the password is too long");
+  password.resize(filled);
+}
+
+bool takeFromEnvironment(std::string& password) {
+  char* const text = std::getenv(kVariable);
+  if (text == nullptr || *text == '\0') return false;
+  password = text;
+  // In place: the system shows a process's first environment to others of the same user.
+  explicit_bzero(text, password.size());
+  unsetenv(kVariable);
+  return true;
+}
+
+void dropClosingLineEnd(std::string& password) {
+  if (!password.empty() && password.back() == '\n') password.pop_back();
+  if (!password.empty() && password.back() == '\r') password.pop_back();
+}
+
+void refuseUnusable(const std::string& password) {
+  if (password.empty()) throw wrongUsage("the password is empty");
+  constexpr std::string_view kForbidden("\r\n\0", 3);
+  if (password.find_first_of(kForbidden) != std::string::npos) {
+    throw wrongUsage("the password holds a line end or a NUL",
+                     "the source must hold the password alone, on one line");
+  }
+}
+
+}  // namespace
+
+void fetchPassword(const PasswordSource& source, const std::string& question,
+                   std::string& password) {
+  wipeString(password);
+  if (!source.file.empty()) {
+    readFromFile(source.file, password);
+  } else if (source.standardInput) {
+    readFromStandardInput(password);
+  } else if (!takeFromEnvironment(password) && !askWithoutEcho(question, password)) {
+    throw wrongUsage(
+        "no password: there is no terminal to ask on",
+        std::string("use --password-file, --password-stdin or the variable ") + kVariable);
+  }
+  dropClosingLineEnd(password);
+  refuseUnusable(password);
+}
+
+}  // namespace kestrelvisor::ctl

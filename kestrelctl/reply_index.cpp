@@ -1,0 +1,120 @@
+#include "kestrelctl/reply_index.h"
+
+#include <algorithm>
+
+namespace kestrelvisor::ctl {
+
+std::string kindName(ObjectKind kind) {
+  switch (kind) {
+    case ObjectKind::site:
+      return "site";
+    case ObjectKind::host:
+      return "host";
+    case ObjectKind::cluster:
+      return "cluster";
+    case ObjectKind::machine:
+      return "machine";
+  }
+  return {};
+}
+
+ReplyIndex::ReplyIndex(const ScanEnvironmentReply& reply) : reply_(reply) {
+  addObjects();
+  linkParents();
+  countDescendants();
+  joinRecords();
+  joinDatastores();
+}
+
+// Rows of indirect parents repeat an object; its first direct row stands for it.
+void ReplyIndex::addObjects() {
+  for (const tree_record& row : reply_.tree_records()) {
+    if (!row.directparent()) continue;
+    if (!positionById_.emplace(row.id(), objects_.size()).second) continue;
+    objects_.emplace_back().row = &row;
+  }
+}
+
+// A parent stands before its children; whatever else a reply claims makes a root, so that no walk
+// runs in a circle.
+void ReplyIndex::linkParents() {
+  for (std::size_t position = 0; position < objects_.size(); ++position) {
+    IndexedObject& object = objects_[position];
+    const auto parent = object.row->has_parentid() ? positionById_.find(object.row->parentid())
+                                                   : positionById_.end();
+    if (parent == positionById_.end() || parent->second >= position) {
+      roots_.push_back(position);
+      continue;
+    }
+    object.parent = parent->second;
+    objects_[parent->second].children.push_back(position);
+  }
+}
+
+void ReplyIndex::countDescendants() {
+  below_.resize(objects_.size());
+  // Backwards: an object's own counts are complete before its parent takes them.
+  for (std::size_t position = objects_.size(); position-- > 0;) {
+    const IndexedObject& object = objects_[position];
+    if (!object.parent) continue;
+    std::map<ObjectKind, std::size_t>& counts = below_[*object.parent];
+    ++counts[object.kind()];
+    for (const auto& [kind, count] : below_[position]) counts[kind] += count;
+  }
+}
+
+void ReplyIndex::joinRecords() {
+  for (const machine_record& machine : reply_.machine_records()) {
+    if (IndexedObject* const object = find(machine.vmid())) object->machine = &machine;
+  }
+  for (const non_vm_record& other : reply_.non_vm_records()) {
+    if (IndexedObject* const object = find(other.non_vm_object_id())) object->other = &other;
+  }
+  for (const disk_record& disk : reply_.disk_records()) {
+    if (IndexedObject* const object = find(disk.vmid())) object->disks.push_back(&disk);
+  }
+}
+
+void ReplyIndex::joinDatastores() {
+  std::map<std::uint64_t, const datastore_record*> byId;
+  for (const datastore_record& datastore : reply_.datastore_records()) {
+    byId.emplace(datastore.id(), &datastore);
+    datastoreByUri_.emplace(datastore.mo_reference(), &datastore);
+  }
+  for (const resource_relation_record& relation : reply_.resource_relation_records()) {
+    const auto datastore = byId.find(relation.storage_resource_id());
+    const auto user = positionById_.find(relation.computer_resource_id());
+    if (datastore == byId.end() || user == positionById_.end()) continue;
+    objects_[user->second].datastores.push_back(datastore->second);
+    usersByDatastore_[datastore->first].push_back(user->second);
+  }
+}
+
+IndexedObject* ReplyIndex::find(std::uint64_t id) {
+  const auto found = positionById_.find(id);
+  return found == positionById_.end() ? nullptr : &objects_[found->second];
+}
+
+std::size_t ReplyIndex::count(ObjectKind kind) const {
+  return static_cast<std::size_t>(
+      std::count_if(objects_.begin(), objects_.end(),
+                    [kind](const IndexedObject& object) { return object.is(kind); }));
+}
+
+std::size_t ReplyIndex::countBelow(std::size_t position, ObjectKind kind) const {
+  const auto found = below_[position].find(kind);
+  return found == below_[position].end() ? 0 : found->second;
+}
+
+const datastore_record* ReplyIndex::datastoreOf(const disk_record& disk) const {
+  const auto found = datastoreByUri_.find(disk.datastoremoref());
+  return found == datastoreByUri_.end() ? nullptr : found->second;
+}
+
+const std::vector<std::size_t>& ReplyIndex::usersOf(const datastore_record& datastore) const {
+  static const std::vector<std::size_t> kNobody;
+  const auto found = usersByDatastore_.find(datastore.id());
+  return found == usersByDatastore_.end() ? kNobody : found->second;
+}
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "environment.pb.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kestrelvisor::ctl {
+
+enum class ObjectKind : std::int32_t { site = 1, host = 5, cluster = 6, machine = 7 };
+
+// "site", "host" and so on; an empty text for a kind without a name.
+std::string kindName(ObjectKind kind);
+
+// One object of the environment, with all that the reply's lists say about it. Positions count in
+// ReplyIndex::objects.
+struct IndexedObject {
+  const tree_record* row = nullptr;                 // its own row, the one that names its parent
+  const machine_record* machine = nullptr;          // of a machine
+  const non_vm_record* other = nullptr;             // of anything else
+  std::optional<std::size_t> parent;                // nothing: a root
+  std::vector<std::size_t> children;                // in the reply's order
+  std::vector<const disk_record*> disks;            // of a machine, in the reply's order
+  std::vector<const datastore_record*> datastores;  // that a host or cluster reaches
+
+  ObjectKind kind() const { return static_cast<ObjectKind>(row->type()); }
+  bool is(ObjectKind wanted) const { return kind() == wanted; }
+};
+
+// Joins the lists of a reply, which must outlive it. Records that point nowhere join nothing.
+class ReplyIndex {
+ public:
+  explicit ReplyIndex(const ScanEnvironmentReply& reply);
+
+  const ScanEnvironmentReply& reply() const { return reply_; }
+  // All objects in the reply's order: an object stands behind its parent.
+  const std::vector<IndexedObject>& objects() const { return objects_; }
+  const std::vector<std::size_t>& roots() const { return roots_; }
+  std::size_t count(ObjectKind kind) const;
+  // Objects of a kind anywhere below another.
+  std::size_t countBelow(std::size_t position, ObjectKind kind) const;
+  // Null when the disk's datastore is not part of the reply.
+  const datastore_record* datastoreOf(const disk_record& disk) const;
+  // Positions of the hosts and clusters that reach a datastore, in the reply's order.
+  const std::vector<std::size_t>& usersOf(const datastore_record& datastore) const;
+
+ private:
+  void addObjects();
+  void linkParents();
+  void countDescendants();
+  void joinRecords();
+  void joinDatastores();
+  IndexedObject* find(std::uint64_t id);
+
+  const ScanEnvironmentReply& reply_;
+  std::vector<IndexedObject> objects_;
+  std::vector<std::size_t> roots_;
+  std::vector<std::map<ObjectKind, std::size_t>> below_;
+  std::map<std::uint64_t, std::size_t> positionById_;
+  std::map<std::string, const datastore_record*> datastoreByUri_;
+  std::map<std::uint64_t, std::vector<std::size_t>> usersByDatastore_;
+};
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace kestrelvisor::ctl {
+
+// Asks on the process's terminal for a line that is not shown while it is typed.
+//
+// Returns false when there is no terminal; answer is then empty. A signal that comes meanwhile is
+// delivered after the terminal shows typed text again; if the process goes on after it, the
+// question is asked anew. Throws a Failure when no line comes.
+bool askWithoutEcho(const std::string& question, std::string& answer);
+
+}  // namespace kestrelvisor::ctl

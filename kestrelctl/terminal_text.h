@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace kestrelvisor::ctl {
+
+// Texts of a manager are strangers' texts: before they reach a terminal or a document they pass one
+// of these.
+
+// Valid UTF-8: each byte that is none becomes U+FFFD.
+std::string validUtf8(std::string_view text);
+
+// Fit for a terminal: control characters and those that change the direction of writing are
+// escaped as \n, \x1b or \u202e. Without utf8 everything beyond ASCII is escaped too.
+std::string printable(std::string_view text, bool utf8);
+
+// Columns that a printable text takes. Relies on LC_CTYPE for wide characters.
+std::size_t columnsOf(std::string_view text);
+
+// The text, filled up with blanks to a width in columns; a longer text stays as it is.
+std::string padRight(std::string text, std::size_t width);
+std::string padLeft(const std::string& text, std::size_t width);
+
+// "80 GiB", "1.5 TiB", "0 KiB".
+std::string humanSize(std::uint64_t kib);
+
+// "1 disk", "2 disks".
+std::string counted(std::size_t count, const std::string& noun);
+
+}  // namespace kestrelvisor::ctl
