@@ -6,8 +6,11 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <array>
+#include <iomanip>
 #include <map>
 #include <memory>
+#include <sstream>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -30,7 +33,8 @@ constexpr const char* kDescription =
     "tracking off on a virtual machine.";
 
 constexpr const char* kFooter =
-    "Results go to standard output, everything else to standard error.\n"
+    "kestrelctl COMMAND --help shows a command's options and examples. Results go to standard\n"
+    "output, everything else to standard error.\n"
     "\n"
     "Exit status:\n"
     "  0  success                             6  the manager's certificate is not trusted\n"
@@ -76,35 +80,71 @@ constexpr const char* kDemoExamples =
     "  kestrelctl demo\n"
     "  kestrelctl demo --inventory my-site.json --save my-reply.pb\n";
 
+constexpr std::size_t kHelpColumn = 26;  // where an option's explanation starts
+constexpr std::size_t kHelpWidth = 54;   // and how wide it is
+
+// Breaks a text into lines; the formatter moves them into the column of explanations.
+std::string wrapped(const std::string& text) {
+  std::istringstream words(text);
+  std::string result;
+  std::size_t width = 0;
+  for (std::string word; words >> word; width += word.size() + 1) {
+    const bool breaks = width != 0 && width + word.size() > kHelpWidth;
+    if (breaks) width = 0;
+    result += breaks ? "\n" : width != 0 ? " " : "";
+    result += word;
+  }
+  return result;
+}
+
 // Shows an application's examples right below its description.
 class HelpWithExamples : public CLI::Formatter {
  public:
   explicit HelpWithExamples(std::string examples) : examples_(std::move(examples)) {
-    column_width(32);
+    column_width(kHelpColumn);
   }
 
   std::string make_description(const CLI::App* app) const override {
     return app->get_description() + "\n\n" + examples_ + "\n";
   }
 
-  // The list of commands shows a line each, without the examples.
-  std::string make_subcommands(const CLI::App* app, CLI::AppFormatMode) const override {
-    std::string text = "\nCommands:\n";
-    for (const CLI::App* command : app->get_subcommands({})) {
-      text += "  " + command->get_name() +
-              std::string(18 - std::min<std::size_t>(17, command->get_name().size()), ' ') +
-              command->get_description() + "\n";
-    }
-    return app->get_subcommands({}).empty() ? std::string() : text;
-  }
-
   std::string make_usage(const CLI::App* app, std::string name) const override {
-    if (!app->get_subcommands({}).empty()) return "Usage: " + name + " COMMAND [OPTIONS]\n";
+    if (!app->get_subcommands({}).empty()) return "Usage: " + name + " COMMAND [OPTIONS]\n\n";
     std::string text = "Usage: kestrelctl " + app->get_name();
     for (const CLI::Option* option : app->get_options()) {
       if (option->get_positional()) text += " " + option->get_name(true);
     }
-    return text + " [OPTIONS]\n";
+    return text + " [OPTIONS]\n\n";
+  }
+
+  std::string make_group(std::string group, bool isPositional,
+                         std::vector<const CLI::Option*> options) const override {
+    const std::string text = CLI::Formatter::make_group(group, isPositional, options);
+    return text.substr(text.find_first_not_of('\n')) + (isPositional ? "\n" : "");
+  }
+
+  std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
+    const std::string name = CLI::Formatter::make_option_name(option, isPositional);
+    return name.substr(0, name.find('{'));
+  }
+
+  std::string make_option_opts(const CLI::Option* option) const override {
+    const std::string type = option->get_type_name();
+    return type.empty() ? type : " " + type.substr(0, type.find(':'));
+  }
+
+  std::string make_option_desc(const CLI::Option* option) const override {
+    return wrapped(option->get_description());
+  }
+
+  // A line for each command, without its examples.
+  std::string make_subcommands(const CLI::App* app, CLI::AppFormatMode) const override {
+    std::ostringstream text;
+    for (const CLI::App* command : app->get_subcommands({})) {
+      text << "  " << std::left << std::setw(18) << command->get_name()
+           << command->get_description() << "\n";
+    }
+    return text.str().empty() ? std::string() : "\nCommands:\n" + text.str();
   }
 
  private:
@@ -124,6 +164,7 @@ CLI::App* addCommand(CLI::App& app, const char* name, const char* description,
                      const char* examples) {
   CLI::App* const command = app.add_subcommand(name, description);
   command->formatter(std::make_shared<HelpWithExamples>(examples));
+  command->footer("");
   return command;
 }
 
@@ -144,13 +185,13 @@ void addConnectionOptions(CLI::App& command, Arguments& arguments) {
   const char* const group = "Manager";
   command
       .add_option("--manager", arguments.manager,
-                  "Where the manager is: https://HOST[:PORT] or http://HOST[:PORT], an IPv6 "
-                  "address in brackets; the port is 7443 unless told")
+                  "https://HOST[:PORT] or http://HOST[:PORT], an IPv6 address in brackets; port "
+                  "7443 unless told (KESTRELVISOR_MANAGER)")
       ->required()
       ->type_name("URL")
       ->envname("KESTRELVISOR_MANAGER")
       ->group(group);
-  command.add_option("--user", connection.user, "Name of the account on the manager")
+  command.add_option("--user", connection.user, "Account on the manager (KESTRELVISOR_USER)")
       ->required()
       ->type_name("NAME")
       ->envname("KESTRELVISOR_USER")
@@ -202,7 +243,7 @@ void addScan(CLI::App& app, Arguments& arguments) {
   CLI::App* const command = addCommand(
       app, "scan", "Show the clusters, hosts, machines and datastores of a site", kScanExamples);
   ScanOptions& scan = arguments.invocation.scan;
-  command->add_option("-o,--output", arguments.format, "Form of the result: tree or json [tree]")
+  command->add_option("-o,--output", arguments.format, "tree (the default) or json")
       ->type_name("FORM")
       ->check(CLI::IsMember({"tree", "json"}));
   command->add_option("--save", scan.saveFile, "Keep the reply in this file, as protobuf")
@@ -250,9 +291,9 @@ void addDemo(CLI::App& app, Arguments& arguments) {
       ->add_option("--inventory", demo.inventory,
                    "What the simulated manager serves; without it the sample site")
       ->type_name("FILE");
-  command->add_option("--save", demo.saveFile, "Where the reply is kept")
-      ->type_name("FILE")
-      ->capture_default_str();
+  command
+      ->add_option("--save", demo.saveFile, "Where the reply is kept [kestrelvisor-demo-reply.pb]")
+      ->type_name("FILE");
 }
 
 std::vector<std::string> commandNames(const CLI::App& app) {
@@ -277,27 +318,33 @@ void refuseUnknownCommand(const CLI::App& app, int argc, const char* const* argv
                    nearest.empty() ? kHelp : "did you mean \"kestrelctl " + nearest + "\"?");
 }
 
-// The first unexpected argument, if it looks like a mistyped option of the command.
-std::string optionMeantBy(const CLI::App& command) {
+std::vector<std::string> optionNames(const CLI::App& command) {
   std::vector<std::string> names;
   for (const CLI::Option* option : command.get_options()) {
     for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
   }
+  return names;
+}
+
+// The first option that the command does not know; an empty text when there is none.
+std::string unknownOption(const CLI::App& command) {
   for (const std::string& extra : command.remaining()) {
-    if (extra.compare(0, 2, "--") != 0) continue;
-    return nearestWord(extra.substr(0, extra.find('=')), names);
+    if (extra.size() > 1 && extra.front() == '-') return extra.substr(0, extra.find('='));
   }
   return {};
 }
 
-Failure failureOf(const CLI::App& app, const CLI::ParseError& error, const std::string& command) {
-  const CLI::App* const parsed = app.get_subcommand(command);
-  const std::string meant = optionMeantBy(*parsed);
+Failure failureOf(const CLI::App& command, const CLI::ParseError& error) {
+  const std::string& name = command.get_name();
+  const std::string help = "kestrelctl " + name + " --help shows options and examples";
+  if (const std::string unknown = unknownOption(command); !unknown.empty()) {
+    const std::string meant = nearestWord(unknown, optionNames(command));
+    return wrongUsage(name + ": there is no option " + unknown,
+                      meant.empty() ? help : "did you mean " + meant + "?");
+  }
   std::string what = error.what();
   while (!what.empty() && what.back() == '\n') what.pop_back();
-  return wrongUsage(command + ": " + what,
-                    meant.empty() ? "kestrelctl " + command + " --help shows options and examples"
-                                  : "did you mean " + meant + "?");
+  return wrongUsage(name + ": " + what, help);
 }
 
 int levelNumber(const std::string& word) {
@@ -371,7 +418,7 @@ std::optional<Invocation> readCommandLine(int argc, const char* const* argv) {
     printResult(std::string(version.what()) + "\n");
     return std::nullopt;
   } catch (const CLI::ParseError& error) {
-    throw failureOf(app, error, command);
+    throw failureOf(*app.get_subcommand(command), error);
   }
   return finished(*app.get_subcommands().front(), std::move(arguments));
 }
