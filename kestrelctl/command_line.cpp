@@ -60,7 +60,7 @@ constexpr const char* kVerifyExamples =
 constexpr const char* kScanExamples =
     "Examples:\n"
     "  kestrelctl scan --manager https://vrm.example.com --user backup\n"
-    "  kestrelctl scan --manager https://vrm.example.com --user backup --save reply.pb\n"
+    "  kestrelctl scan --manager https://vrm.example.com --user backup --save a.pb\n"
     "  kestrelctl scan -o json --manager https://vrm.example.com --user backup \\\n"
     "      | jq -r '.machines[] | [.name, .uri] | @tsv'\n";
 

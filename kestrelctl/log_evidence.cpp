@@ -37,7 +37,23 @@ std::optional<LogEvidence::Refusal> readRefusal(std::string_view text) {
                               std::string(text.substr(open + 1, text.size() - open - 2))};
 }
 
+// A request that failed is told behind its attempts, with its URL.
+bool endsRequest(std::string_view text) {
+  return text.find(" failed, url=") != std::string_view::npos;
+}
+
+// A login is told by another function.
+bool isLogout(const LogRecord& record) {
+  return endsWith(record.function, "::sendMessageToVrm()") &&
+         endsWith(record.text, "/service/session");
+}
+
 }  // namespace
+
+void LogEvidence::settle(const LogRecord& record) {
+  if (latest_ && !isLogout(record)) refusal_ = std::move(latest_);
+  latest_.reset();
+}
 
 void LogEvidence::take(const LogRecord& record) {
   const std::string_view text = record.text;
@@ -49,7 +65,9 @@ void LogEvidence::take(const LogRecord& record) {
   }
   if (record.level != kErrorLevel) return;
   if (auto refusal = readRefusal(text)) {
-    refusal_ = std::move(refusal);
+    latest_ = std::move(refusal);
+  } else if (endsRequest(text)) {
+    settle(record);
   } else if (startsWith(text, "checkLoginAgainAndCert: logIn is failed")) {
     loginCode_ = behind(text, "reason is ");
   } else if (startsWith(text, "Failed to disable the CBT for VM")) {

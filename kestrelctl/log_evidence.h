@@ -19,7 +19,8 @@ class LogEvidence {
 
   void take(const LogRecord& record);
 
-  // Of the last request that failed.
+  // Of the last request that failed. A logout that fails says nothing about the operation, nor does
+  // an attempt whose repetition worked.
   const std::optional<Refusal>& refusal() const { return refusal_; }
   // Code of the last login that failed.
   const std::optional<std::string>& loginCode() const { return loginCode_; }
@@ -28,6 +29,9 @@ class LogEvidence {
   std::size_t machinesLeftOut() const { return machinesLeftOut_; }
 
  private:
+  void settle(const LogRecord& record);
+
+  std::optional<Refusal> latest_;  // of the last attempt; not known yet what it belongs to
   std::optional<Refusal> refusal_;
   std::optional<std::string> loginCode_;
   std::optional<std::string> cbtCode_;

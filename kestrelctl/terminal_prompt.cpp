@@ -5,11 +5,11 @@
 #include "kestrelctl/failure.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <csignal>
 
 namespace kestrelvisor::ctl {
@@ -17,29 +17,43 @@ namespace {
 
 constexpr std::size_t kLongestAnswer = 1024;
 
-constexpr std::array<int, 7> kSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGTTIN, SIGTTOU};
+// A process in the background is stopped before it changes anything: SIGTTIN and SIGTTOU may do it.
+constexpr std::array<int, 5> kSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP};
 
 volatile std::sig_atomic_t caughtSignal = 0;
 
 extern "C" void rememberSignal(int number) { caughtSignal = number; }
 
-// Lets the signals interrupt a read instead of ending the process.
+// Lets the signals in at one place only, where they end a wait. Elsewhere they are held back, so
+// that none comes between a look for it and a read that would last for ever.
 class CaughtSignals {
  public:
   CaughtSignals() {
     caughtSignal = 0;
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : kSignals) sigaddset(&signals, number);
+    sigprocmask(SIG_BLOCK, &signals, &maskBefore_);
     struct sigaction action = {};
-    action.sa_handler = rememberSignal;  // without SA_RESTART
+    action.sa_handler = rememberSignal;
     sigemptyset(&action.sa_mask);
     for (std::size_t i = 0; i < kSignals.size(); ++i) sigaction(kSignals[i], &action, &before_[i]);
   }
   ~CaughtSignals() {
     for (std::size_t i = 0; i < kSignals.size(); ++i) sigaction(kSignals[i], &before_[i], nullptr);
+    sigprocmask(SIG_SETMASK, &maskBefore_, nullptr);
   }
   CaughtSignals(const CaughtSignals&) = delete;
   CaughtSignals& operator=(const CaughtSignals&) = delete;
 
+  // Returns false when a signal came first.
+  bool waitForInput(int terminal) const {
+    pollfd entry{terminal, POLLIN, 0};
+    return ppoll(&entry, 1, nullptr, &maskBefore_) == 1;
+  }
+
  private:
+  sigset_t maskBefore_{};
   std::array<struct sigaction, kSignals.size()> before_{};
 };
 
@@ -53,11 +67,7 @@ class SilentTerminal {
     isSilent_ = tcsetattr(terminal_, TCSAFLUSH, &silent) == 0;
   }
   ~SilentTerminal() {
-    if (!isSilent_) return;
-    // A background process gets SIGTTOU here, which is caught: try again as often as needed.
-    while (tcsetattr(terminal_, TCSAFLUSH, &before_) != 0 && errno == EINTR &&
-           caughtSignal != SIGTTOU) {
-    }
+    if (isSilent_) tcsetattr(terminal_, TCSAFLUSH, &before_);
   }
   SilentTerminal(const SilentTerminal&) = delete;
   SilentTerminal& operator=(const SilentTerminal&) = delete;
@@ -75,16 +85,16 @@ void show(int terminal, const std::string& text) {
 }
 
 // Reads up to a line end. The string never grows, so no copy of the secret stays in the heap.
-bool readLine(int terminal, std::string& line) {
+bool readLine(const CaughtSignals& caught, int terminal, std::string& line) {
   wipeString(line);
   line.reserve(kLongestAnswer);
   char c = '\0';
-  ssize_t count = 0;
-  while ((count = ::read(terminal, &c, 1)) == 1 && c != '\n') {
+  while (caught.waitForInput(terminal) && ::read(terminal, &c, 1) == 1) {
+    if (c == '\n') return true;
     if (line.size() == kLongestAnswer) throw wrongUsage("the password is too long");
     line += c;
   }
-  return count == 1;
+  return false;
 }
 
 }  // namespace
@@ -98,13 +108,10 @@ bool askWithoutEcho(const std::string& question, std::string& answer) {
     {
       const CaughtSignals caught;
       const SilentTerminal silent(terminal.get());
-      if (silent.isSilent()) {
-        show(terminal.get(), question);
-        complete = readLine(terminal.get(), answer);
-        show(terminal.get(), "\n");
-      } else if (caughtSignal == 0) {
-        throw wrongUsage("the terminal cannot hide what is typed");
-      }
+      if (!silent.isSilent()) throw wrongUsage("the terminal cannot hide what is typed");
+      show(terminal.get(), question);
+      complete = readLine(caught, terminal.get(), answer);
+      show(terminal.get(), "\n");
     }
     if (complete) return true;
     wipeString(answer);

@@ -211,15 +211,15 @@ std::string summaryTable(const ReplyIndex& index, const Rendering& rendering) {
       {"Disks", std::to_string(reply.disk_records_size()), totalSizes(reply)},
       {"Datastores", std::to_string(reply.datastore_records_size()), freeSizes(reply)},
       {"Other objects", std::to_string(reply.non_vm_records_size()), kindCounts(index)}};
-  for (const std::string& version : reply.environment_version()) {
-    rows.push_back({"REST version", printable(version, rendering.utf8), ""});
-  }
   std::size_t width = 0;
   for (const SummaryRow& row : rows) width = std::max(width, columnsOf(row.value));
   std::string text = rendering.bold("Summary") + "\n";
   for (const SummaryRow& row : rows) {
     text += "  " + padRight(row.label, 13) + "  " + padLeft(row.value, width);
     text += row.remark.empty() ? "\n" : "  " + rendering.dim(row.remark) + "\n";
+  }
+  for (const std::string& version : reply.environment_version()) {
+    text += "  REST version   " + printable(version, rendering.utf8) + "\n";
   }
   for (const std::uint64_t time : reply.timestamp())
     text += "  Taken at       " + utcTime(time) + "\n";

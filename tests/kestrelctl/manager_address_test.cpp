@@ -1,0 +1,51 @@
+#include "kestrelctl/manager_address.h"
+
+#include "kestrelctl/failure.h"
+#include "tests/support/test_headers.h"
+
+namespace kestrelvisor::ctl::test {
+namespace {
+
+struct GoodAddress {
+  const char* text;
+  const char* url;
+};
+class ReadableAddress : public ::testing::TestWithParam<GoodAddress> {};
+
+TEST_P(ReadableAddress, BecomesItsFullForm) {
+  EXPECT_EQ(readManagerAddress(GetParam().text).url(), GetParam().url);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ManagerAddress, ReadableAddress,
+    ::testing::Values(GoodAddress{"https://vrm:8443", "https://vrm:8443"},
+                      GoodAddress{"http://10.1.2.3:80/", "http://10.1.2.3:80"},
+                      GoodAddress{"HTTPS://vrm", "https://vrm:7443"},
+                      GoodAddress{"http://vrm", "http://vrm:7443"},
+                      GoodAddress{"vrm", "https://vrm:7443"}, GoodAddress{"vrm:1", "https://vrm:1"},
+                      GoodAddress{"https://[::1]:65535", "https://[::1]:65535"},
+                      GoodAddress{"https://[fe80::1%eth0]", "https://[fe80::1%eth0]:7443"}));
+
+class UnreadableAddress : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(UnreadableAddress, IsWrongUsage) {
+  try {
+    const ManagerAddress address = readManagerAddress(GetParam());
+    FAIL() << address.url();
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.exitCode, ExitCode::wrongUsage);
+    EXPECT_FALSE(failure.hint.empty());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(ManagerAddress, UnreadableAddress,
+                         ::testing::Values("", "https://", "https://:7443", "ftp://vrm",
+                                           "https://user@vrm", "https://vrm:0", "https://vrm:65536",
+                                           "https://vrm:", "https://vrm:+1", "https://vrm:80x",
+                                           "https://::1", "https://[::1", "https://[vrm]:1",
+                                           "https://[::1]7443", "https://vrm/service",
+                                           "https://vrm?x", "https://v rm", "https://vrm\r\nX:y",
+                                           "https://vrm\n", "https://a]b"));
+
+}  // namespace
+}  // namespace kestrelvisor::ctl::test

@@ -1,0 +1,165 @@
+#include "platform/contract/security.h"
+#include "platform/reference/password_cipher.h"
+#include "tests/kestrelctl/fixture.h"
+
+#include <sys/stat.h>
+
+#include <csignal>
+
+namespace kestrelvisor::ctl::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+class Password : public ManagerTest {
+ protected:
+  Arguments verifyWith(const Arguments& source) const {
+    Arguments words{"verify", "--manager", manager.url(), "--user", kUser};
+    words.insert(words.end(), source.begin(), source.end());
+    return words;
+  }
+};
+
+TEST_F(Password, FileMayCloseWithALineEnd) {
+  folder.write("password", std::string(kSecret) + "\r\n");
+
+  EXPECT_EQ(Finished(verifyWith({"--password-file", passwordFile})).status, 0);
+}
+
+TEST_F(Password, FileThatOthersCanReadIsRefused) {
+  std::filesystem::permissions(passwordFile, std::filesystem::perms(0640));
+
+  const Finished run(verifyWith({"--password-file", passwordFile}));
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("chmod 600"), Not(HasSubstr(kSecret))));
+  EXPECT_THAT(manager.journal(), IsEmpty());
+}
+
+TEST_F(Password, FileWithSeveralLinesIsRefused) {
+  folder.write("password", "one\ntwo\n");
+
+  const Finished run(verifyWith({"--password-file", passwordFile}));
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, HasSubstr("holds a line end or a NUL"));
+}
+
+TEST_F(Password, EmptyOneIsRefused) {
+  EXPECT_EQ(Finished(verifyWith({"--password-stdin"}), {"\n", {}}).status, 2);
+}
+
+TEST_F(Password, ComesFromStandardInput) {
+  EXPECT_EQ(Finished(verifyWith({"--password-stdin"}), {std::string(kSecret) + "\n", {}}).status,
+            0);
+}
+
+TEST_F(Password, ComesFromTheEnvironment) {
+  EXPECT_EQ(Finished(verifyWith({}), {"", {{"KESTRELVISOR_PASSWORD", kSecret}}}).status, 0);
+}
+
+TEST_F(Password, OptionWinsOverTheEnvironment) {
+  const Finished run(verifyWith({"--password-stdin"}),
+                     {kSecret, {{"KESTRELVISOR_PASSWORD", "wrong"}}});
+
+  EXPECT_EQ(run.status, 0);
+}
+
+TEST_F(Password, TwoSourcesAreWrongUsage) {
+  const Finished run(verifyWith({"--password-stdin", "--password-file", passwordFile}));
+
+  EXPECT_EQ(run.status, 2);
+}
+
+TEST_F(Password, WithoutSourceAndTerminalIsWrongUsage) {
+  const Finished run(verifyWith({}));
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, HasSubstr("there is no terminal to ask on"));
+}
+
+TEST_F(Password, UnusableKeyIsWrongUsage) {
+  const Finished run(verifyWith({"--password-stdin"}),
+                     {kSecret, {{"KESTRELVISOR_PASSWORD_KEY", "xyz"}}});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, HasSubstr("KESTRELVISOR_PASSWORD_KEY: not a key"));
+}
+
+TEST_F(Password, TypedOneIsNotShown) {
+  TerminalProgram program(verifyWith({}));
+  program.waitForText("Password of backup on " + manager.url() + ": ");
+  EXPECT_FALSE(program.showsWhatIsTyped());
+
+  program.type(std::string(kSecret) + "\n");
+
+  EXPECT_EQ(program.wait(), 0);
+  EXPECT_THAT(program.shown(), AllOf(HasSubstr("accepts backup"), Not(HasSubstr(kSecret))));
+  EXPECT_TRUE(program.showsWhatIsTyped());
+}
+
+TEST_F(Password, InterruptedQuestionRestoresTheTerminal) {
+  TerminalProgram program(verifyWith({}));
+  program.waitForText("Password of backup on ");
+
+  program.type("\x03");
+
+  EXPECT_EQ(program.wait(), 128 + SIGINT);
+  EXPECT_TRUE(program.showsWhatIsTyped());
+}
+
+TEST_F(Password, EndOfInputIsNoPassword) {
+  TerminalProgram program(verifyWith({}));
+  program.waitForText("Password of backup on ");
+
+  program.type("\x04");
+
+  EXPECT_EQ(program.wait(), 2);
+  EXPECT_THAT(program.shown(), HasSubstr("no password was typed"));
+}
+
+TEST(EncryptPassword, GivesTheFormThatThePlatformReads) {
+  const TemporaryFolder folder;
+  const std::string key = folder.file("key");
+
+  const Finished run({"encrypt-password", "--new-key", key, "--password-stdin"}, {kSecret, {}});
+
+  ASSERT_EQ(run.status, 0) << run.talk;
+  EXPECT_THAT(run.output, StartsWith("kv1:"));
+  struct stat status = {};
+  ASSERT_EQ(stat(key.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  std::string keyText = TemporaryFolder::read(key);
+  keyText.pop_back();
+  std::string problem;
+  ASSERT_TRUE(setPasswordKey(keyText, problem)) << problem;
+  SecString plain;
+  EXPECT_EQ(SecuritySS::KmcDecryptInfo(run.output.substr(0, run.output.size() - 1), plain), 0);
+  EXPECT_EQ(std::string(plain), kSecret);
+  forgetPasswordKey();
+}
+
+TEST(EncryptPassword, NeverOverwritesAKey) {
+  const TemporaryFolder folder;
+  const std::string key = folder.write("key", "precious");
+
+  const Finished run({"encrypt-password", "--new-key", key, "--password-stdin"}, {kSecret, {}});
+
+  EXPECT_NE(run.status, 0);
+  EXPECT_EQ(TemporaryFolder::read(key), "precious");
+}
+
+TEST(EncryptPassword, NeedsAKey) {
+  const Finished run({"encrypt-password", "--password-stdin"}, {kSecret, {}});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output, "");
+  EXPECT_THAT(run.talk, HasSubstr("--new-key FILE makes a key"));
+}
+
+}  // namespace
+}  // namespace kestrelvisor::ctl::test

@@ -1,0 +1,49 @@
+#include "kestrelctl/terminal_text.h"
+
+#include "tests/support/test_headers.h"
+
+namespace kestrelvisor::ctl::test {
+namespace {
+
+TEST(TerminalText, ReplacesEachByteThatIsNoUtf8) {
+  EXPECT_EQ(validUtf8("a\xff\xc3"), "a\xEF\xBF\xBD\xEF\xBF\xBD");
+  EXPECT_EQ(validUtf8("\xc0\xaf"), "\xEF\xBF\xBD\xEF\xBF\xBD");  // overlong
+  EXPECT_EQ(validUtf8("\xf4\x90\x80\x80").size(), 4U * 3U);      // beyond Unicode
+  EXPECT_EQ(validUtf8("\xc3\xb8 \xe2\x82\xac \xf0\x9f\x98\x80"),
+            "\xc3\xb8 \xe2\x82\xac \xf0\x9f\x98\x80");
+}
+
+TEST(TerminalText, EscapesWhatControlsATerminal) {
+  EXPECT_EQ(printable("a\x1b[0m\n\t\r\x7f", true), "a\\x1b[0m\\n\\t\\r\\x7f");
+  EXPECT_EQ(printable("\xc2\x9b", true), "\\x9b");
+  EXPECT_EQ(printable("\xe2\x80\xae", true), "\\u202e");
+  EXPECT_EQ(printable("\xff", true), "\\xff");
+}
+
+TEST(TerminalText, KeepsLettersWhereTheTerminalHasThem) {
+  EXPECT_EQ(printable("Troms\xc3\xb8", true), "Troms\xc3\xb8");
+  EXPECT_EQ(printable("Troms\xc3\xb8 \xf0\x9f\x98\x80", false), "Troms\\xf8 \\U0001f600");
+}
+
+TEST(TerminalText, PadsByColumns) {
+  EXPECT_EQ(padRight("\xc3\xb8", 3), "\xc3\xb8  ");
+  EXPECT_EQ(padLeft("12", 4), "  12");
+  EXPECT_EQ(padLeft("12345", 4), "12345");
+}
+
+TEST(TerminalText, ShowsSizesInUnitsThatFit) {
+  EXPECT_EQ(humanSize(0), "0 KiB");
+  EXPECT_EQ(humanSize(1023), "1023 KiB");
+  EXPECT_EQ(humanSize(1024), "1 MiB");
+  EXPECT_EQ(humanSize(80ULL << 20), "80 GiB");
+  EXPECT_EQ(humanSize(1536ULL << 20), "1.5 TiB");
+  EXPECT_EQ(humanSize(~0ULL), "16383 EiB");
+}
+
+TEST(TerminalText, CountsInWords) {
+  EXPECT_EQ(counted(0, "disk"), "0 disks");
+  EXPECT_EQ(counted(1, "disk"), "1 disk");
+}
+
+}  // namespace
+}  // namespace kestrelvisor::ctl::test

@@ -1,0 +1,88 @@
+#include "tests/kestrelctl/program.h"
+#include "tests/support/test_headers.h"
+
+namespace kestrelvisor::ctl::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Lt;
+
+TEST(Usage, HelpStartsWithExamplesAndGoesToStandardOutput) {
+  const Finished run({"--help"});
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.talk, "");
+  ASSERT_THAT(run.output, AllOf(HasSubstr("Examples:"), HasSubstr("Commands:")));
+  EXPECT_THAT(run.output.find("Examples:"), Lt(run.output.find("Usage:")));
+}
+
+TEST(Usage, EachCommandHasHelpWithExamples) {
+  for (const char* command :
+       {"verify", "scan", "disable-cbt", "encrypt-password", "demo", "version"}) {
+    const Finished run({command, "--help"});
+    EXPECT_EQ(run.status, 0) << command;
+    EXPECT_THAT(run.output, AllOf(HasSubstr("Examples:\n  "),
+                                  HasSubstr(std::string("Usage: kestrelctl ") + command)));
+  }
+}
+
+TEST(Usage, HelpFitsAnOrdinaryTerminal) {
+  std::istringstream lines(Finished({"scan", "--help"}).output);
+  for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
+}
+
+TEST(Usage, VersionIsTheSameInBothForms) {
+  const Finished option({"--version"});
+  const Finished command({"version"});
+
+  EXPECT_EQ(option.status, 0);
+  EXPECT_EQ(option.output, "kestrelctl " KESTRELCTL_VERSION "\n");
+  EXPECT_EQ(command.output, option.output);
+}
+
+TEST(Usage, MistypedCommandNamesTheNearest) {
+  const Finished run({"scna"});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output, "");
+  EXPECT_THAT(run.talk, HasSubstr("did you mean \"kestrelctl scan\"?"));
+}
+
+TEST(Usage, MistypedOptionNamesTheNearest) {
+  const Finished run({"scan", "--mangaer", "https://vrm"});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("there is no option --mangaer"),
+                              HasSubstr("did you mean --manager?")));
+}
+
+TEST(Usage, NoCommandIsWrong) { EXPECT_EQ(Finished({}).status, 2); }
+
+TEST(Usage, MissingOptionIsWrong) {
+  const Finished run({"verify", "--user", "backup"});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, HasSubstr("--manager is required"));
+}
+
+TEST(Usage, LineEndsInAddressAndUserAreRefused) {
+  EXPECT_EQ(Finished({"verify", "--manager", "http://vrm\r\nX: y", "--user", "backup"}).status, 2);
+  const Finished run({"verify", "--manager", "http://vrm", "--user", "backup\r\nX-Auth-Key: y"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, HasSubstr("--user: a line end"));
+}
+
+TEST(Usage, NoColourWithoutATerminal) {
+  EXPECT_EQ(Finished({"scna"}).talk.find('\x1b'), std::string::npos);
+}
+
+TEST(Usage, ColourOnATerminal) {
+  TerminalProgram program({"scna"});
+
+  EXPECT_EQ(program.wait(), 2);
+  EXPECT_THAT(program.shown(), HasSubstr("\x1b[1;31merror:\x1b[0m"));
+}
+
+}  // namespace
+}  // namespace kestrelvisor::ctl::test
