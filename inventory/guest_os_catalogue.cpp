@@ -57,7 +57,8 @@ bool KestrelVisor_rest_api::getOSListfromVrmByArch(
   const Json::Value& answer = kestrelvisor::asDocument(root);
   for (const Family& family : kFamilies) {
     // A copy, so that an element that cannot be read leaves the family as it was.
-    std::map<int, std::string> versions = osMap[family.key];
+    std::map<int, std::string> versions;
+    if (const auto known = osMap.find(family.key); known != osMap.end()) versions = known->second;
     for (const Json::Value& element : answer[family.key]) {
       std::string description = element["versionDes"].asString();
       versions[element["id"].asInt()] = std::move(description);

@@ -40,6 +40,37 @@ boost::shared_ptr<VM_INFO> machineOf(const kestrelVisor_TreeNode& node) {
   return boost::dynamic_pointer_cast<VM_INFO>(object);
 }
 
+// What the node and the projection tell of a machine, without lookups.
+machine_record describeMachine(const VRM_INFO& vrm, const kestrelVisor_TreeNode& node,
+                               const VMInfoForTreeView& info) {
+  machine_record record;
+  record.set_vmid(node.index);
+  record.set_name(node.name);
+  record.set_disknumber(info.diskCount);
+  record.set_totalsize(info.totalSize);
+  record.set_mo(node.moRef);
+  record.set_uuid(info.uuid);
+  record.set_canonicaluuid(boost::uuids::to_string(info.uuidValue));
+  record.set_objectguid(guidOf(vrm, record.canonicaluuid()));
+  record.set_recordtype(kMachineRecordType);
+  return record;
+}
+
+disk_record describeDisk(const VRM_INFO& vrm, const kestrelVisor_TreeNode& node,
+                         const DiskInfoForTreeView& disk) {
+  disk_record record;
+  record.set_vmid(node.index);
+  record.set_diskuuid(disk.uuid);
+  record.set_objectguid(guidOf(vrm, disk.uuid));
+  record.set_disktype(disk.busType);
+  record.set_disknumber(static_cast<std::uint64_t>(disk.sequenceNum));
+  record.set_disksize(static_cast<std::uint64_t>(disk.size));
+  record.set_reserved(disk.reservedWord1);
+  record.set_disknumbercopy(static_cast<std::uint64_t>(disk.sequenceNum));
+  record.set_diskname(disk.diskName);
+  return record;
+}
+
 }  // namespace
 
 virtualGroupType KestrelVisorPublic::getVgroupType(std::string& group) {
@@ -55,56 +86,37 @@ bool KestrelVisorPublic::CreateVMAndDiskTable(const VRM_INFO& vrm, Tree& tree, O
                                               ScanEnvironmentReply& reply,
                                               KestrelVisorErrorMessage& err) {
   VMInfoForTreeView info;
-  std::string guestOS;
 
   // Lambdas, so that their lines name this function.
   const auto lookUpGuest = [&] {
+    std::string guestOS;
     std::string message;
     const bool known =
         restApi.getOSDesFromOSList(osMap, info.osType, info.osVersion, guestOS, message);
     err.setErrorCode(message, CBT_GET_OK);
-    if (!known) guestOS = kUnknownGuest;
+    return known ? guestOS : std::string(kUnknownGuest);
   };
-  const auto lookUpHost = [&]() -> std::string {
+  const auto lookUpHost = [&] {
     const auto host = hostGuidByUrn.find(info.hostUrn);
-    if (host == hostGuidByUrn.end()) return {};
+    if (host == hostGuidByUrn.end()) return std::string();
     KV_LOG(kTrace, "host GUID : ", host->second, " host moRef : ", host->first);
     return host->second;
   };
   const auto addMachine = [&](const kestrelVisor_TreeNode& node) {
-    machine_record record;
-    record.set_vmid(node.index);
-    record.set_name(node.name);
-    lookUpGuest();
-    record.set_guestos(guestOS);
-    record.set_disknumber(info.diskCount);
-    record.set_totalsize(info.totalSize);
-    record.set_mo(node.moRef);
-    record.set_uuid(info.uuid);
-    record.set_canonicaluuid(boost::uuids::to_string(info.uuidValue));
-    record.set_objectguid(guidOf(vrm, record.canonicaluuid()));
+    machine_record record = describeMachine(vrm, node, info);
+    record.set_guestos(lookUpGuest());
     record.set_virtualgrouptype(getVgroupType(info.group));
     record.set_hostguid(lookUpHost());
     KV_LOG(kTrace, "machine GUID is :", record.canonicaluuid(),
            " object str is :", vrm.urn + record.canonicaluuid(),
            " machine object GUID is:", record.objectguid(), " vm group is  :", info.group,
            " host urn :", info.hostUrn);
-    record.set_recordtype(kMachineRecordType);
     reply.add_machine_records()->CopyFrom(record);
   };
   const auto addDisk = [&](const kestrelVisor_TreeNode& node, const DiskInfoForTreeView& disk) {
-    disk_record record;
-    record.set_vmid(node.index);
-    record.set_diskuuid(disk.uuid);
-    record.set_objectguid(guidOf(vrm, disk.uuid));
+    disk_record record = describeDisk(vrm, node, disk);
     KV_LOG(kTrace, "disk GUID is :", disk.uuid, "  disk object GUID is:", record.objectguid());
-    record.set_disktype(disk.busType);
-    record.set_disknumber(static_cast<std::uint64_t>(disk.sequenceNum));
-    record.set_disksize(static_cast<std::uint64_t>(disk.size));
     record.set_datastoremoref(restApi.urnToUri(disk.datastoreUrn));
-    record.set_reserved(disk.reservedWord1);
-    record.set_disknumbercopy(static_cast<std::uint64_t>(disk.sequenceNum));
-    record.set_diskname(disk.diskName);
     reply.add_disk_records()->CopyFrom(record);
   };
 
