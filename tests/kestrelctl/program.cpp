@@ -39,9 +39,10 @@ std::vector<std::string> commandLine(const Arguments& arguments) {
 std::vector<std::string> environmentOf(const Setting& setting) {
   std::vector<std::string> words{"LC_ALL=C.UTF-8", "no_proxy=*", "TERM=xterm",
                                  "TMPDIR=" + std::filesystem::temp_directory_path().string()};
-  for (const auto& [name, value] : setting.environment) {
-    std::erase_if(words, [&](const std::string& word) { return word.starts_with(name + "="); });
-    words.push_back(name + "=" + value);
+  for (const auto& variable : setting.environment) {
+    const std::string start = variable.first + "=";
+    std::erase_if(words, [&](const std::string& word) { return word.starts_with(start); });
+    words.push_back(start + variable.second);
   }
   return words;
 }
