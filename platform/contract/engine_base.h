@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "platform/contract/env_proxy_result.h"
+
+#include <string>
 
 class EnvironmentPath;
 class ScanEnvironmentReply;
@@ -21,8 +21,8 @@ class EngineBase {
   virtual ~EngineBase();
 
   virtual bool Init() = 0;
-  virtual EnvProxyResult VerifyCredentials(const EnvironmentPath& envPath,
-                                           std::string& description, std::string& guid) = 0;
+  virtual EnvProxyResult VerifyCredentials(const EnvironmentPath& envPath, std::string& description,
+                                           std::string& guid) = 0;
   virtual EnvProxyResult scanEnvironment(ScanEnvironmentReply& reply,
                                          const EnvironmentPath& envPath,
                                          std::string& description) = 0;

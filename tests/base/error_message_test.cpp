@@ -67,7 +67,8 @@ INSTANTIATE_TEST_SUITE_P(
     EveryValue, CbtErrorTest,
     ::testing::Values(
         CbtText{0, "X"}, CbtText{1, "1, get vmhandle failed"}, CbtText{2, "2, snapshot ID is NULL"},
-        CbtText{3, "3, get qstore IP failed"}, CbtText{4, "4, create and open bitmap volume failed"},
+        CbtText{3, "3, get qstore IP failed"},
+        CbtText{4, "4, create and open bitmap volume failed"},
         CbtText{5, "5, get dirty ranges failed"},
         CbtText{6, "6, close and delete bitmap volume failed"},
         CbtText{7, "7, get CBT exceed disk size"},

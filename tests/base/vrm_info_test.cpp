@@ -1,8 +1,8 @@
 #include "base/vrm_info.h"
 
-#include <type_traits>
-
 #include "tests/support/test_headers.h"
+
+#include <type_traits>
 
 namespace {
 
@@ -40,9 +40,7 @@ TEST(ConnectionRecord, IsCopiedFieldByField) {
   EXPECT_EQ(copy.vrmPort, 7443);
 }
 
-TEST(ConnectionRecord, CannotBeAssigned) {
-  EXPECT_FALSE(std::is_copy_assignable_v<VRM_INFO>);
-}
+TEST(ConnectionRecord, CannotBeAssigned) { EXPECT_FALSE(std::is_copy_assignable_v<VRM_INFO>); }
 
 TEST(ConnectionRecord, WipesItsPasswordWhenItEnds) {
   alignas(VRM_INFO) unsigned char storage[sizeof(VRM_INFO)] = {};

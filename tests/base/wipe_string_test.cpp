@@ -1,11 +1,11 @@
 #include "base/wipe_string.h"
 
+#include "tests/support/test_headers.h"
+
 #include <array>
 #include <cstdlib>
 #include <cstring>
 #include <new>
-
-#include "tests/support/test_headers.h"
 
 namespace {
 
