@@ -20,36 +20,38 @@ constexpr const char* kExamples =
     "  kestrelctl demo\n"
     "      show everything against a simulated manager on this machine\n"
     "  kestrelctl verify --manager https://vrm.example.com:7443 --user backup\n"
-    "      ask for the password, tell whether the manager takes it, print the manager's GUID\n"
+    "      ask for the password, tell whether the manager takes it, print its GUID\n"
     "  kestrelctl scan --manager https://vrm.example.com --user backup \\\n"
     "      --password-file ~/.vrm-password --ca-cert vrm.pem --save reply.pb\n"
     "      show the tree of clusters, hosts and machines, and keep the reply\n"
-    "  kestrelctl scan -o json --manager https://[2001:db8::7]:7443 --user backup | jq .counts\n"
+    "  kestrelctl scan -o json --manager https://[2001:db8::7]:7443 --user backup \\\n"
+    "      | jq .counts\n"
     "  kestrelctl disable-cbt /service/sites/3F2A0911/vms/i-00000101 \\\n"
     "      --manager https://vrm.example.com --user backup --password-stdin < secret\n";
 
 constexpr const char* kDescription =
-    "Reaches a KestrelVisor manager: can it be reached, what is on it, and switch changed-block\n"
-    "tracking off on a virtual machine.";
+    "Reaches a KestrelVisor manager: can it be reached, what is on it, and switch\n"
+    "changed-block tracking off on a virtual machine.";
 
 constexpr const char* kFooter =
-    "kestrelctl COMMAND --help shows a command's options and examples. Results go to standard\n"
-    "output, everything else to standard error.\n"
+    "kestrelctl COMMAND --help shows a command's options and examples. Results go to\n"
+    "standard output, everything else to standard error.\n"
     "\n"
     "Exit status:\n"
-    "  0  success                             6  the manager's certificate is not trusted\n"
-    "  2  wrong usage                         7  time limit\n"
-    "  3  done, but something is missing      8  the manager refused or failed\n"
-    "  4  user, password or role refused      9  the answer cannot be read\n"
-    "  5  the manager cannot be reached       128+n  ended by signal n\n"
+    "  0  success                         6  the manager's certificate is not trusted\n"
+    "  2  wrong usage                     7  time limit\n"
+    "  3  done, but something is missing  8  the manager refused or failed\n"
+    "  4  user, password or role refused  9  the answer cannot be read\n"
+    "  5  the manager cannot be reached   128+n  ended by signal n\n"
     "\n"
     "Environment:\n"
-    "  KESTRELVISOR_MANAGER, KESTRELVISOR_USER   stand in for --manager and --user\n"
-    "  KESTRELVISOR_PASSWORD                     the password, when no option names a source\n"
-    "  KESTRELVISOR_PASSWORD_KEY[_FILE]          key of encrypted passwords, see encrypt-password\n"
-    "  KESTRELVISOR_CONFIG                       INI file; [General] CertAuthSwitch = 0 lets a\n"
-    "                                            refused certificate pass\n"
-    "  NO_COLOR                                  no colour on a terminal either";
+    "  KESTRELVISOR_MANAGER              stands in for --manager\n"
+    "  KESTRELVISOR_USER                 stands in for --user\n"
+    "  KESTRELVISOR_PASSWORD             the password, when no option names a source\n"
+    "  KESTRELVISOR_PASSWORD_KEY[_FILE]  key of passwords, see encrypt-password\n"
+    "  KESTRELVISOR_CONFIG               INI file; [General] CertAuthSwitch = 0 lets\n"
+    "                                    a refused certificate pass\n"
+    "  NO_COLOR                          no colour on a terminal either";
 
 constexpr const char* kVerifyExamples =
     "Examples:\n"
@@ -72,7 +74,7 @@ constexpr const char* kDisableCbtExamples =
 
 constexpr const char* kEncryptExamples =
     "Examples:\n"
-    "  kestrelctl encrypt-password --new-key backup.key    # makes the key and uses it\n"
+    "  kestrelctl encrypt-password --new-key backup.key   # makes the key and uses it\n"
     "  KESTRELVISOR_PASSWORD_KEY_FILE=backup.key kestrelctl encrypt-password\n";
 
 constexpr const char* kDemoExamples =
@@ -168,21 +170,30 @@ CLI::App* addCommand(CLI::App& app, const char* name, const char* description,
   return command;
 }
 
+// An empty value comes from a script's variable that is not set; nobody means the default by it.
+std::string problemOfFileName(const std::string& name) {
+  return name.empty() ? "no file is named" : std::string();
+}
+
+CLI::Option* addFileOption(CLI::App& command, const char* name, std::string& target,
+                           const char* description) {
+  return command.add_option(name, target, description)->type_name("FILE")->check(problemOfFileName);
+}
+
 void addPasswordOptions(CLI::App& command, PasswordSource& source) {
   const char* const group = "Password (never on the command line)";
   CLI::Option* const file =
-      command.add_option("--password-file", source.file,
-                         "File that holds the password; only its owner may have access");
-  file->type_name("FILE")->group(group);
+      addFileOption(command, "--password-file", source.file,
+                    "File that holds the password; only its owner may have access");
+  file->group(group);
   command
       .add_flag("--password-stdin", source.standardInput, "Read the password from standard input")
       ->excludes(file)
       ->group(group);
 }
 
-void addConnectionOptions(CLI::App& command, Arguments& arguments) {
+void addManagerOptions(CLI::App& command, Arguments& arguments, const char* group) {
   ConnectionOptions& connection = arguments.invocation.connection;
-  const char* const group = "Manager";
   command
       .add_option("--manager", arguments.manager,
                   "https://HOST[:PORT] or http://HOST[:PORT], an IPv6 address in brackets; port "
@@ -197,22 +208,29 @@ void addConnectionOptions(CLI::App& command, Arguments& arguments) {
       ->envname("KESTRELVISOR_USER")
       ->group(group);
   command
-      .add_option("--ca-cert", connection.certificateFile,
-                  "Trust this certificate or CA alone, a PEM file; without it the system's "
-                  "trust store")
-      ->type_name("FILE")
+      .add_flag("--keep-address", connection.keepAddress,
+                "Stay with the host of --manager, also when the manager reports another "
+                "address for its site")
+      ->group(group);
+}
+
+void addCertificateOptions(CLI::App& command, Arguments& arguments, const char* group) {
+  addFileOption(command, "--ca-cert", arguments.invocation.connection.certificateFile,
+                "Trust this certificate or CA alone, a PEM file; without it the system's "
+                "trust store")
       ->group(group);
   command
       .add_flag("--strict-tls,!--no-strict-tls", arguments.strictTls,
                 "Refuse a manager whose certificate is not trusted; --no-strict-tls goes on "
                 "after a refused certificate")
       ->group(group);
-  command
-      .add_flag("--keep-address", connection.keepAddress,
-                "Stay with the host of --manager, also when the manager reports another "
-                "address for its site")
-      ->group(group);
-  addPasswordOptions(command, connection.password);
+}
+
+void addConnectionOptions(CLI::App& command, Arguments& arguments) {
+  const char* const group = "Manager";
+  addManagerOptions(command, arguments, group);
+  addCertificateOptions(command, arguments, group);
+  addPasswordOptions(command, arguments.invocation.connection.password);
 }
 
 void addLogOptions(CLI::App& command, Arguments& arguments) {
@@ -224,17 +242,14 @@ void addLogOptions(CLI::App& command, Arguments& arguments) {
       ->type_name("LEVEL")
       ->check(CLI::IsMember({"trace", "info", "note", "warning", "error", "off"}))
       ->group(group);
-  command
-      .add_option("--log-file", arguments.invocation.log.file,
-                  "Append the log to this file instead of standard error")
-      ->type_name("FILE")
+  addFileOption(command, "--log-file", arguments.invocation.log.file,
+                "Append the log to this file instead of standard error")
       ->group(group);
 }
 
 void addVerify(CLI::App& app, Arguments& arguments) {
-  CLI::App* const command =
-      addCommand(app, "verify", "Tell whether manager and account work; print the manager's GUID",
-                 kVerifyExamples);
+  CLI::App* const command = addCommand(
+      app, "verify", "Tell whether manager and account work; print its GUID", kVerifyExamples);
   addConnectionOptions(*command, arguments);
   addLogOptions(*command, arguments);
 }
@@ -246,12 +261,9 @@ void addScan(CLI::App& app, Arguments& arguments) {
   command->add_option("-o,--output", arguments.format, "tree (the default) or json")
       ->type_name("FORM")
       ->check(CLI::IsMember({"tree", "json"}));
-  command->add_option("--save", scan.saveFile, "Keep the reply in this file, as protobuf")
-      ->type_name("FILE");
-  command
-      ->add_option("--tester-dump", scan.testerDumpFile,
-                   "Keep the engine's dump for testers in this file")
-      ->type_name("FILE");
+  addFileOption(*command, "--save", scan.saveFile, "Keep the reply in this file, as protobuf");
+  addFileOption(*command, "--tester-dump", scan.testerDumpFile,
+                "Keep the engine's dump for testers in this file");
   addConnectionOptions(*command, arguments);
   addLogOptions(*command, arguments);
 }
@@ -273,10 +285,8 @@ void addEncryptPassword(CLI::App& app, Arguments& arguments) {
   CLI::App* const command =
       addCommand(app, "encrypt-password",
                  "Print a password in the form that hosts hand to the engine", kEncryptExamples);
-  command
-      ->add_option("--new-key", arguments.invocation.encrypt.newKeyFile,
-                   "Make a fresh key, write it to this new file and use it")
-      ->type_name("FILE");
+  addFileOption(*command, "--new-key", arguments.invocation.encrypt.newKeyFile,
+                "Make a fresh key, write it to this new file and use it");
   addPasswordOptions(*command, arguments.invocation.encrypt.password);
 }
 
@@ -284,16 +294,12 @@ void addDemo(CLI::App& app, Arguments& arguments) {
   CLI::App* const command = addCommand(
       app, "demo", "Show it all against a simulated manager on this machine", kDemoExamples);
   DemoOptions& demo = arguments.invocation.demo;
-  command
-      ->add_option("--vrmsim", demo.vrmsim, "The simulator; without it the one beside kestrelctl")
-      ->type_name("PATH");
-  command
-      ->add_option("--inventory", demo.inventory,
-                   "What the simulated manager serves; without it the sample site")
-      ->type_name("FILE");
-  command
-      ->add_option("--save", demo.saveFile, "Where the reply is kept [kestrelvisor-demo-reply.pb]")
-      ->type_name("FILE");
+  addFileOption(*command, "--vrmsim", demo.vrmsim,
+                "The simulator; without it the one beside kestrelctl");
+  addFileOption(*command, "--inventory", demo.inventory,
+                "What the simulated manager serves; without it the sample site");
+  addFileOption(*command, "--save", demo.saveFile,
+                "Where the reply is kept [kestrelvisor-demo-reply.pb]");
 }
 
 std::vector<std::string> commandNames(const CLI::App& app) {

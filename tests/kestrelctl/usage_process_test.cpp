@@ -28,8 +28,15 @@ TEST(Usage, EachCommandHasHelpWithExamples) {
 }
 
 TEST(Usage, HelpFitsAnOrdinaryTerminal) {
-  std::istringstream lines(Finished({"scan", "--help"}).output);
-  for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
+  for (const Arguments& words : std::vector<Arguments>{{"--help"},
+                                                       {"verify", "--help"},
+                                                       {"scan", "--help"},
+                                                       {"disable-cbt", "--help"},
+                                                       {"encrypt-password", "--help"},
+                                                       {"demo", "--help"}}) {
+    std::istringstream lines(Finished(words).output);
+    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
+  }
 }
 
 TEST(Usage, VersionIsTheSameInBothForms) {
@@ -64,6 +71,17 @@ TEST(Usage, MissingOptionIsWrong) {
 
   EXPECT_EQ(run.status, 2);
   EXPECT_THAT(run.talk, HasSubstr("--manager is required"));
+}
+
+TEST(Usage, EmptyFileNameIsWrong) {
+  for (const char* option :
+       {"--save", "--tester-dump", "--log-file", "--ca-cert", "--password-file"}) {
+    const Finished run({"scan", "--manager", "http://vrm", "--user", "backup", option, ""});
+    EXPECT_EQ(run.status, 2) << option;
+    EXPECT_THAT(run.talk, HasSubstr(std::string(option) + ": no file is named"));
+  }
+  EXPECT_EQ(Finished({"demo", "--inventory", ""}).status, 2);
+  EXPECT_EQ(Finished({"encrypt-password", "--new-key="}).status, 2);
 }
 
 TEST(Usage, LineEndsInAddressAndUserAreRefused) {
