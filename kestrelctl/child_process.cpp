@@ -1,5 +1,6 @@
 #include "kestrelctl/child_process.h"
 
+#include "kestrelctl/ending_signals.h"
 #include "kestrelctl/failure.h"
 
 #include <fcntl.h>
@@ -25,7 +26,7 @@ std::string systemError() { return std::generic_category().message(errno); }
 sigset_t endingSignals() {
   sigset_t signals;
   sigemptyset(&signals);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+  for (const int number : kEndingSignals) {
     struct sigaction action = {};
     sigaction(number, nullptr, &action);
     if (action.sa_handler != SIG_IGN) sigaddset(&signals, number);

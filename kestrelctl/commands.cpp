@@ -114,8 +114,11 @@ void makeKey(const std::string& path) {
 ExitCode encryptPasswordOfUser(const EncryptOptions& options) {
   std::string problem;
   if (options.newKeyFile.empty() && !hasPasswordKey(problem)) {
-    throw wrongUsage(problem, "--new-key FILE makes a key");
+    throw wrongUsage(problem,
+                     "--new-key FILE makes a key; KESTRELVISOR_PASSWORD_KEY_FILE names the file of "
+                     "one that is there");
   }
+  if (!options.newKeyFile.empty()) checkCreatable("--new-key", options.newKeyFile);
   std::string password;
   const WipeOnExit wipe(password);
   fetchPassword(options.password, "Password to encrypt: ", password);

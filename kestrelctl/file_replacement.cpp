@@ -1,6 +1,7 @@
 #include "kestrelctl/file_replacement.h"
 
 #include "kestrelctl/descriptor.h"
+#include "kestrelctl/ending_signals.h"
 #include "kestrelctl/failure.h"
 
 #include <fcntl.h>
@@ -36,6 +37,30 @@ void writeAndClose(Descriptor file, const std::string& path, std::string_view co
   if (fsync(file.get()) != 0) throw cannotWrite(path, errno);
 }
 
+// Holds back what may end the process, so that no signal leaves a temporary file behind.
+class HeldSignals {
+ public:
+  HeldSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : kEndingSignals) sigaddset(&signals, number);
+    sigprocmask(SIG_BLOCK, &signals, &before_);
+  }
+  ~HeldSignals() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  HeldSignals(const HeldSignals&) = delete;
+  HeldSignals& operator=(const HeldSignals&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
+void checkFolder(const std::string& option, const std::string& path) {
+  const std::string folder = folderOf(path);
+  if (access(folder.c_str(), W_OK | X_OK) == 0) return;
+  throw wrongUsage(option + ": cannot write in the folder " + folder + ": " +
+                   std::generic_category().message(errno));
+}
+
 // A file beside the target, removed unless it has become the target.
 class TemporaryFile {
  public:
@@ -69,20 +94,27 @@ void checkReplaceable(const std::string& option, const std::string& path) {
   if (lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
     throw wrongUsage(option + ": " + path + " is there and not a regular file");
   }
-  const std::string folder = folderOf(path);
-  if (access(folder.c_str(), W_OK | X_OK) != 0) {
-    throw wrongUsage(option + ": cannot write in the folder " + folder + ": " +
-                     std::generic_category().message(errno));
+  checkFolder(option, path);
+}
+
+void checkCreatable(const std::string& option, const std::string& path) {
+  struct stat status = {};
+  if (path.empty() || path.back() == '/') throw wrongUsage(option + ": no file is named");
+  if (lstat(path.c_str(), &status) == 0) {
+    throw wrongUsage(option + ": " + path + " is there already", "name a file that is not there");
   }
+  checkFolder(option, path);
 }
 
 void replaceFile(const std::string& path, std::string_view content) {
+  const HeldSignals held;
   TemporaryFile temporary(path);
   writeAndClose(temporary.takeFile(), path, content);
   temporary.become(path);
 }
 
 void createFile(const std::string& path, std::string_view content) {
+  const HeldSignals held;
   Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!file) throw cannotWrite(path, errno);
   try {

@@ -9,8 +9,12 @@ namespace kestrelvisor::ctl {
 // regular file, or its folder is missing. For the time before the work that fills the file.
 void checkReplaceable(const std::string& option, const std::string& path);
 
+// Likewise for createFile: nothing may stand there yet.
+void checkCreatable(const std::string& option, const std::string& path);
+
 // Gives a file a new content in one step: readers see the old one or the new one. The file is for
-// its owner alone (0600). Throws a Failure; the old content then stays.
+// its owner alone (0600). Throws a Failure; the old content then stays. A signal that ends the
+// process waits until nothing is left to tidy up.
 void replaceFile(const std::string& path, std::string_view content);
 
 // Creates a file that must not exist yet, for its owner alone. Throws a Failure.

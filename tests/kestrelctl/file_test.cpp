@@ -4,6 +4,23 @@
 #include "tests/kestrelctl/fixture.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+
+namespace kestrelvisor::ctl::test {
+namespace {
+
+int signalAtFsync = 0;  // arrives while a file is written; 0: none
+
+}  // namespace
+}  // namespace kestrelvisor::ctl::test
+
+// In place of the system's, so that a signal can come at the worst moment.
+extern "C" int fsync(int /*descriptor*/) {
+  const int number = kestrelvisor::ctl::test::signalAtFsync;
+  return number == 0 ? 0 : std::raise(number);
+}
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -76,6 +93,21 @@ TEST(FileReplacement, LeavesNoTemporaryFileWhenItFails) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.file("")), {}), 1);
 }
 
+TEST(FileReplacement, SignalWaitsUntilNothingIsLeftToTidyUp) {
+  const TemporaryFolder folder;
+  const std::string file = folder.write("x", "old");
+
+  EXPECT_EXIT(
+      {
+        signalAtFsync = SIGTERM;
+        replaceFile(file, "new");
+      },
+      ::testing::KilledBySignal(SIGTERM), "");
+
+  EXPECT_EQ(TemporaryFolder::read(file), "new");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.file("")), {}), 1);
+}
+
 TEST(FileReplacement, IsCheckedBeforehand) {
   const TemporaryFolder folder;
 
@@ -85,6 +117,16 @@ TEST(FileReplacement, IsCheckedBeforehand) {
   EXPECT_THAT(complaintOf([&] { checkReplaceable("--save", "/dev/null"); }),
               HasSubstr("not a regular file"));
   EXPECT_THAT(complaintOf([&] { checkReplaceable("--save", ""); }), HasSubstr("no file is named"));
+}
+
+TEST(FileCreation, IsCheckedBeforehand) {
+  const TemporaryFolder folder;
+
+  EXPECT_EQ(complaintOf([&] { checkCreatable("--new-key", folder.file("new")); }), "(none)");
+  EXPECT_THAT(complaintOf([&] { checkCreatable("--new-key", folder.write("x", "old")); }),
+              HasSubstr("is there already"));
+  EXPECT_THAT(complaintOf([&] { checkCreatable("--new-key", folder.file("none/new")); }),
+              HasSubstr("cannot write in the folder"));
 }
 
 TEST(FileCreation, RefusesAFileThatIsThere) {

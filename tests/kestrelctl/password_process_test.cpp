@@ -149,7 +149,8 @@ TEST(EncryptPassword, NeverOverwritesAKey) {
 
   const Finished run({"encrypt-password", "--new-key", key, "--password-stdin"}, {kSecret, {}});
 
-  EXPECT_NE(run.status, 0);
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, HasSubstr("is there already"));
   EXPECT_EQ(TemporaryFolder::read(key), "precious");
 }
 
