@@ -24,6 +24,7 @@ constexpr const char* kUser = "backup";
 constexpr const char* kReadyMark = "vrmsim ready: ";
 constexpr const char* kInstalledSite = "share/kestrelvisor/sites/sample.json";
 constexpr int kStartSeconds = 30;
+constexpr std::size_t kLongestReadyLine = 256;
 
 // Thrown when one of our own commands fails; it has told why itself.
 struct CommandFailed {
@@ -106,13 +107,16 @@ class Simulator {
     std::string readReadyLine(ChildProcess& process) {
       write_.reset();  // so that its end is seen
       std::string line;
-      for (char c = '\0'; c != '\n'; line += c) {
+      for (char c = '\0'; c != '\n' && line.size() < kLongestReadyLine; line += c) {
         signals_.waitFor(read_.get(), kStartSeconds);
         if (::read(read_.get(), &c, 1) != 1) break;
       }
       const std::string mark = kReadyMark;
       if (line.compare(0, mark.size(), mark) == 0 && line.back() == '\n') {
         return line.substr(mark.size(), line.size() - mark.size() - 1);
+      }
+      if (!line.empty()) {
+        throw Failure(ExitCode::unreachable, "what was started is no simulator: it says " + line);
       }
       throw Failure(ExitCode::unreachable, "the simulator ended with exit code " +
                                                std::to_string(process.wait()) +
@@ -171,6 +175,16 @@ void showEverything(const DemoOptions& options, const EndingSignals& signals,
   command({"disable-cbt", machine.mo()});
 }
 
+// What the user has set up for real managers is none of the simulator's business, the password
+// least of all, and must not change what is shown.
+void forgetOwnSettings() {
+  for (const char* variable :
+       {"KESTRELVISOR_MANAGER", "KESTRELVISOR_USER", "KESTRELVISOR_PASSWORD",
+        "KESTRELVISOR_PASSWORD_KEY", "KESTRELVISOR_PASSWORD_KEY_FILE", "KESTRELVISOR_CONFIG"}) {
+    unsetenv(variable);
+  }
+}
+
 // A proxy of the environment cannot reach our loopback.
 void reachLoopbackDirectly() { setenv("no_proxy", "127.0.0.1,localhost,::1", 1); }
 
@@ -180,6 +194,7 @@ ExitCode runDemo(const DemoOptions& options) {
   const std::string program = findSimulator(options);
   const std::string inventory = findInventory(options);
   checkReplaceable("--save", options.saveFile);
+  forgetOwnSettings();
   reachLoopbackDirectly();
 
   const EndingSignals signals;

@@ -101,6 +101,30 @@ TEST_F(Demo, SimulatorThatEndsAtOnceIsTold) {
   EXPECT_TRUE(scratchIsEmpty());
 }
 
+TEST_F(Demo, ProgramThatIsNoSimulatorIsTold) {
+  const std::string program = folder.write(
+      "strange", "#!/bin/sh\nmkfifo $0.pipe\necho good morning\nread forever < $0.pipe\n");
+  std::filesystem::permissions(program, std::filesystem::perms(0700));
+
+  const Finished run({"demo", "--vrmsim", program, "--save", saved}, setting());
+
+  EXPECT_EQ(run.status, 5);
+  EXPECT_THAT(run.talk, HasSubstr("no simulator: it says good morning"));
+  EXPECT_TRUE(noChildIsLeft());
+}
+
+TEST_F(Demo, SettingsForRealManagersStayOutOfIt) {
+  const std::string program = folder.write("show", "#!/bin/sh\nenv | grep KESTREL >&2\n");
+  std::filesystem::permissions(program, std::filesystem::perms(0700));
+  Setting real = setting();
+  real.environment.emplace_back("KESTRELVISOR_PASSWORD", "Correct-Horse");
+  real.environment.emplace_back("KESTRELVISOR_PASSWORD_KEY", "no key");
+
+  EXPECT_THAT(Finished({"demo", "--vrmsim", program, "--save", saved}, real).talk,
+              ::testing::Not(HasSubstr("KESTRELVISOR_")));
+  EXPECT_EQ(Finished(command(), real).status, 0);
+}
+
 TEST_F(Demo, SiteWithoutMachinesHasNothingToSwitchOff) {
   const std::string site =
       folder.write("site.json", R"({"sites": [{"id": "S1", "name": "empty", "isSelf": true}]})");
