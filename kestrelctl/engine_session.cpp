@@ -3,6 +3,7 @@
 #include "base/wipe_string.h"
 #include "engine/kestrelvisor_engine.h"
 #include "kestrelctl/certificate_file.h"
+#include "kestrelctl/console.h"
 #include "kestrelctl/standard_output_exchange.h"
 #include "platform/reference/configuration.h"
 #include "platform/reference/password_cipher.h"
@@ -27,8 +28,10 @@ void prepareKey() {
   const bool configured =
       isSet("KESTRELVISOR_PASSWORD_KEY") || isSet("KESTRELVISOR_PASSWORD_KEY_FILE");
   if (configured) {
-    if (!hasPasswordKey(problem)) throw wrongUsage(problem);
-    return;
+    if (hasPasswordKey(problem)) return;
+    throw wrongUsage(problem,
+                     "KESTRELVISOR_PASSWORD_KEY and KESTRELVISOR_PASSWORD_KEY_FILE name the key "
+                     "that passwords are encrypted with; without them a fresh one does");
   }
   std::string key;
   const WipeOnExit wipe(key);
@@ -89,6 +92,9 @@ LogEvidence EngineSession::run(const std::string& what, const Operation& operati
     throw failureOfException(attempt, error.what());
   } catch (...) {
     throw failureOfException(attempt, "of an unknown kind");
+  }
+  if (const auto& reason = evidence.passedCertificate()) {
+    warn("the manager's certificate is not trusted and was let pass: " + *reason);
   }
   if (result.status != 0) throw failureOf(attempt, result, description, evidence);
   return evidence;

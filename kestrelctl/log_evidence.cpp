@@ -55,14 +55,18 @@ void LogEvidence::settle(const LogRecord& record) {
   latest_.reset();
 }
 
+void LogEvidence::takeWarning(std::string_view text) {
+  constexpr std::string_view kPassed = "peer cert check failed: ";
+  if (startsWith(text, "Failed to get VM[") && endsWith(text, "] information !")) {
+    ++machinesLeftOut_;
+  } else if (startsWith(text, kPassed)) {
+    passedCertificate_ = text.substr(kPassed.size());
+  }
+}
+
 void LogEvidence::take(const LogRecord& record) {
   const std::string_view text = record.text;
-  if (record.level == kWarningLevel) {
-    if (startsWith(text, "Failed to get VM[") && endsWith(text, "] information !")) {
-      ++machinesLeftOut_;
-    }
-    return;
-  }
+  if (record.level == kWarningLevel) return takeWarning(text);
   if (record.level != kErrorLevel) return;
   if (auto refusal = readRefusal(text)) {
     latest_ = std::move(refusal);

@@ -5,11 +5,13 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace kestrelvisor::ctl {
 
 // What the engine's log tells about an operation and its result does not: the code and the words of
-// the last request that failed, and machines that a scan left out.
+// the last request that failed, machines that a scan left out, a certificate that should not have
+// passed.
 class LogEvidence {
  public:
   struct Refusal {
@@ -27,14 +29,18 @@ class LogEvidence {
   // Code with which switching off changed-block tracking failed.
   const std::optional<std::string>& cbtCode() const { return cbtCode_; }
   std::size_t machinesLeftOut() const { return machinesLeftOut_; }
+  // Why a certificate was refused that then passed all the same.
+  const std::optional<std::string>& passedCertificate() const { return passedCertificate_; }
 
  private:
   void settle(const LogRecord& record);
+  void takeWarning(std::string_view text);
 
   std::optional<Refusal> latest_;  // of the last attempt; not known yet what it belongs to
   std::optional<Refusal> refusal_;
   std::optional<std::string> loginCode_;
   std::optional<std::string> cbtCode_;
+  std::optional<std::string> passedCertificate_;
   std::size_t machinesLeftOut_ = 0;
 };
 

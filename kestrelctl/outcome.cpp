@@ -108,6 +108,26 @@ const char* reasonOf(ExitCode exitCode) {
   }
 }
 
+// What can be done about a machine whose changed-block tracking stays on; null: nothing is known.
+const char* hintOfStatus(EnvProxyStatus status) {
+  switch (status) {
+    case 95:
+      return "scan again: the machine is gone or its URI has changed";
+    case 96:
+      return "try again; then ask the manager's administrator";
+    case 98:
+      return "move the machine to a datastore that supports it, or leave the tracking on";
+    case 99:
+      return "try again later; look at the manager's task list";
+    case 100:
+      return "nothing: a template has no tracking to switch off";
+    case 101:
+      return "nothing: a linked clone does not support it";
+    default:
+      return nullptr;
+  }
+}
+
 std::string hintOf(ExitCode exitCode, const Cause& cause) {
   switch (exitCode) {
     case ExitCode::refusedLogin:
@@ -158,7 +178,9 @@ Failure failureOf(const Attempt& attempt, const EnvProxyResult& result,
     failure.facts.push_back({"meaning", description});
   }
   failure.facts.push_back({"engine", describedResult(result)});
-  failure.hint = hintOf(exitCode, cause);
+  const char* const known =
+      exitCode == ExitCode::managerFailed ? hintOfStatus(result.status) : nullptr;
+  failure.hint = known == nullptr ? hintOf(exitCode, cause) : known;
   return failure;
 }
 

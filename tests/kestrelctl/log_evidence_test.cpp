@@ -98,6 +98,15 @@ TEST(LogEvidence, CountsMachinesLeftOut) {
   EXPECT_EQ(evidence.machinesLeftOut(), 2U);
 }
 
+TEST(LogEvidence, KeepsWhyAPassedCertificateWasRefused) {
+  LogEvidence evidence;
+  EXPECT_FALSE(evidence.passedCertificate());
+
+  evidence.take(record(3, "peer cert check failed: self-signed."));
+
+  EXPECT_EQ(evidence.passedCertificate(), "self-signed.");
+}
+
 TEST(LogEvidence, OtherLevelsTellNothing) {
   LogEvidence evidence;
   evidence.take(record(1, "Invoke sendMassage failed, error code is 2000(x)"));

@@ -219,8 +219,18 @@ TEST_F(Certificates, CertificateOfAnotherManagerGivesExitCode6) {
   EXPECT_EQ(Finished(command({"disable-cbt", "/service/x"}, {"--ca-cert", wrong})).status, 6);
 }
 
-TEST_F(Certificates, RefusedCertificatePassesWhenTheUserSaysSo) {
-  EXPECT_EQ(Finished(command({"verify"}, {"--no-strict-tls"})).status, 0);
+TEST_F(Certificates, RefusedCertificatePassesWithAWarningWhenTheUserSaysSo) {
+  const Finished run(command({"verify"}, {"--no-strict-tls"}));
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.talk, HasSubstr("warning: the manager's certificate is not trusted"));
+}
+
+TEST_F(Certificates, TrustedCertificateNeedsNoWarning) {
+  const Finished run(command({"verify"}, {"--no-strict-tls", "--ca-cert", certificate}));
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.talk, ::testing::Not(HasSubstr("warning")));
 }
 
 TEST_F(Certificates, ConfigurationFileLetsARefusedCertificatePass) {

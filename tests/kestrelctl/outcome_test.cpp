@@ -135,6 +135,17 @@ TEST(Outcome, TrackingFailureTellsCodeWordsAndMeaning) {
   EXPECT_EQ(factOf(failure, "reason"), "No such machine (code 10000008)");
   EXPECT_EQ(factOf(failure, "meaning"), "KestrelVisor object does not exist");
   EXPECT_EQ(factOf(failure, "engine"), "status 95");
+  EXPECT_EQ(failure.hint, "scan again: the machine is gone or its URI has changed");
+}
+
+TEST(Outcome, TrackingFailureThatTheManagerDoesNotExplainHasTheGeneralHint) {
+  EnvProxyResult result;
+  result.status = 97;
+  const auto evidence =
+      evidenceOf({"Failed to disable the CBT for VM with uri: /x, and with error code: 11000000"});
+
+  EXPECT_THAT(failureOf(kAttempt, result, "internal error", evidence).hint,
+              ::testing::HasSubstr("look the code up"));
 }
 
 TEST(Outcome, TrackingFailureBeforeTheRequestTakesItsCodeFromTheLog) {
