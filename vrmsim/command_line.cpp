@@ -43,6 +43,15 @@ struct Arguments {
   std::uint64_t tokenValiditySeconds = 1800;
 };
 
+// An empty value comes from a script's variable that is not set; nobody means the default by it.
+CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
+                           const std::string& help) {
+  const auto problem = [](const std::string& value) {
+    return value.empty() ? "no file is named" : std::string();
+  };
+  return app.add_option(name, target, help)->type_name("FILE")->check(problem);
+}
+
 void addServerOptions(CLI::App& app, Arguments& arguments) {
   SimulatorOptions& options = arguments.settings.options;
   const char* const group = "Server";
@@ -55,20 +64,20 @@ void addServerOptions(CLI::App& app, Arguments& arguments) {
   auto* const tls = app.add_flag("--tls", options.tls,
                                  "Serve HTTPS with a self-signed certificate made at the start");
   tls->group(group);
-  app.add_option("--cert-out", arguments.settings.certificateFile,
-                 "Write the certificate as PEM to this file")
+  addFileOption(app, "--cert-out", arguments.settings.certificateFile,
+                "Write the certificate as PEM to this file")
       ->needs(tls)
       ->group(group);
-  app.add_option("--request-log", arguments.settings.requestLogFile,
-                 "Write one JSON line for each request to this file")
+  addFileOption(app, "--request-log", arguments.settings.requestLogFile,
+                "Write one JSON line for each request to this file")
       ->group(group);
 }
 
 void addInventoryOptions(CLI::App& app, Arguments& arguments) {
   InventorySizes& sizes = arguments.sizes;
   const char* const group = "Inventory";
-  auto* const file =
-      app.add_option("--inventory", arguments.inventoryFile, "Serve the inventory of this file");
+  auto* const file = addFileOption(app, "--inventory", arguments.inventoryFile,
+                                   "Serve the inventory of this file");
   file->group(group);
   const auto size = [&](const char* name, auto& value, const char* help) {
     app.add_option(name, value, help)->capture_default_str()->excludes(file)->group(group);
@@ -90,8 +99,8 @@ void addSessionOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--user", arguments.user.name, "Name of the user who may log in")
       ->capture_default_str()
       ->group(group);
-  app.add_option("--password-file", arguments.passwordFile,
-                 "File whose first line is the user's password [" + User{}.password + "]")
+  addFileOption(app, "--password-file", arguments.passwordFile,
+                "File whose first line is the user's password [" + User{}.password + "]")
       ->group(group);
   app.add_option("--role", arguments.roles, "Role of the user; repeatable [administrator]")
       ->allow_extra_args(false)

@@ -50,6 +50,7 @@ void serveUntilSignalled(Settings settings) {
     writeCertificate(settings.certificateFile, simulator.certificatePem());
   }
   std::cout << "vrmsim ready: " << simulator.url() << std::endl;
+  if (!std::cout) throw std::runtime_error("the ready line cannot be written to standard output");
   int signal = 0;
   sigwait(&signals, &signal);
 }

@@ -293,6 +293,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUsage{"SizesThatContradict",
                    {"--hosts", "1", "--standalone-hosts", "2"},
                    "vrmsim: more standalone hosts than hosts\n"},
+        WrongUsage{"EmptyFileName", {"--inventory", ""}, "--inventory: no file is named"},
         WrongUsage{"MissingInventory",
                    {"--inventory", "/nowhere/x.json"},
                    "vrmsim: /nowhere/x.json: cannot be read\n"},
@@ -310,6 +311,13 @@ TEST(VrmsimCommandLine, NamesThePlaceOfAFaultInTheInventory) {
 
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(outcome.errors, "vrmsim: " + file + ": vms[0].id: expected a text, found 3\n");
+}
+
+TEST(VrmsimCommandLine, EndsWhenNobodyCanLearnTheAddress) {
+  Process shell("/bin/sh", {"-c", "exec \"$0\" > /dev/full", VRMSIM_EXECUTABLE});
+
+  EXPECT_EQ(shell.wait(), 1);
+  EXPECT_THAT(shell.errors(), HasSubstr("the ready line cannot be written"));
 }
 
 TEST(VrmsimCommandLine, SaysWhenThePortIsTaken) {
