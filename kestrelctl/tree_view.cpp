@@ -25,6 +25,45 @@ struct MachineColumns {
   std::size_t disks = 0;
 };
 
+constexpr std::size_t kSizeColumns = 8;  // "1023 GiB"
+constexpr std::size_t kKindColumns = 7;  // "cluster"
+
+std::string kindOf(const IndexedObject& object) {
+  const std::string name = kindName(object.kind());
+  return name.empty() ? "type " + std::to_string(object.row->type()) : name;
+}
+
+std::string guestOf(const IndexedObject& object) {
+  return object.machine == nullptr ? "" : object.machine->guestos();
+}
+
+std::string joined(const std::vector<std::string>& parts) {
+  std::string text;
+  for (const std::string& part : parts) {
+    if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
+  }
+  return text;
+}
+
+// "10.32.1.11, x86 Intel, 2 CPUs"
+std::string hostFacts(const non_vm_record& host) {
+  const bool both = !host.arch().empty() && !host.cpuvendor().empty();
+  return joined(
+      {host.ip(), host.arch() + (both ? " " : "") + host.cpuvendor(),
+       host.cpu_num() > 0 ? counted(static_cast<std::size_t>(host.cpu_num()), "CPU") : ""});
+}
+
+// "5 hosts, 120 machines"
+std::string countsBelow(const ReplyIndex& index, std::size_t position) {
+  std::vector<std::string> parts;
+  for (const ObjectKind kind : {ObjectKind::cluster, ObjectKind::host}) {
+    const std::size_t below = index.countBelow(position, kind);
+    if (below > 0) parts.push_back(counted(below, kindName(kind)));
+  }
+  parts.push_back(counted(index.countBelow(position, ObjectKind::machine), "machine"));
+  return joined(parts);
+}
+
 class TreeWriter {
  public:
   TreeWriter(const ReplyIndex& index, const Rendering& rendering)
@@ -32,7 +71,7 @@ class TreeWriter {
 
   std::string write() {
     for (const std::size_t root : index_.roots()) {
-      text_ += heading(index_.objects()[root], root) + "\n";
+      text_ += heading(index_.objects()[root], root, 0) + "\n";
       writeChildren(index_.objects()[root], "");
     }
     return std::move(text_);
@@ -55,15 +94,6 @@ class TreeWriter {
   }
 
   std::string show(const std::string& text) const { return printable(text, rendering_.utf8); }
-
-  static std::string kindOf(const IndexedObject& object) {
-    const std::string name = kindName(object.kind());
-    return name.empty() ? "type " + std::to_string(object.row->type()) : name;
-  }
-
-  static std::string guestOf(const IndexedObject& object) {
-    return object.machine == nullptr ? "" : object.machine->guestos();
-  }
 
   MachineColumns columnsOfMachines(const IndexedObject& parent) const {
     MachineColumns columns;
@@ -97,38 +127,15 @@ class TreeWriter {
 
   // Of everything that is not a machine: "production  cluster  5 hosts, 120 machines".
   std::string heading(const IndexedObject& object, std::size_t position,
-                      std::size_t nameWidth = 0) const {
+                      std::size_t nameWidth) const {
     const std::string name = show(object.row->name());
     const std::size_t columns = columnsOf(name);
     const std::string fill(nameWidth > columns ? nameWidth - columns : 0, ' ');
+    const bool isHost = object.other != nullptr && object.is(ObjectKind::host);
     return rendering_.bold(name.empty() ? "(no name)" : name) + fill + "  " +
-           padRight(kindOf(object), kKindColumns) + "  " + facts(object, position);
+           padRight(kindOf(object), kKindColumns) + "  " +
+           joined({isHost ? show(hostFacts(*object.other)) : "", countsBelow(index_, position)});
   }
-
-  std::string facts(const IndexedObject& object, std::size_t position) const {
-    std::vector<std::string> parts;
-    const auto add = [&](const std::string& part) {
-      if (!part.empty()) parts.push_back(show(part));
-    };
-    if (object.other != nullptr && object.is(ObjectKind::host)) {
-      const non_vm_record& host = *object.other;
-      add(host.ip());
-      add(host.arch() + (host.arch().empty() || host.cpuvendor().empty() ? "" : " ") +
-          host.cpuvendor());
-      if (host.cpu_num() > 0) add(counted(static_cast<std::size_t>(host.cpu_num()), "CPU"));
-    }
-    for (const ObjectKind kind : {ObjectKind::cluster, ObjectKind::host}) {
-      const std::size_t below = index_.countBelow(position, kind);
-      if (below > 0) add(counted(below, kindName(kind)));
-    }
-    add(counted(index_.countBelow(position, ObjectKind::machine), "machine"));
-    std::string text;
-    for (const std::string& part : parts) text += (text.empty() ? "" : ", ") + part;
-    return text;
-  }
-
-  static constexpr std::size_t kSizeColumns = 8;  // "1023 GiB"
-  static constexpr std::size_t kKindColumns = 7;  // "cluster"
 
   const ReplyIndex& index_;
   const Rendering& rendering_;
@@ -138,16 +145,15 @@ class TreeWriter {
 
 // "5 hosts, 1 cluster"
 std::string usersOf(const ReplyIndex& index, const datastore_record& datastore) {
-  std::string text;
+  const auto& users = index.usersOf(datastore);
+  std::vector<std::string> parts;
   for (const ObjectKind kind : {ObjectKind::host, ObjectKind::cluster}) {
-    const auto& users = index.usersOf(datastore);
     const auto count = std::count_if(users.begin(), users.end(), [&](std::size_t position) {
       return index.objects()[position].is(kind);
     });
-    if (count == 0) continue;
-    text += (text.empty() ? "" : ", ") + counted(static_cast<std::size_t>(count), kindName(kind));
+    if (count > 0) parts.push_back(counted(static_cast<std::size_t>(count), kindName(kind)));
   }
-  return text.empty() ? "nobody" : text;
+  return parts.empty() ? "nobody" : joined(parts);
 }
 
 std::string datastoreTable(const ReplyIndex& index, const Rendering& rendering) {
@@ -158,8 +164,8 @@ std::string datastoreTable(const ReplyIndex& index, const Rendering& rendering) 
   std::string text;
   for (const datastore_record& datastore : index.reply().datastore_records()) {
     text += "  " + padRight(printable(datastore.name(), rendering.utf8), names) + "  " +
-            padLeft(humanSize(datastore.size()), 8) + ", " +
-            padLeft(humanSize(datastore.freesize()), 8) + " free  " +
+            padLeft(humanSize(datastore.size()), kSizeColumns) + ", " +
+            padLeft(humanSize(datastore.freesize()), kSizeColumns) + " free  " +
             rendering.dim("reached by " + usersOf(index, datastore)) + "\n";
   }
   return text.empty() ? text : rendering.bold("Datastores") + "\n" + text + "\n";
@@ -192,10 +198,9 @@ std::string freeSizes(const ScanEnvironmentReply& reply) {
 }
 
 std::string kindCounts(const ReplyIndex& index) {
-  std::string text = counted(index.count(ObjectKind::site), "site") + ", " +
-                     counted(index.count(ObjectKind::cluster), "cluster") + ", " +
-                     counted(index.count(ObjectKind::host), "host");
-  return text;
+  return joined({counted(index.count(ObjectKind::site), "site"),
+                 counted(index.count(ObjectKind::cluster), "cluster"),
+                 counted(index.count(ObjectKind::host), "host")});
 }
 
 struct SummaryRow {
