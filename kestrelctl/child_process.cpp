@@ -39,7 +39,7 @@ sigset_t endingSignals() {
                                 int lifeline, pid_t parent) {
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (getppid() != parent) _exit(kCannotExecute);  // it has ended before the line above
-  signal(SIGPIPE, SIG_DFL);
+  for (const int number : {SIGPIPE, SIGXFSZ}) signal(number, SIG_DFL);
   sigprocmask(SIG_SETMASK, &mask, nullptr);
   if (output >= 0) dup2(output, STDOUT_FILENO);
   fcntl(lifeline, F_SETFD, 0);  // open as long as the program runs

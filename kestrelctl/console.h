@@ -38,8 +38,9 @@ void announce(const std::string& text);  // a heading
 void warn(const std::string& text);
 void report(const Failure& failure);
 
-// Makes the process fit for the rest: the user's character set, no death by a closed pipe, and no
-// file that is taken for a standard stream because the caller has closed that.
+// Makes the process fit for the rest: the user's character set, no death by a closed pipe or a file
+// that grows beyond the process's limit, and no file that is taken for a standard stream because
+// the caller has closed that.
 void prepareStreams();
 
 }  // namespace kestrelvisor::ctl

@@ -3,6 +3,7 @@
 
 #include <json/json.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -333,6 +334,41 @@ TEST_F(Scan, FailureLeavesTheKeptReplyAlone) {
                               HasSubstr("Database is down (code 10000004)")));
   EXPECT_EQ(TemporaryFolder::read(saved), "of yesterday");
   EXPECT_EQ(filesInFolder(), (std::vector<std::string>{"password", "reply.pb"}));
+}
+
+std::size_t filesIn(const TemporaryFolder& folder) {
+  return static_cast<std::size_t>(
+      std::distance(std::filesystem::directory_iterator(folder.file("")), {}));
+}
+
+// Lets this process and those that it starts write small files only.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit small{bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+  }
+  ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+TEST_F(Scan, FileThatMayNotGrowGivesExitCode3AndLeavesNothing) {
+  const std::string target = folder.file("reply.pb");
+  const std::size_t before = filesIn(folder);
+
+  const Finished run = [&] {
+    const FileSizeLimit limit(64);
+    return Finished(command({"scan"}, {"--save", target}));
+  }();
+
+  EXPECT_EQ(run.status, 3);
+  EXPECT_THAT(run.talk, HasSubstr(target + " cannot be written: File too large"));
+  EXPECT_EQ(filesIn(folder), before);
 }
 
 TEST_F(Scan, TargetThatIsNoFileIsRefusedBeforeAnyRequest) {

@@ -88,6 +88,10 @@ TEST_F(Password, UnusableKeyIsWrongUsage) {
 
   EXPECT_EQ(run.status, 2);
   EXPECT_THAT(run.talk, HasSubstr("KESTRELVISOR_PASSWORD_KEY: not a key"));
+  const Finished file(verifyWith({"--password-stdin"}),
+                      {kSecret, {{"KESTRELVISOR_PASSWORD_KEY_FILE", "/nowhere/key"}}});
+  EXPECT_EQ(file.status, 2);
+  EXPECT_THAT(file.talk, HasSubstr("KESTRELVISOR_PASSWORD_KEY_FILE name the key"));
 }
 
 TEST_F(Password, TypedOneIsNotShown) {
