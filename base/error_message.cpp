@@ -1,7 +1,6 @@
 #include "base/error_message.h"
 
-#include <boost/lexical_cast.hpp>
-
+#include <cstddef>
 #include <string_view>
 
 namespace {
@@ -26,7 +25,7 @@ void KestrelVisorErrorMessage::setErrorCode(const std::string& code, CBTGetError
   if (value <= 0 || value >= texts) return;
   const std::int32_t number = value >= kFirstRenumbered ? value + kRenumberedBy : value;
   const std::string_view text = kestrelvisor::kCbtErrorTexts[static_cast<std::size_t>(value)];
-  errorCode = boost::lexical_cast<std::string>(number) + ", " + std::string(text);
+  errorCode = std::to_string(number) + ", " + std::string(text);
 }
 
 void KestrelVisorErrorMessage::setErrorDescription(const std::string& text) {

@@ -41,8 +41,6 @@ class KestrelVisorErrorMessage {
 
   // Takes a code text; an empty one changes nothing. A cbt from 1 to 17 then replaces the code by
   // its number (from 14 on plus 986), ", " and its text; any other cbt changes nothing.
-  //
-  // Throws boost::bad_lexical_cast when the number cannot be written.
   void setErrorCode(const std::string& code, CBTGetErrorCode cbt);
 
   // Takes a description; an empty one changes nothing.

@@ -1,5 +1,6 @@
 #include "base/error_message.h"
 
+#include "tests/support/grouping_locale.h"
 #include "tests/support/test_headers.h"
 
 namespace {
@@ -47,6 +48,15 @@ TEST(ErrorMessage, ResetPutsBothDefaultsBack) {
 
   EXPECT_EQ(error.errorCode, "00000000");
   EXPECT_EQ(error.errorDescription, "internal error.");
+}
+
+TEST(ErrorMessage, WritesACbtNumberPlainlyInAHostsLocale) {
+  const kestrelvisor::test::GroupingLocale locale;
+  KestrelVisorErrorMessage error;
+
+  error.setErrorCode("", CBT_QSTORE_AGENT_NOT_INSTALLED);
+
+  EXPECT_EQ(error.errorCode, "1000, QStore agent is not be installed");
 }
 
 struct CbtText {

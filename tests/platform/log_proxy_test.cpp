@@ -2,9 +2,9 @@
 #include "platform/contract/log.h"
 #include "platform/reference/logging.h"
 #include "tests/platform/quiet_log.h"
+#include "tests/support/grouping_locale.h"
 #include "tests/support/test_headers.h"
 
-#include <locale>
 #include <stdexcept>
 #include <thread>
 
@@ -169,18 +169,11 @@ TEST_F(LogProxyTest, IsWhatTheEnginesStatementUses) {
   EXPECT_EQ(records_[0].text, "pieces: 1 1");
 }
 
-class Grouping : public std::numpunct<char> {
- protected:
-  char do_thousands_sep() const override { return '.'; }
-  std::string do_grouping() const override { return "\3"; }
-};
-
 TEST_F(LogProxyTest, WritesNumbersInTheClassicLocale) {
-  const std::locale before = std::locale::global(std::locale(std::locale(), new Grouping));
+  const kestrelvisor::test::GroupingLocale locale;
 
   LogProxy(2, "tag", 0, "f()", 1) << 0 << 1234567;
 
-  std::locale::global(before);
   EXPECT_THAT(texts(), ElementsAre("1234567"));
 }
 
