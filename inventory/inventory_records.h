@@ -123,7 +123,7 @@ struct ST_VM_PROPERTIES_INFO {
   bool isEnableMemVol = false;
   bool isEnableFt = false;
   std::int32_t attachType = -1;
-  std::string gpuShareType = "notexit";
+  std::string gpuShareType{kestrelvisor::kUnknownProperty};
   std::int32_t isReserveResource = -1;
   std::string bootFirmware;
   // Written only when the manager reports an integer; the value here means "not reported".
@@ -155,7 +155,7 @@ struct ST_VDI_INFO {
   bool indepDisk = false;
   bool persistentDisk = false;
   std::int32_t volType = 0;
-  std::string pciType = "notexit";
+  std::string pciType{kestrelvisor::kUnknownProperty};
   std::int64_t maxReadBytes = -1;
   std::int64_t maxWriteBytes = -1;
   std::int64_t maxReadRequest = -1;
