@@ -7,6 +7,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
 
 constexpr std::uint64_t kDetail = 20063;
 constexpr std::uint64_t kFailureDetail = 20111;
@@ -130,6 +131,9 @@ TEST_F(EngineScan, AsksTheBareServiceWithoutAnOwnSite) {
   manager.serves("GET", "/vms/osversions?arch=arm", refusal(404, "404"));
 
   EXPECT_EQ(scan(manager.path()).status, 104);
+
+  EXPECT_THAT(manager.lines(),
+              IsSupersetOf({"GET /vms/osversions", "GET /vms/osversions?arch=arm"}));
 }
 
 }  // namespace

@@ -194,6 +194,12 @@ TEST_F(DatastoreList, IsFilledWithEmptyRecordsWhenThereIsNoArray) {
   EXPECT_THAT(namesOf(out_), ElementsAre("", ""));
 }
 
+// As with machines: each element is written out and read back.
+TEST_F(DatastoreList, RepairsATextThatIsNoUtf8) {
+  EXPECT_TRUE(read("{\"total\":1,\"datastores\":[{\"name\":\"bad-\xff\"}]}"));
+  EXPECT_THAT(namesOf(out_), ElementsAre("bad-\xEF\xBF\xBD"));
+}
+
 TEST_F(DatastoreList, FailsAndIsEmptiedWhenTheTextCannotBeRead) {
   out_.push_back(boost::make_shared<ST_DATASTORE_INFO>());
 

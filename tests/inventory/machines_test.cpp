@@ -1,6 +1,7 @@
 #include "inventory/inventory_records.h"
 #include "platform/contract/helpers.h"
 #include "rest/kestrelvisor_rest_api.h"
+#include "tests/support/grouping_locale.h"
 #include "tests/support/inventory_builders.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/test_headers.h"
@@ -168,6 +169,31 @@ INSTANTIATE_TEST_SUITE_P(MachineQuery, MachinePages,
                                            PageRow{"Of200WithOneMore", 200, {0, 100, 200}},
                                            PageRow{"Of250", 250, {0, 100, 200}}),
                          [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(MachineQuery, WritesPortAndOffsetsPlainlyInAHostsLocale) {
+  const GroupingLocale locale;
+  tellsTotal(1000);
+  for (int offset = 0; offset <= 1000; offset += 100) hasPage(offset, {});
+
+  EXPECT_TRUE(list());
+
+  EXPECT_EQ(manager_.lines().back(),
+            "GET /service/sites/1/vms?limit=100&offset=1000&scope=urn:sites:1:hosts:1&detail=2");
+  EXPECT_TRUE(log_.has(1, "the all vm count = 1000"));
+}
+
+// Each element is written out and read back, and the writer puts U+FFFD for what is no UTF-8.
+TEST_F(MachineQuery, RepairsATextThatIsNoUtf8) {
+  tellsTotal(1);
+  std::string page = listOf("vms", {aVm(1, kScope).with("name", "bad-byte")});
+  const std::size_t byte = page.find("byte");
+  ASSERT_NE(byte, std::string::npos);
+  manager_.serves("GET", machinePageTarget(kScope), ok(page.replace(byte, 4, "\xff")));
+
+  EXPECT_TRUE(list());
+
+  EXPECT_THAT(names(), ElementsAre("bad-\xEF\xBF\xBD"));
+}
 
 TEST_F(MachineQuery, TakesEachPageAsItComes) {
   tellsTotal(150);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <type_traits>
 
 namespace kestrelvisor::test {
 namespace {
@@ -406,6 +407,11 @@ TEST_F(ClientEnd, GoesOnAfterALogoutThatThrows) {
   EXPECT_FALSE(gotLogout(first_));
   EXPECT_TRUE(gotLogout(tenth_));
   EXPECT_TRUE(gotLogout(second_));
+}
+
+TEST(ClientWithSessions, CannotBeCopiedAndSoEndsThemOnce) {
+  EXPECT_FALSE(std::is_copy_constructible_v<KestrelVisor_rest_api>);
+  EXPECT_FALSE(std::is_copy_assignable_v<KestrelVisor_rest_api>);
 }
 
 TEST(ClientWithoutSessions, EndsInSilence) {

@@ -159,6 +159,17 @@ TEST_F(Wire, BodyThatArrivesInPiecesIsWhole) {
   EXPECT_EQ(response, text);
 }
 
+TEST_F(Wire, BodyEndsAtItsFirstNul) {
+  manager.serves("GET", "/service/x", ok(std::string("{}\0behind", 9)));
+  std::string response;
+
+  EXPECT_TRUE(
+      api.sendMessageToVrm(vrm, token, SEND_METHOD_GET, url("/service/x"), "", response, error));
+
+  EXPECT_EQ(response, "{}");
+  EXPECT_THAT(log.texts(1), ElementsAre("Get returned info from VRM:{},returned http code:200"));
+}
+
 TEST_F(Wire, AnswerWithoutBodyReadsAsEmpty) {
   manager.serves("GET", "/service/x", status(200));
   std::string response = "replaced";
