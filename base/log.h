@@ -5,6 +5,7 @@
 #include "platform/contract/request_id.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 

@@ -7,6 +7,9 @@
 #include "rest/json_utils.h"
 #include "rest/kestrelvisor_rest_api.h"
 
+#include <list>
+#include <utility>
+
 namespace {
 
 constexpr const char* kClustersKey = "clusters";

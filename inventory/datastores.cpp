@@ -8,6 +8,7 @@
 #include "rest/manager_url.h"
 
 #include <array>
+#include <list>
 #include <string_view>
 
 namespace {

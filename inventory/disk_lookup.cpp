@@ -7,6 +7,7 @@
 
 #include <boost/algorithm/string/split.hpp>
 
+#include <utility>
 #include <vector>
 
 namespace {

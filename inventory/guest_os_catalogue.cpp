@@ -5,7 +5,8 @@
 #include "rest/kestrelvisor_rest_api.h"
 
 #include <array>
-#include <string_view>
+#include <map>
+#include <utility>
 
 namespace {
 

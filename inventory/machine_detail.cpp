@@ -6,6 +6,8 @@
 #include "rest/json_utils.h"
 #include "rest/kestrelvisor_rest_api.h"
 
+#include <cstdint>
+#include <list>
 #include <string_view>
 
 namespace {

@@ -8,6 +8,7 @@
 #include <boost/uuid/uuid_io.hpp>
 
 #include <array>
+#include <cstdint>
 #include <stdexcept>
 #include <string_view>
 

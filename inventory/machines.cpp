@@ -7,6 +7,10 @@
 #include "rest/json_utils.h"
 #include "rest/kestrelvisor_rest_api.h"
 
+#include <cstdint>
+#include <list>
+#include <utility>
+
 namespace {
 
 constexpr const char* kMachinesKey = "vms";

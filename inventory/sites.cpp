@@ -5,6 +5,9 @@
 #include "rest/json_utils.h"
 #include "rest/kestrelvisor_rest_api.h"
 
+#include <list>
+#include <utility>
+
 namespace {
 
 constexpr const char* kSitesKey = "sites";

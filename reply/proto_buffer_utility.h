@@ -8,7 +8,6 @@
 #include <initializer_list>
 #include <iomanip>
 #include <iostream>
-#include <list>
 #include <locale>
 #include <map>
 #include <sstream>

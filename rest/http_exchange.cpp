@@ -9,7 +9,7 @@
 #include "rest/kestrelvisor_rest_api.h"
 #include "rest/manager_url.h"
 
-#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 

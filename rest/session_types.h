@@ -3,7 +3,6 @@
 #include "base/vrm_info.h"
 #include "base/wipe_string.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 

@@ -9,6 +9,7 @@
 #include <boost/date_time/posix_time/conversion.hpp>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
+#include <cstdint>
 #include <ctime>
 
 namespace {

@@ -3,6 +3,9 @@
 #include "base/log.h"
 #include "engine/kestrelvisor_public.h"
 
+#include <cstdint>
+#include <list>
+
 namespace {
 
 using Tree = tree<kestrelVisor_TreeNode>;

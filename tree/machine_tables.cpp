@@ -7,6 +7,7 @@
 #include <boost/uuid/uuid_io.hpp>
 
 #include <array>
+#include <cstdint>
 #include <string_view>
 
 namespace {

@@ -3,6 +3,7 @@
 #include "base/log.h"
 #include "engine/kestrelvisor_public.h"
 
+#include <cstdint>
 #include <vector>
 
 namespace {

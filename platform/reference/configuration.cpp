@@ -8,11 +8,13 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstddef>
 #include <cstdlib>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace kestrelvisor {

@@ -2,6 +2,8 @@
 #include "platform/contract/platform.h"
 
 #include <charconv>
+#include <map>
+#include <system_error>
 
 namespace {
 

@@ -9,6 +9,7 @@
 #include <openssl/evp.h>
 #include <openssl/rand.h>
 
+#include <cstddef>
 #include <memory>
 
 namespace kestrelvisor {

@@ -2,7 +2,9 @@
 #include "platform/reference/sensitive_name.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <optional>
+#include <utility>
 
 namespace kestrelvisor {
 namespace {

@@ -1,6 +1,8 @@
 #include "base/wipe_string.h"
 #include "platform/contract/security.h"
 
+#include <string_view>
+
 SecString::~SecString() { wipeString(value_); }
 
 // The new value is complete before the old one goes: text may be a part of it. The old one goes

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstddef>
 #include <string>
+#include <system_error>
 
 namespace kestrelvisor {
 namespace {

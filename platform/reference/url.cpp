@@ -5,8 +5,10 @@
 #include <arpa/inet.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace kestrelvisor {
 namespace {
