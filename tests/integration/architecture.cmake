@@ -1,4 +1,4 @@
-# Includes run downwards only, and each header stands alone.
+# Includes run downwards only, each header stands alone, and time has one source.
 set(check_includes ${CMAKE_CURRENT_SOURCE_DIR}/check_includes)
 function(kestrelvisor_include_test name root)
   add_test(NAME Includes.${name} COMMAND ${check_includes} ${root})
@@ -13,6 +13,17 @@ kestrelvisor_include_test(CheckFindsAHeaderBesideTheTable ${samples}/beside
   PASS_REGULAR_EXPRESSION "base/vrm_info.h may not include base/log.h")
 kestrelvisor_include_test(CheckFindsACircle ${samples}/circle
   PASS_REGULAR_EXPRESSION "includes run in a circle:.*rest/first.h.*rest/second.h")
+
+# Time comes from the two clocks that tests can set.
+set(check_clock ${CMAKE_CURRENT_SOURCE_DIR}/check_clock)
+function(kestrelvisor_clock_test name root)
+  add_test(NAME WallClock.${name} COMMAND ${check_clock} ${root})
+  set_tests_properties(WallClock.${name} PROPERTIES LABELS integration TIMEOUT 60 ${ARGN})
+endfunction()
+
+kestrelvisor_clock_test(IsReadByTheTwoClocksAlone ${PROJECT_SOURCE_DIR})
+kestrelvisor_clock_test(CheckFindsAnotherReader ${CMAKE_CURRENT_SOURCE_DIR}/clock_sample
+  PASS_REGULAR_EXPRESSION "reads the wall clock: rest/login.cpp")
 
 # One unit for each header that a host may include, in the oldest language that hosts use. The
 # compiler is the check: no such unit, no build.

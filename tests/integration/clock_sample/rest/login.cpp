@@ -1,0 +1,3 @@
+#include <ctime>
+
+std::time_t startOfSession() { return std::time(nullptr); }
