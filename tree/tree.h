@@ -28,35 +28,33 @@ class tree {
   // Walks all nodes.
   class iterator : public iterator_base {
    public:
-    iterator(tree& owner, std::uint64_t start) : position(start), owner_(&owner) {}
-    explicit iterator(tree& owner) : iterator(owner, owner.begin) {}
+    iterator(tree& walked, std::uint64_t start) : position(start), owner(&walked) {}
+    explicit iterator(tree& walked) : iterator(walked, walked.begin) {}
 
-    T& operator*() const { return owner_->node(position); }
-    T* operator->() const { return &owner_->node(position); }
+    T& operator*() const { return owner->node(position); }
+    T* operator->() const { return &owner->node(position); }
     iterator& operator++() {
       ++position;
       return *this;
     }
     // Reads the tree's end anew: the tree may have grown.
-    bool atEnd() const { return position == owner_->end; }
+    bool atEnd() const { return position == owner->end; }
 
     std::uint64_t position;
-
-   private:
-    tree* owner_;
+    tree* owner;
   };
 
   // Walks the nodes without children. A new one stands on the first node, whatever it is, until
   // getLeaf is called.
   class leaf_iterator : public iterator_base {
    public:
-    explicit leaf_iterator(tree& owner) : position(owner.begin), owner_(&owner) {}
+    explicit leaf_iterator(tree& walked) : position(walked.begin), owner(&walked) {}
 
-    T& operator*() const { return owner_->node(position); }
-    T* operator->() const { return &owner_->node(position); }
+    T& operator*() const { return owner->node(position); }
+    T* operator->() const { return &owner->node(position); }
     // Moves on to the next leaf, or to the end. A leaf is not left.
     void getLeaf() {
-      while (!atEnd() && !owner_->isLeaf(position)) ++position;
+      while (!atEnd() && !owner->isLeaf(position)) ++position;
     }
     leaf_iterator& operator++() {
       ++position;
@@ -64,12 +62,10 @@ class tree {
       return *this;
     }
     // Reads the tree's end anew: the tree may have grown.
-    bool atEnd() const { return position == owner_->end; }
+    bool atEnd() const { return position == owner->end; }
 
     std::uint64_t position;
-
-   private:
-    tree* owner_;
+    tree* owner;
   };
 
   tree() = default;

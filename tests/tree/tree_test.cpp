@@ -51,6 +51,19 @@ TEST(Tree, HasVirtualDestructorsAndItsFieldsInOrder) {
   EXPECT_LT(&tree.begin, &tree.end);
 }
 
+TEST(Tree, ShowsWhatAnIteratorConsistsOf) {
+  TextTree tree;
+  tree.add_root("root");
+  const TextTree::iterator node(tree);
+  const TextTree::leaf_iterator leaf(tree);
+  EXPECT_EQ(node.position, tree.begin);
+  EXPECT_EQ(node.owner, &tree);
+  EXPECT_EQ(leaf.position, tree.begin);
+  EXPECT_EQ(leaf.owner, &tree);
+  EXPECT_LT(static_cast<const void*>(&node.position), static_cast<const void*>(&node.owner));
+  EXPECT_LT(static_cast<const void*>(&leaf.position), static_cast<const void*>(&leaf.owner));
+}
+
 TEST(Tree, PutsTheRootAtTheFirstPosition) {
   TextTree tree;
   const TextTree::iterator root = tree.add_root("root");
