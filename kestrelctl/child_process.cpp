@@ -82,6 +82,7 @@ ChildProcess::ChildProcess(const EndingSignals& signals, const std::string& prog
   std::vector<std::string> words{program};
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> argv;
+  argv.reserve(words.size() + 1);
   for (std::string& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
 

@@ -6,8 +6,10 @@
 #include <csignal>
 #include <exception>
 
-int main(int argc, char** argv) {
-  using namespace kestrelvisor::ctl;
+namespace kestrelvisor::ctl {
+namespace {
+
+int runProgram(int argc, char** argv) {
   prepareStreams();
   try {
     const auto invocation = readCommandLine(argc, argv);
@@ -26,3 +28,8 @@ int main(int argc, char** argv) {
     return static_cast<int>(ExitCode::unreadableAnswer);
   }
 }
+
+}  // namespace
+}  // namespace kestrelvisor::ctl
+
+int main(int argc, char** argv) { return kestrelvisor::ctl::runProgram(argc, argv); }

@@ -21,6 +21,11 @@ namespace kestrelvisor {
 
 inline constexpr std::uint64_t kNoParentIndex = ~std::uint64_t{0};
 
+inline constexpr std::initializer_list<std::int32_t> kKindsWithDatastores = {
+    kKindHost, kKindCluster, kKind12, kKind13, kKind14};
+inline constexpr std::initializer_list<std::int32_t> kKindsWithoutNonVmRecord = {kKindMachine,
+                                                                                 kKind23};
+
 inline bool isOneOf(std::int32_t type, std::initializer_list<std::int32_t> kinds) {
   for (const std::int32_t kind : kinds) {
     if (type == kind) return true;
@@ -175,7 +180,8 @@ class ProtoBufferUtility {
   // Adds the rows, datastores and non-VM records of every valid node, in position order. text is
   // handed to dumpDataStore. The tree is only read.
   static void dumpToTreeTable(tree<T>& tree, ScanEnvironmentReply& reply, std::string& text) {
-    using namespace kestrelvisor;
+    using kestrelvisor::isOneOf;
+    using kestrelvisor::kEnvEngineTag;
     KV_LOG_AS(kEnvEngineTag, kInfo, "begin to dump the tree record to protobuf message ");
     std::map<std::string, unsigned long> datastoreIds;
     unsigned long nextDatastoreId = 0;
@@ -186,16 +192,17 @@ class ProtoBufferUtility {
                   "] is invalid !");
         continue;
       }
-      addTreeRecord(node, node.parentIndex, true, reply);
-      if (isOneOf(node.type, {kKindHost, kKindCluster, kKind12, kKind13, kKind14})) {
+      kestrelvisor::addTreeRecord(node, node.parentIndex, true, reply);
+      if (isOneOf(node.type, kestrelvisor::kKindsWithDatastores)) {
         dumpDataStore(reply, datastoreIds, nextDatastoreId, node.index, node.datastores, text);
       }
-      if (!isOneOf(node.type, {kKindMachine, kKind23})) dumpNonVmObjects(node, reply);
+      if (!isOneOf(node.type, kestrelvisor::kKindsWithoutNonVmRecord))
+        dumpNonVmObjects(node, reply);
       KV_LOG_AS(kEnvEngineTag, kInfo, "current node index:", node.index, ",name:", node.name,
                 ",type:", node.type, ",GUID:", node.GUID, "parentindex:", node.parentIndex, " has ",
                 node.indirectParents.size(), " indirect parent node");
       for (const std::uint64_t ancestor : node.indirectParents) {
-        addTreeRecord(node, ancestor, false, reply);
+        kestrelvisor::addTreeRecord(node, ancestor, false, reply);
       }
     }
     KV_LOG_AS(kEnvEngineTag, kInfo, "end of dumping the tree record to protobuf message");
@@ -204,7 +211,7 @@ class ProtoBufferUtility {
   // Prints a reply, which must hold a timestamp, to standard output. The stream ends with default
   // adjustment and no field width; its other state stays.
   static void dumpScanEnvironmentReplyFoTester(const ScanEnvironmentReply& reply) {
-    using namespace kestrelvisor;
+    using kestrelvisor::printTesterLine;
     const std::string rule(69, '=');
     printTesterLine(rule);
     printTesterLine("DEBUG:dump the tree, machine and disk records for tester");
@@ -212,12 +219,12 @@ class ProtoBufferUtility {
         "DEBUG: VMware Engine send these record(s) to AdminNode:", reply.tree_records_size(),
         " tree(s), ", reply.disk_records_size(), " disk(s), ", reply.machine_records_size(),
         " machine(s),", " timestamp:", reply.timestamp(0));
-    printTreeRecords(reply);
-    printMachineRecords(reply);
-    printDiskRecords(reply);
-    printRelationRecords(reply);
-    printDatastoreRecords(reply);
-    printNonVmRecords(reply);
+    kestrelvisor::printTreeRecords(reply);
+    kestrelvisor::printMachineRecords(reply);
+    kestrelvisor::printDiskRecords(reply);
+    kestrelvisor::printRelationRecords(reply);
+    kestrelvisor::printDatastoreRecords(reply);
+    kestrelvisor::printNonVmRecords(reply);
     printTesterLine(rule);
     std::cout.unsetf(std::ios_base::adjustfield);
     std::cout.width(0);

@@ -9,15 +9,22 @@
 namespace {
 
 using Tree = tree<kestrelVisor_TreeNode>;
+using ObjectList = KestrelVisorPublic::ObjectList;
 
 constexpr const char* kHostsWithoutCluster = "default";
 
-bool mayHaveHosts(std::int32_t type) {
-  return type == kestrelvisor::kKindGroup || type == kestrelvisor::kKindCluster;
+// Append the hosts and the machines below an object, if its kind has any. False when the request
+// fails.
+bool queryHosts(KestrelVisor_rest_api& api, VRM_INFO& vrm, std::int32_t type,
+                const std::string& urn, ObjectList& children, KestrelVisorErrorMessage& err) {
+  const bool possible = type == kestrelvisor::kKindGroup || type == kestrelvisor::kKindCluster;
+  return !possible || api.getCnaFromVrm(vrm, urn, children, err);
 }
 
-bool mayHaveMachines(std::int32_t type) {
-  return type != kestrelvisor::kKindGroup && type != kestrelvisor::kKindMachine;
+bool queryMachines(KestrelVisor_rest_api& api, VRM_INFO& vrm, std::int32_t type,
+                   const std::string& urn, ObjectList& children, KestrelVisorErrorMessage& err) {
+  const bool possible = type != kestrelvisor::kKindGroup && type != kestrelvisor::kKindMachine;
+  return !possible || api.getVMFromVrm(vrm, urn, children, err);
 }
 
 }  // namespace
@@ -65,11 +72,11 @@ bool KestrelVisorPublic::CreateTablesSub(VRM_INFO& vrm, ObjectIndex& index, Tree
   // Lambdas, so that their lines name this function.
   const auto queryChildren = [&](const kestrelVisor_TreeNode& leaf, ObjectList& children) {
     const std::string urn = restApi.uriToUrn(leaf.moRef);
-    if (mayHaveHosts(leaf.type) && !restApi.getCnaFromVrm(vrm, urn, children, err)) {
+    if (!queryHosts(restApi, vrm, leaf.type, urn, children, err)) {
       KV_LOG(kProgress, "Failed to get cna from ", leaf.moRef);
       return false;
     }
-    if (mayHaveMachines(leaf.type) && !restApi.getVMFromVrm(vrm, urn, children, err)) {
+    if (!queryMachines(restApi, vrm, leaf.type, urn, children, err)) {
       KV_LOG(kProgress, "Failed to get vm info from ", leaf.moRef);
       return false;
     }
@@ -95,12 +102,9 @@ bool KestrelVisorPublic::CreateTablesSub(VRM_INFO& vrm, ObjectIndex& index, Tree
       reportSubTrees();
       return false;
     }
-    if (children.empty()) {
-      leaf->needExpand = false;
-      continue;
-    }
     AddChildNodesToTree(index, leaf, tree, children);
-    // Nothing is attached when the first child claims to be a host and is none.
+    // Nothing is attached when there are no children, nor when the first claims to be a host and is
+    // none; in neither case is the leaf asked again.
     if (!tree.isLeaf(leaf.position)) expanded.push_back(leaf.position);
   }
   return true;
