@@ -365,7 +365,10 @@ class ClientEnd : public ::testing::Test {
   FakeManager second_{"127.0.0.2"};
   FakeManager tenth_{"127.0.0.10"};
   KestrelVisorErrorMessage error_;
-  std::unique_ptr<KestrelVisor_rest_api> client_ = std::make_unique<KestrelVisor_rest_api>();
+  // Final: the client's own destructor is not virtual.
+  class Client final : public KestrelVisor_rest_api {};
+
+  std::unique_ptr<Client> client_ = std::make_unique<Client>();
 };
 
 TEST_F(ClientEnd, LogsOutOfEachManagerInTheOrderOfTheAddresses) {

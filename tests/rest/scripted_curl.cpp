@@ -112,9 +112,11 @@ void __wrap_curl_easy_cleanup(CURL* curl) {
   __real_curl_easy_cleanup(curl);
 }
 
-CURLcode __wrap_curl_easy_setopt(CURL* curl, CURLoption option, ...) {
+// The last named parameter of both is a number: va_start must not be given one that is promoted.
+CURLcode __wrap_curl_easy_setopt(CURL* curl, int optionNumber, ...) {
   va_list arguments;
-  va_start(arguments, option);
+  va_start(arguments, optionNumber);
+  const auto option = static_cast<CURLoption>(optionNumber);
   const bool isNumber = option < CURLOPTTYPE_OBJECTPOINT;
   const long number = isNumber ? va_arg(arguments, long) : 0;
   void* const pointer = isNumber ? nullptr : va_arg(arguments, void*);
@@ -142,9 +144,10 @@ CURLcode __wrap_curl_easy_perform(CURL* curl) {
   return transfer.result;
 }
 
-CURLcode __wrap_curl_easy_getinfo(CURL* curl, CURLINFO info, ...) {
+CURLcode __wrap_curl_easy_getinfo(CURL* curl, int infoNumber, ...) {
   va_list arguments;
-  va_start(arguments, info);
+  va_start(arguments, infoNumber);
+  const auto info = static_cast<CURLINFO>(infoNumber);
   void* const target = va_arg(arguments, void*);
   va_end(arguments);
   if (active == nullptr || info != CURLINFO_RESPONSE_CODE) {
