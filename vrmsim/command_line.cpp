@@ -1,5 +1,6 @@
 #include "vrmsim/command_line.h"
 
+#include "vrmsim/certificate_matrix.h"
 #include "vrmsim/inventory_file.h"
 #include "vrmsim/inventory_generator.h"
 
@@ -52,6 +53,15 @@ CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
   return app.add_option(name, target, help)->type_name("FILE")->check(problem);
 }
 
+std::string isCertificateCase(const std::string& name) {
+  try {
+    certificateCase(name);
+    return {};
+  } catch (const std::invalid_argument& error) {
+    return error.what();
+  }
+}
+
 void addServerOptions(CLI::App& app, Arguments& arguments) {
   SimulatorOptions& options = arguments.settings.options;
   const char* const group = "Server";
@@ -65,8 +75,17 @@ void addServerOptions(CLI::App& app, Arguments& arguments) {
                                  "Serve HTTPS with a self-signed certificate made at the start");
   tls->group(group);
   addFileOption(app, "--cert-out", arguments.settings.certificateFile,
-                "Write the certificate as PEM to this file")
+                "Write what a client has to trust as PEM to this file")
       ->needs(tls)
+      ->group(group);
+  app.add_option("--certificate", options.certificate,
+                 "Serve a certificate with this fault or peculiarity instead")
+      ->type_name("NAME")
+      ->check(isCertificateCase)
+      ->needs(tls)
+      ->group(group);
+  app.add_flag("--list-certificates", arguments.settings.listCertificates,
+               "Write the names for --certificate with what they mean to standard output and end")
       ->group(group);
   addFileOption(app, "--request-log", arguments.settings.requestLogFile,
                 "Write one JSON line for each request to this file")

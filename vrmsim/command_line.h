@@ -13,6 +13,7 @@ struct Settings {
   std::string certificateFile;  // empty: none is written
   std::string requestLogFile;   // empty: none is written
   bool printInventory = false;
+  bool listCertificates = false;
 };
 
 // The outcome of reading the command line: settings to run with, or the status to end with.

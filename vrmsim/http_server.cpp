@@ -110,10 +110,17 @@ class Connection : public std::enable_shared_from_this<Connection<Stream>> {
 };
 
 void useIdentity(asio::ssl::context& context, const TlsIdentity& identity) {
-  context.set_options(asio::ssl::context::default_workarounds | asio::ssl::context::no_tlsv1 |
-                      asio::ssl::context::no_tlsv1_1);
-  context.use_certificate(asio::buffer(identity.certificatePem), asio::ssl::context::pem);
+  SSL_CTX* const tls = context.native_handle();
+  // First: the level judges the certificate, too.
+  if (identity.takesWeakCryptography) SSL_CTX_set_security_level(tls, 0);
+  SSL_CTX_set_min_proto_version(tls, static_cast<int>(identity.oldestVersion));
+  SSL_CTX_set_max_proto_version(tls, static_cast<int>(identity.newestVersion));
+  context.set_options(asio::ssl::context::default_workarounds);
+  context.use_certificate_chain(asio::buffer(identity.chainPem));
   context.use_private_key(asio::buffer(identity.privateKeyPem), asio::ssl::context::pem);
+  if (!identity.demandsClientCertificate) return;
+  context.add_certificate_authority(asio::buffer(identity.trustedPem));
+  context.set_verify_mode(asio::ssl::verify_peer | asio::ssl::verify_fail_if_no_peer_cert);
 }
 
 }  // namespace
@@ -196,5 +203,10 @@ HttpServer::~HttpServer() {
 }
 
 std::uint16_t HttpServer::port() const { return impl_->acceptor.local_endpoint().port(); }
+
+std::uint64_t HttpServer::handshakes() const {
+  if (!impl_->tls) return 0;
+  return static_cast<std::uint64_t>(SSL_CTX_sess_accept(impl_->tls->native_handle()));
+}
 
 }  // namespace kestrelvisor::vrmsim

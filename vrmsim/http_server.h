@@ -29,6 +29,9 @@ class HttpServer {
 
   std::uint16_t port() const;
 
+  // TLS handshakes that were begun, whatever became of them. Callable from any thread.
+  std::uint64_t handshakes() const;
+
  private:
   struct Impl;
   std::unique_ptr<Impl> impl_;

@@ -1,3 +1,4 @@
+#include "vrmsim/certificate_matrix.h"
 #include "vrmsim/command_line.h"
 #include "vrmsim/inventory_file.h"
 #include "vrmsim/request_log.h"
@@ -7,12 +8,14 @@
 
 #include <csignal>
 #include <fstream>
+#include <iomanip>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
 
 namespace {
 
+using kestrelvisor::vrmsim::CertificateCase;
 using kestrelvisor::vrmsim::CommandLine;
 using kestrelvisor::vrmsim::RecordedRequest;
 using kestrelvisor::vrmsim::RequestLog;
@@ -35,6 +38,15 @@ void writeCertificate(const std::string& path, const std::string& pem) {
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file << pem << std::flush;
   if (!file) throw std::runtime_error("the certificate file " + path + " cannot be written");
+}
+
+void listCertificates() {
+  constexpr int kColumn = 30;
+  for (const CertificateCase& row : kestrelvisor::vrmsim::certificateCases()) {
+    std::cout << std::left << std::setw(kColumn) << row.name << (row.accepted ? "good: " : "bad: ")
+              << row.description << "\n";
+  }
+  std::cout << std::flush;
 }
 
 void serveUntilSignalled(Settings settings) {
@@ -63,6 +75,10 @@ int main(int argc, char** argv) {
   Settings& settings = *commandLine.settings;
   if (settings.printInventory) {
     std::cout << kestrelvisor::vrmsim::writeInventory(settings.options.inventory) << std::flush;
+    return std::cout ? 0 : kCannotServe;
+  }
+  if (settings.listCertificates) {
+    listCertificates();
     return std::cout ? 0 : kCannotServe;
   }
   try {

@@ -46,6 +46,7 @@ struct SimulatorOptions {
   std::vector<std::string> versions{"v1.2", "v6.0", "v6.5"};  // offered, in this order
   std::chrono::milliseconds tokenValidity = std::chrono::minutes(30);
   bool tls = false;
+  std::string certificate;  // a name of vrmsim/certificate_matrix.h; empty: a good self-signed one
   std::string bindAddress = "127.0.0.1";
   std::uint16_t port = 0;   // 0: the kernel chooses
   bool keepJournal = true;  // false for a process that runs long

@@ -1,7 +1,7 @@
 #include "vrmsim/simulator.h"
 
 #include "vrmsim/canned_answers.h"
-#include "vrmsim/certificate.h"
+#include "vrmsim/certificate_matrix.h"
 #include "vrmsim/http_server.h"
 #include "vrmsim/rest_service.h"
 
@@ -13,7 +13,8 @@ namespace {
 
 std::optional<TlsIdentity> identityFor(const SimulatorOptions& options) {
   if (!options.tls) return std::nullopt;
-  return makeSelfSignedIdentity(options.bindAddress);
+  if (options.certificate.empty()) return makeSelfSignedIdentity(options.bindAddress);
+  return certificateCase(options.certificate).make(options.bindAddress);
 }
 
 }  // namespace
@@ -77,8 +78,10 @@ std::string Simulator::url() const {
 }
 
 std::string Simulator::certificatePem() const {
-  return impl_->identity ? impl_->identity->certificatePem : std::string();
+  return impl_->identity ? impl_->identity->trustedPem : std::string();
 }
+
+std::uint64_t Simulator::handshakes() const { return impl_->server.handshakes(); }
 
 std::vector<RecordedRequest> Simulator::journal() const {
   const std::lock_guard<std::mutex> lock(impl_->journalMutex);

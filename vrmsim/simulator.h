@@ -15,7 +15,8 @@ namespace kestrelvisor::vrmsim {
 // members may be called from any thread.
 class Simulator {
  public:
-  // Throws std::runtime_error when the address cannot be served.
+  // Throws std::runtime_error when the address cannot be served, std::invalid_argument when no
+  // certificate has the name in the options.
   explicit Simulator(SimulatorOptions options);
   ~Simulator();
   Simulator(const Simulator&) = delete;
@@ -24,7 +25,8 @@ class Simulator {
   std::uint16_t port() const;
   std::string address() const;         // that it listens on, without brackets
   std::string url() const;             // "https://127.0.0.1:43127"
-  std::string certificatePem() const;  // of the TLS server; empty without TLS
+  std::string certificatePem() const;  // what a client has to trust; empty without TLS
+  std::uint64_t handshakes() const;    // of TLS that clients began, whatever became of them
 
   // The requests so far, oldest first. A request stands here before its answer is sent.
   std::vector<RecordedRequest> journal() const;

@@ -3,6 +3,7 @@
 #include "tests/support/test_headers.h"
 #include "tests/vrmsim/rest_client.h"
 #include "tests/vrmsim/simulator_fixture.h"
+#include "vrmsim/certificate_matrix.h"
 #include "vrmsim/digest.h"
 #include "vrmsim/inventory_file.h"
 #include "vrmsim/inventory_generator.h"
@@ -97,6 +98,33 @@ TEST(VrmsimProcess, ServesHttpsWithTheCertificateItWrote) {
   RestClient client(simulator.port(), TemporaryFolder::read(file));
   EXPECT_EQ(client.logIn().status, 200);
   EXPECT_EQ(client.get("/service/sites").status, 200);
+}
+
+TEST(VrmsimProcess, ServesTheCertificateThatIsNamed) {
+  const TemporaryFolder folder;
+  const std::string file = folder.file("root.pem");
+  RunningSimulator good({"--tls", "--certificate", "intermediate", "--cert-out", file});
+  RunningSimulator bad({"--tls", "--certificate", "incomplete-chain"});
+
+  const std::string root = TemporaryFolder::read(file);
+  EXPECT_EQ(RestClient(good.port(), root).get("/service/versions").status, 200);
+  EXPECT_THROW(RestClient(bad.port(), root).get("/service/versions"), std::runtime_error);
+}
+
+TEST(VrmsimProcess, ListsTheCertificatesItCanServe) {
+  const Outcome outcome({"--list-certificates"});
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  std::istringstream lines(outcome.output);
+  for (const CertificateCase& row : certificateCases()) {
+    std::string line;
+    std::getline(lines, line);
+    EXPECT_THAT(line, StartsWith(std::string(row.name) + ' '));
+    EXPECT_THAT(line, HasSubstr(row.accepted ? " good: " : " bad: "));
+    EXPECT_THAT(line, ::testing::EndsWith(std::string(row.description)));
+  }
+  EXPECT_EQ(lines.peek(), std::istringstream::traits_type::eof());
 }
 
 TEST(VrmsimProcess, BracketsAnIpv6Address) {
@@ -252,6 +280,8 @@ TEST(VrmsimCommandLine, HelpsWithExamplesOfOptionsItHas) {
                              "--bind",
                              "--port",
                              "--tls",
+                             "--certificate",
+                             "--list-certificates",
                              "--cert-out",
                              "--request-log",
                              "--user",
@@ -289,6 +319,12 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUsage{"NegativeSize", {"--vms", "-5"}, "--vms"},
         WrongUsage{"NegativeValidity", {"--token-validity", "-1"}, "--token-validity"},
         WrongUsage{"CertificateWithoutTls", {"--cert-out", "x"}, "--cert-out requires --tls"},
+        WrongUsage{"NamedCertificateWithoutTls",
+                   {"--certificate", "expired"},
+                   "--certificate requires --tls"},
+        WrongUsage{"UnknownCertificate",
+                   {"--tls", "--certificate", "outdated"},
+                   "--certificate: no certificate is called outdated; there are: expired not-yet"},
         WrongUsage{"FileAndSizes", {"--inventory", "x", "--vms", "3"}, "--vms"},
         WrongUsage{"SizesThatContradict",
                    {"--hosts", "1", "--standalone-hosts", "2"},
