@@ -139,7 +139,7 @@ std::string hintOf(ExitCode exitCode, const Cause& cause) {
       return "check scheme, address and port, and whether this machine may reach them";
     case ExitCode::refusedCertificate:
       return "name the manager's certificate or its CA with --ca-cert FILE, and reach the manager "
-             "by a name that the certificate holds";
+             "by a name that the certificate holds as a subject alternative name";
     case ExitCode::timeLimit:
       return "try again later; look at the manager's load and at the network between";
     case ExitCode::managerFailed:

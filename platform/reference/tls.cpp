@@ -2,9 +2,14 @@
 #include "platform/contract/security.h"
 #include "platform/reference/platform_tag.h"
 
+#include <arpa/inet.h>
 #include <curl/curl.h>
+#include <openssl/ssl.h>
+#include <openssl/x509v3.h>
 
+#include <memory>
 #include <string>
+#include <string_view>
 
 namespace kestrelvisor {
 namespace {
@@ -33,6 +38,60 @@ class TlsOptions {
   CURLcode result_ = CURLE_OK;
 };
 
+struct CurlFree {
+  void operator()(CURLU* url) const noexcept { curl_url_cleanup(url); }
+  void operator()(char* text) const noexcept { curl_free(text); }
+};
+using ParsedUrl = std::unique_ptr<CURLU, CurlFree>;
+using UrlPart = std::unique_ptr<char, CurlFree>;
+
+// The host of the handle's URL as libcurl looks it up, an IPv6 address in brackets and without its
+// zone; null when there is none to be had.
+UrlPart hostOf(CURL* curl) {
+  const char* text = nullptr;
+  const ParsedUrl url(curl_url());
+  char* host = nullptr;
+  // libcurl's own flags for the URL of a transfer.
+  constexpr unsigned int kAsTransfers = CURLU_GUESS_SCHEME | CURLU_NON_SUPPORT_SCHEME;
+  const bool known = url && curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &text) == CURLE_OK &&
+                     curl_url_set(url.get(), CURLUPART_URL, text, kAsTransfers) == CURLUE_OK &&
+                     curl_url_get(url.get(), CURLUPART_HOST, &host, CURLU_PUNYCODE) == CURLUE_OK;
+  return UrlPart(known ? host : nullptr);
+}
+
+bool isIpv4(const std::string& text) {
+  in_addr address;
+  return inet_pton(AF_INET, text.c_str(), &address) == 1;
+}
+
+// Makes the handshake fail unless the certificate holds the host as an alternative name. False when
+// that could not be demanded.
+bool demandHost(SSL_CTX* context, std::string host) {
+  const bool isIpv6 = host.size() > 2 && host.front() == '[' && host.back() == ']';
+  if (isIpv6) host = host.substr(1, host.size() - 2);
+  if (!host.empty() && host.back() == '.') host.pop_back();  // the root's dot
+  if (host.empty()) return false;                            // OpenSSL would demand nothing
+
+  X509_VERIFY_PARAM* const demands = SSL_CTX_get0_param(context);
+  if (isIpv6 || isIpv4(host)) return X509_VERIFY_PARAM_set1_ip_asc(demands, host.c_str()) == 1;
+  X509_VERIFY_PARAM_set_hostflags(demands, X509_CHECK_FLAG_NEVER_CHECK_SUBJECT);
+  return X509_VERIFY_PARAM_set1_host(demands, host.c_str(), host.size()) == 1;
+}
+
+// libcurl takes a host that stands in the certificate's subject alone, which authorities no longer
+// vouch for. Called for each connection, and that is where the host belongs: a handle may get
+// another URL. A session that libcurl resumes is not checked again; its cache knows nothing of what
+// is demanded here, so handles must not share it.
+CURLcode verifyAlternativeNames(CURL* curl, void* context, void*) {
+  try {
+    const UrlPart host = hostOf(curl);
+    if (host && demandHost(static_cast<SSL_CTX*>(context), host.get())) return CURLE_OK;
+    KV_LOG_AS(kPlatformTag, kError, "TLS connection refused, the manager's name cannot be checked");
+  } catch (...) {  // of the memory or the log; libcurl's code lets no exception pass
+  }
+  return CURLE_ABORTED_BY_CALLBACK;  // not a refused certificate, which a host may overlook
+}
+
 // A trust store that cannot be read ends each exchange, whatever else stands in the handle, and not
 // as a refused certificate, which a host may choose to overlook.
 void trustNothing(CURL* curl) {
@@ -55,6 +114,7 @@ void SecuritySS::enrichSSL(void* curl, std::string& cert) {
   options.set(CURLOPT_SSL_ENABLE_ALPN, 0L);
   options.set(CURLOPT_SSL_VERIFYPEER, 1L);
   options.set(CURLOPT_SSL_VERIFYHOST, 2L);
+  options.set(CURLOPT_SSL_CTX_FUNCTION, kestrelvisor::verifyAlternativeNames);
   if (!cert.empty()) {
     options.set(CURLOPT_CAINFO, static_cast<const char*>(nullptr));
     options.set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));

@@ -6,12 +6,21 @@
 
 #include <curl/curl.h>
 #include <dlfcn.h>
+#include <openssl/x509_vfy.h>
 
+#include <clocale>
 #include <csignal>
+#include <functional>
+#include <new>
 
 namespace {
 
 CURLoption refusedOption = CURLOPT_LASTENTRY;
+
+// What stands in for the functions below while it is set.
+std::function<CURLcode(char**)> tellUrl;
+std::function<int()> demandAddress;
+std::function<int()> demandName;
 
 }  // namespace
 
@@ -25,6 +34,37 @@ extern "C" CURLcode setOptionUnlessRefused(CURL* handle, CURLoption option, void
   static const auto setOption = reinterpret_cast<SetOption>(dlsym(RTLD_NEXT, "curl_easy_setopt"));
   if (option == refusedOption) return CURLE_NOT_BUILT_IN;
   return setOption(handle, option, value);
+}
+
+// Likewise for the steps by which a connection's host is learnt and demanded.
+extern "C" CURLcode getInfoUnlessReplaced(CURL* handle, CURLINFO info,
+                                          void* value) __asm__("curl_easy_getinfo");
+
+extern "C" CURLcode getInfoUnlessReplaced(CURL* handle, CURLINFO info, void* value) {
+  using GetInfo = CURLcode (*)(CURL*, CURLINFO, ...);
+  static const auto getInfo = reinterpret_cast<GetInfo>(dlsym(RTLD_NEXT, "curl_easy_getinfo"));
+  if (info == CURLINFO_EFFECTIVE_URL && tellUrl) return tellUrl(static_cast<char**>(value));
+  return getInfo(handle, info, value);
+}
+
+extern "C" int demandAddressUnlessReplaced(X509_VERIFY_PARAM* demands, const char* address) __asm__(
+    "X509_VERIFY_PARAM_set1_ip_asc");
+
+extern "C" int demandAddressUnlessReplaced(X509_VERIFY_PARAM* demands, const char* address) {
+  using Demand = int (*)(X509_VERIFY_PARAM*, const char*);
+  static const auto demand =
+      reinterpret_cast<Demand>(dlsym(RTLD_NEXT, "X509_VERIFY_PARAM_set1_ip_asc"));
+  return demandAddress ? demandAddress() : demand(demands, address);
+}
+
+extern "C" int demandNameUnlessReplaced(X509_VERIFY_PARAM* demands, const char* name,
+                                        size_t size) __asm__("X509_VERIFY_PARAM_set1_host");
+
+extern "C" int demandNameUnlessReplaced(X509_VERIFY_PARAM* demands, const char* name, size_t size) {
+  using Demand = int (*)(X509_VERIFY_PARAM*, const char*, size_t);
+  static const auto demand =
+      reinterpret_cast<Demand>(dlsym(RTLD_NEXT, "X509_VERIFY_PARAM_set1_host"));
+  return demandName ? demandName() : demand(demands, name, size);
 }
 
 namespace {
@@ -199,7 +239,215 @@ TEST_F(RefusedCertificateOption, LetsNobodyThrough) {
 INSTANTIATE_TEST_SUITE_P(Platform, RefusedOption,
                          ::testing::Values(CURLOPT_SSLVERSION, CURLOPT_SSL_ENABLE_ALPN,
                                            CURLOPT_SSL_VERIFYPEER, CURLOPT_SSL_VERIFYHOST,
-                                           CURLOPT_CAINFO, CURLOPT_CAPATH));
+                                           CURLOPT_SSL_CTX_FUNCTION, CURLOPT_CAINFO,
+                                           CURLOPT_CAPATH));
+
+class SubjectName : public TlsEnrichment, public ::testing::WithParamInterface<const char*> {
+ protected:
+  SubjectName() : identity_(GetParam()), server_(identity_), url_(server_.url(GetParam())) {}
+
+  CURLcode exchangeByLibcurlsRules() {
+    std::string trusted = identity_.pem();
+    curl_blob blob{trusted.data(), trusted.size(), CURL_BLOB_COPY};
+    curl_easy_setopt(curl_.get(), CURLOPT_CAINFO_BLOB, &blob);
+    return exchange(url_);
+  }
+
+  const Identity identity_;  // without alternative names
+  const TlsServer server_;
+  const std::string url_;
+};
+
+TEST_P(SubjectName, IsRefusedThoughLibcurlWouldTakeIt) {
+  ASSERT_EQ(exchangeByLibcurlsRules(), CURLE_OK);
+  curl_.reset(curl_easy_init());  // with no session to resume
+  curl_easy_setopt(curl_.get(), CURLOPT_NOPROXY, "*");
+
+  EXPECT_EQ(exchangeTrusting(identity_.pem(), url_), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_TRUE(log_.empty());
+}
+
+TEST_P(SubjectName, PassesWhenVerificationIsSwitchedOffAfterwards) {
+  ASSERT_EQ(exchangeTrusting(identity_.pem(), url_), CURLE_PEER_FAILED_VERIFICATION);
+
+  curl_easy_setopt(curl_.get(), CURLOPT_SSL_VERIFYPEER, 0L);
+  curl_easy_setopt(curl_.get(), CURLOPT_SSL_VERIFYHOST, 0L);
+
+  EXPECT_EQ(curl_easy_perform(curl_.get()), CURLE_OK);
+  EXPECT_TRUE(log_.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Platform, SubjectName, ::testing::Values("127.0.0.1", "localhost"));
+
+struct WrittenHost {
+  const char* name;
+  const char* host;  // as the URL writes it
+  const char* alternativeName;
+};
+class HostOfTheUrl : public TlsEnrichment, public ::testing::WithParamInterface<WrittenHost> {
+ protected:
+  HostOfTheUrl() { std::setlocale(LC_CTYPE, "C.UTF-8"); }  // for names beyond ASCII
+  ~HostOfTheUrl() override { std::setlocale(LC_CTYPE, "C"); }
+
+  // No name of the test leaves this machine.
+  void resolve(const char* name, const TlsServer& server) {
+    const std::string url = server.url();
+    const std::string port = url.substr(url.rfind(':') + 1, url.rfind('/') - url.rfind(':') - 1);
+    names_.reset(curl_slist_append(nullptr, (name + (":" + port) + ":127.0.0.1").c_str()));
+    curl_easy_setopt(curl_.get(), CURLOPT_RESOLVE, names_.get());
+  }
+
+  std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> names_{nullptr, curl_slist_free_all};
+};
+
+TEST_P(HostOfTheUrl, IsFoundAmongTheAlternativeNames) {
+  const Identity identity("server", GetParam().alternativeName, &authority_);
+  const TlsServer server(identity);
+  resolve("*", server);
+
+  EXPECT_EQ(exchangeTrusting(authority_.pem(), server.url(GetParam().host)), CURLE_OK);
+}
+
+TEST_P(HostOfTheUrl, IsMissedAmongOthers) {
+  const Identity identity("server", "DNS:elsewhere.example,IP:192.0.2.1", &authority_);
+  const TlsServer server(identity);
+  resolve("*", server);
+
+  EXPECT_EQ(exchangeTrusting(authority_.pem(), server.url(GetParam().host)),
+            CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_TRUE(log_.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Platform, HostOfTheUrl,
+    ::testing::Values(
+        WrittenHost{"Address", "127.0.0.1", "IP:127.0.0.1"},
+        WrittenHost{"ShortAddress", "127.1", "IP:127.0.0.1"},
+        WrittenHost{"AddressBehindAUser", "user:secret@127.0.0.1", "IP:127.0.0.1"},
+        WrittenHost{"Name", "manager.example", "DNS:manager.example"},
+        WrittenHost{"NameWithTheRootsDot", "manager.example.", "DNS:manager.example"},
+        WrittenHost{"NameInCapitals", "MANAGER.example", "DNS:manager.EXAMPLE"},
+        WrittenHost{"NameThatStartsAsAnAddress", "127.0.0.1.example", "DNS:127.0.0.1.example"},
+        WrittenHost{"NameUnderAWildcard", "east.manager.example", "DNS:*.manager.example"},
+        WrittenHost{"NameBeyondAscii",
+                    "b\xC3\xBC"
+                    "cher.example",
+                    "DNS:xn--bcher-kva.example"}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(TlsEnrichment, DemandsTheHostOfEachUrlOfAHandle) {
+  const Identity identity("server", "DNS:localhost", &authority_);
+  const TlsServer server(identity);
+  ASSERT_EQ(exchangeTrusting(authority_.pem(), server.url("localhost")), CURLE_OK);
+
+  EXPECT_EQ(exchange(server.url("127.0.0.1")), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(exchange(server.url("localhost")), CURLE_OK);
+}
+
+// libcurl tells a proxy's connection from the manager's by nothing that can be seen from outside.
+TEST_F(TlsEnrichment, RefusesAProxyThatSpeaksTlsItself) {
+  const TlsServer proxy(server_);
+  std::string trusted = server_.pem();
+  curl_blob blob{trusted.data(), trusted.size(), CURL_BLOB_COPY};
+  curl_easy_setopt(curl_.get(), CURLOPT_PROXY_CAINFO_BLOB, &blob);
+  curl_easy_setopt(curl_.get(), CURLOPT_PROXY, proxy.url().c_str());
+  curl_easy_setopt(curl_.get(), CURLOPT_NOPROXY, "");
+
+  EXPECT_EQ(exchangeTrusting(server_.pem(), "https://manager.example/"),
+            CURLE_PEER_FAILED_VERIFICATION);
+}
+
+// The host cannot be learnt, or not be demanded.
+class UncheckedHost : public TlsEnrichment {
+ protected:
+  ~UncheckedHost() override {
+    tellUrl = nullptr;
+    demandAddress = nullptr;
+    demandName = nullptr;
+  }
+
+  void expectRefusal(const std::string& host) {
+    const TlsServer server(server_);
+    EXPECT_EQ(exchangeTrusting(server_.pem(), server.url(host)), CURLE_ABORTED_BY_CALLBACK);
+  }
+
+  void expectLine() {
+    ASSERT_EQ(log_.size(), 1U);
+    EXPECT_EQ(log_[0].level, 4);
+    EXPECT_EQ(log_[0].text, "TLS connection refused, the manager's name cannot be checked");
+  }
+
+  const Identity server_{"server", "IP:127.0.0.1,DNS:localhost", &authority_};
+};
+
+TEST_F(UncheckedHost, IsRefusedWhenTheUrlIsNotTold) {
+  tellUrl = [](char**) { return CURLE_OUT_OF_MEMORY; };
+
+  expectRefusal("127.0.0.1");
+  expectLine();
+}
+
+TEST_F(UncheckedHost, IsRefusedWhenThereIsNoUrl) {
+  tellUrl = [](char** url) {
+    *url = nullptr;
+    return CURLE_OK;
+  };
+
+  expectRefusal("127.0.0.1");
+  expectLine();
+}
+
+TEST_F(UncheckedHost, IsRefusedWhenTheUrlCannotBeRead) {
+  static char unreadable[] = "https://a b/";
+  tellUrl = [](char** url) {
+    *url = unreadable;
+    return CURLE_OK;
+  };
+
+  expectRefusal("127.0.0.1");
+  expectLine();
+}
+
+TEST_F(UncheckedHost, IsRefusedWhenTheUrlNamesOnlyTheRoot) {
+  static char root[] = "https://./";
+  tellUrl = [](char** url) {
+    *url = root;
+    return CURLE_OK;
+  };
+
+  expectRefusal("127.0.0.1");
+  expectLine();
+}
+
+TEST_F(UncheckedHost, IsRefusedWhenTheAddressCannotBeDemanded) {
+  demandAddress = [] { return 0; };
+
+  expectRefusal("127.0.0.1");
+  expectLine();
+}
+
+TEST_F(UncheckedHost, IsRefusedWhenTheNameCannotBeDemanded) {
+  demandName = [] { return 0; };
+
+  expectRefusal("localhost");
+  expectLine();
+}
+
+TEST_F(UncheckedHost, IsRefusedWhenMemoryRunsOut) {
+  demandAddress = []() -> int { throw std::bad_alloc(); };
+
+  expectRefusal("127.0.0.1");
+}
+
+TEST_F(UncheckedHost, IsRefusedWithoutVerificationToo) {
+  const TlsServer server(server_);
+  std::string trusted = server_.pem();
+  SecuritySS::enrichSSL(curl_.get(), trusted);
+  curl_easy_setopt(curl_.get(), CURLOPT_SSL_VERIFYPEER, 0L);
+  demandAddress = [] { return 0; };
+
+  EXPECT_EQ(exchange(server.url()), CURLE_ABORTED_BY_CALLBACK);
+}
 
 TEST_F(TlsEnrichment, CopiesTheCertificate) {
   const TlsServer server(server_);
