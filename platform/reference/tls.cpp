@@ -4,6 +4,7 @@
 
 #include <arpa/inet.h>
 #include <curl/curl.h>
+#include <openssl/err.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
@@ -78,14 +79,25 @@ bool demandHost(SSL_CTX* context, std::string host) {
   return X509_VERIFY_PARAM_set1_host(demands, host.c_str(), host.size()) == 1;
 }
 
+// OpenSSL's own verification. What a wrong signature leaves in the error queue stands before the
+// refusal itself, and libcurl, which reads the oldest entry, would tell of a failed connection. A
+// negative verdict is a failure of OpenSSL's, such as lack of memory, and is told as one.
+int verifyChain(X509_STORE_CTX* chain, void*) {
+  const int verdict = X509_verify_cert(chain);
+  if (verdict == 0) ERR_clear_error();
+  return verdict;
+}
+
 // libcurl takes a host that stands in the certificate's subject alone, which authorities no longer
 // vouch for. Called for each connection, and that is where the host belongs: a handle may get
 // another URL. A session that libcurl resumes is not checked again; its cache knows nothing of what
 // is demanded here, so handles must not share it.
-CURLcode verifyAlternativeNames(CURL* curl, void* context, void*) {
+CURLcode prepareVerification(CURL* curl, void* context, void*) {
   try {
+    auto* const tls = static_cast<SSL_CTX*>(context);
+    SSL_CTX_set_cert_verify_callback(tls, verifyChain, nullptr);
     const UrlPart host = hostOf(curl);
-    if (host && demandHost(static_cast<SSL_CTX*>(context), host.get())) return CURLE_OK;
+    if (host && demandHost(tls, host.get())) return CURLE_OK;
     KV_LOG_AS(kPlatformTag, kError, "TLS connection refused, the manager's name cannot be checked");
   } catch (...) {  // of the memory or the log; libcurl's code lets no exception pass
   }
@@ -114,7 +126,7 @@ void SecuritySS::enrichSSL(void* curl, std::string& cert) {
   options.set(CURLOPT_SSL_ENABLE_ALPN, 0L);
   options.set(CURLOPT_SSL_VERIFYPEER, 1L);
   options.set(CURLOPT_SSL_VERIFYHOST, 2L);
-  options.set(CURLOPT_SSL_CTX_FUNCTION, kestrelvisor::verifyAlternativeNames);
+  options.set(CURLOPT_SSL_CTX_FUNCTION, kestrelvisor::prepareVerification);
   if (!cert.empty()) {
     options.set(CURLOPT_CAINFO, static_cast<const char*>(nullptr));
     options.set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));

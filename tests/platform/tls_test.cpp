@@ -138,6 +138,14 @@ TEST_F(TlsEnrichment, RefusesEveryOtherCertificate) {
   EXPECT_EQ(exchangeTrusting(other.pem(), server.url()), CURLE_PEER_FAILED_VERIFICATION);
 }
 
+TEST_F(TlsEnrichment, RefusesWhatAnotherAuthorityOfTheSameNameSigned) {
+  const Identity namesake("authority");
+  const Identity identity("server", "IP:127.0.0.1", &namesake);
+  const TlsServer server(identity);
+
+  EXPECT_EQ(exchangeTrusting(authority_.pem(), server.url()), CURLE_PEER_FAILED_VERIFICATION);
+}
+
 TEST_F(TlsEnrichment, RefusesAnotherHost) {
   const TlsServer server(server_);
 
