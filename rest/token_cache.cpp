@@ -6,15 +6,11 @@
 #include "rest/kestrelvisor_rest_api.h"
 
 #include <boost/date_time/c_time.hpp>
-#include <boost/date_time/posix_time/conversion.hpp>
-#include <boost/date_time/posix_time/posix_time_types.hpp>
 
 #include <cstdint>
 #include <ctime>
 
 namespace {
-
-constexpr std::int64_t kMicrosecondsPerSecond = 1000000;
 
 // Replaces an encrypted password by its plaintext; false when it cannot be decrypted.
 bool decryptPassword(VRM_INFO& vrm) {
@@ -44,14 +40,11 @@ bool IsKestrelVisorCertTokenValid(const KestrelVisorCertToken& token, std::uint6
 }
 
 std::uint64_t KestrelVisor_rest_api::getLocalTime() {
-  using boost::posix_time::ptime;
   const std::time_t now = kestrelvisor::wallClockSeconds();
   std::tm utc{};
   boost::date_time::c_time::gmtime(&now, &utc);  // throws when there is no such calendar time
-  const ptime epoch(boost::gregorian::date(1970, 1, 1));
-  const auto elapsed = boost::posix_time::ptime_from_tm(utc) - epoch;
-  const auto seconds =
-      static_cast<std::uint64_t>(elapsed.total_microseconds() / kMicrosecondsPerSecond);
+  // Boost's dates end with the year 9999; a clock that is off by more must not end an operation.
+  const auto seconds = static_cast<std::uint64_t>(timegm(&utc));
   KV_LOG(kInfo, "Snap create time=", seconds);
   return seconds;
 }

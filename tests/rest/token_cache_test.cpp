@@ -71,6 +71,15 @@ TEST_F(LocalTime, IsTheClockInSecondsSince1970) {
   }
 }
 
+TEST_F(LocalTime, GoesOnBehindTheYear9999AndBefore1970) {
+  for (const std::time_t seconds :
+       {std::time_t{253402300799}, std::time_t{253402300800}, std::time_t{67767976233532799},
+        std::time_t{-1}, std::time_t{-62167219201}}) {
+    const SetClock clock(seconds);
+    EXPECT_EQ(api.getLocalTime(), static_cast<std::uint64_t>(seconds));
+  }
+}
+
 TEST_F(LocalTime, IsLogged) {
   const SetClock clock(1767225599);
 
@@ -350,6 +359,14 @@ TEST_F(TokenCache, LetsTheErrorOfALoginWithoutBodyThroughAndGoesOn) {
 
   EXPECT_TRUE(check());
   EXPECT_EQ(api.tokenMap.size(), 1U);
+}
+
+TEST_F(TokenCache, LogsInWhenTheClockIsBehindTheYear9999) {
+  clock.set(253402300800);
+
+  EXPECT_TRUE(check());
+
+  EXPECT_EQ(token.startTime, 253402300800U);
 }
 
 TEST_F(TokenCache, LetsTheErrorOfTheClockThroughAndGoesOn) {
