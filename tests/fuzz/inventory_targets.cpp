@@ -44,18 +44,6 @@ bool announcesTooMany(std::string_view answer) {
          total->asUInt() > kMostDatastores;
 }
 
-// The same of each answer in a script.
-bool scriptAnnouncesTooMany(std::string_view script) {
-  while (!script.empty()) {
-    const std::size_t start = std::min(script.find_first_of("{["), script.size());
-    const std::size_t end = std::min(script.find("\n----\n"), script.size());
-    const std::string_view body = script.substr(start, std::max(end, start) - start);
-    if (announcesTooMany(body.substr(0, body.find('\0')))) return true;  // a body ends there
-    script.remove_prefix(std::min(end + 6, script.size()));
-  }
-  return false;
-}
-
 void requireSupported(const datastores_t& datastores) {
   for (const auto& datastore : datastores) {
     require(datastore->storageType != EN_DATASTORAGE_TYPE_NOT_SUPPORT,
@@ -79,6 +67,17 @@ void requireProjection(const VM_DETAIL& detail, const VMInfoForTreeView& view) {
 }
 
 }  // namespace
+
+bool scriptAnnouncesTooManyDatastores(std::string_view script) {
+  while (!script.empty()) {
+    const std::size_t start = std::min(script.find_first_of("{["), script.size());
+    const std::size_t end = std::min(script.find("\n----\n"), script.size());
+    const std::string_view body = script.substr(start, std::max(end, start) - start);
+    if (announcesTooMany(body.substr(0, body.find('\0')))) return true;  // a body ends there
+    script.remove_prefix(std::min(end + 6, script.size()));
+  }
+  return false;
+}
 
 void sites(std::string_view input) {
   Client client;
@@ -108,7 +107,7 @@ void sites(std::string_view input) {
 }
 
 void clusters(std::string_view input) {
-  if (scriptAnnouncesTooMany(input)) return;
+  if (scriptAnnouncesTooManyDatastores(input)) return;
   Client client;
   VRM_INFO vrm = connection();
   KestrelVisorErrorMessage error;
@@ -126,7 +125,7 @@ void clusters(std::string_view input) {
 }
 
 void hosts(std::string_view input) {
-  if (scriptAnnouncesTooMany(input)) return;
+  if (scriptAnnouncesTooManyDatastores(input)) return;
   Client client;
   VRM_INFO vrm = connection();
   KestrelVisorErrorMessage error;

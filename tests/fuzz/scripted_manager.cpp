@@ -9,7 +9,6 @@
 namespace kestrelvisor::fuzz {
 namespace {
 
-constexpr int kTransfersUntilGone = 8;
 constexpr std::string_view kSeparator = "\n----\n";
 constexpr std::string_view kSessionPath = "/service/session";
 constexpr std::string_view kLoginHead = "HTTP/1.1 200 OK\r\nX-Auth-Token: t\r\n\r\n";
@@ -77,8 +76,8 @@ void deliver(std::string_view text, WriteCallback callback, void* target) {
 
 }  // namespace
 
-ScriptedManager::ScriptedManager(std::string_view text, Sessions sessions)
-    : rest_(text), sessions_(sessions) {
+ScriptedManager::ScriptedManager(std::string_view text, Sessions sessions, int transfersUntilGone)
+    : rest_(text), sessions_(sessions), transfersUntilGone_(transfersUntilGone) {
   active = this;
 }
 
@@ -91,7 +90,7 @@ Answer ScriptedManager::next(bool session, bool opensSession) {
 }
 
 Answer ScriptedManager::take() {
-  if (++transfers_ > kTransfersUntilGone) return {CURLE_COULDNT_CONNECT, 0, {}, {}};
+  if (++transfers_ > transfersUntilGone_) return {CURLE_COULDNT_CONNECT, 0, {}, {}};
   if (rest_.empty() && transfers_ > 1) return last_;
   std::string_view text = takeThrough(rest_, kSeparator);
   if (text.ends_with(kSeparator)) text.remove_suffix(kSeparator.size());

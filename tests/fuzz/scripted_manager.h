@@ -23,14 +23,15 @@ struct Answer {
 //   HTTP/1.1 404 Not Found, then headers, an empty line and a body
 //   !28, then a body                        the transfer fails with libcurl's result 28 behind it
 //
-// When all are used up the last one is given again, but a manager that was asked very often goes
-// away: transfers then fail. Sessions are opened and closed without use of the text unless it is
-// told that the text answers them. One may live at a time.
+// When all are used up the last one is given again, but a manager that was asked as often as
+// told goes away: transfers then fail. Sessions are opened and closed without use of the text
+// unless it is told that the text answers them. One may live at a time.
 class ScriptedManager {
  public:
   enum class Sessions { granted, scripted };
 
-  explicit ScriptedManager(std::string_view text, Sessions sessions = Sessions::granted);
+  explicit ScriptedManager(std::string_view text, Sessions sessions = Sessions::granted,
+                           int transfersUntilGone = 8);
   ~ScriptedManager();
   ScriptedManager(const ScriptedManager&) = delete;
   ScriptedManager& operator=(const ScriptedManager&) = delete;
@@ -46,6 +47,7 @@ class ScriptedManager {
   std::string_view rest_;
   Answer last_;
   Sessions sessions_;
+  int transfersUntilGone_;
   int transfers_ = 0;
 };
 

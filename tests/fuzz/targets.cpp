@@ -21,7 +21,7 @@ constexpr const char* kKey = "0123456789abcdef0123456789abcdef0123456789abcdef01
 constexpr const char* kPassword = "Correct-Horse-Battery-7";
 constexpr const char* kGoodSites = R"({"sites":[{"isSelf":true,"urn":"urn:sites:1"}]})";
 
-constexpr std::array<Target, 17> kTargets{{
+constexpr std::array<Target, 18> kTargets{{
     {"versions", versions},
     {"login", login},
     {"header_block", headerBlock},
@@ -35,6 +35,7 @@ constexpr std::array<Target, 17> kTargets{{
     {"machine_detail", machineDetail},
     {"volumes", volumes},
     {"guest_systems", guestSystems},
+    {"scan", scan},
     {"json_text", jsonText},
     {"uri_and_urn", uriAndUrn},
     {"uuid", uuid},

@@ -34,6 +34,10 @@ bool endsWithout(const Step& step) {
   }
 }
 
+// Whether one of the answers in a script announces more datastores than a target has time for:
+// records are made for as many as it says.
+bool scriptAnnouncesTooManyDatastores(std::string_view script);
+
 // --- The targets. ---
 
 // Answers around a session.
@@ -52,6 +56,7 @@ void machinePage(std::string_view input);
 void machineDetail(std::string_view input);
 void volumes(std::string_view input);
 void guestSystems(std::string_view input);
+void scan(std::string_view input);
 
 // Texts.
 void jsonText(std::string_view input);
