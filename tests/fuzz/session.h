@@ -3,6 +3,8 @@
 #include "base/vrm_info.h"
 #include "rest/kestrelvisor_rest_api.h"
 
+#include <cstdint>
+
 // What the targets need of a client and its session.
 namespace kestrelvisor::fuzz {
 

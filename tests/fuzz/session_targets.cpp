@@ -5,10 +5,10 @@
 #include "tests/fuzz/session.h"
 #include "tests/fuzz/targets.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
-#include <typeinfo>
 #include <vector>
 
 namespace kestrelvisor::fuzz {
