@@ -7,10 +7,6 @@
 namespace kestrelvisor::vrmsim {
 namespace {
 
-bool sameName(std::string_view one, std::string_view other) {
-  return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
-}
-
 int hexValue(char digit) {
   if (digit >= '0' && digit <= '9') return digit - '0';
   if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
@@ -45,16 +41,25 @@ std::string_view reason(int status) {
       {201, "Created"},
       {202, "Accepted"},
       {204, "No Content"},
+      {301, "Moved Permanently"},
+      {302, "Found"},
+      {304, "Not Modified"},
+      {307, "Temporary Redirect"},
+      {308, "Permanent Redirect"},
       {400, "Bad Request"},
       {401, "Unauthorized"},
       {403, "Forbidden"},
       {404, "Not Found"},
       {405, "Method Not Allowed"},
       {406, "Not Acceptable"},
+      {408, "Request Timeout"},
       {409, "Conflict"},
+      {429, "Too Many Requests"},
       {500, "Internal Server Error"},
+      {501, "Not Implemented"},
       {502, "Bad Gateway"},
       {503, "Service Unavailable"},
+      {504, "Gateway Timeout"},
   };
   for (const Reason& row : kReasons) {
     if (row.status == status) return row.text;
@@ -63,6 +68,10 @@ std::string_view reason(int status) {
 }
 
 }  // namespace
+
+bool sameName(std::string_view one, std::string_view other) {
+  return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
+}
 
 std::string_view HttpRequest::header(std::string_view name) const {
   for (const Header& header : headers) {
@@ -94,19 +103,26 @@ Target parseTarget(const std::string& target) {
   return parsed;
 }
 
-std::string serialise(const HttpReply& reply, bool keepAlive) {
+std::vector<Header> headersOf(const HttpReply& reply, const std::vector<Header>& length,
+                              bool keepAlive) {
   const bool typed =
       std::any_of(reply.headers.begin(), reply.headers.end(),
                   [](const Header& header) { return sameName(header.first, "Content-Type"); });
-  std::string bytes = "HTTP/1.1 " + std::to_string(reply.status) + " ";
-  bytes.append(reason(reply.status)).append("\r\nServer: vrmsim\r\n");
-  for (const Header& header : reply.headers) {
-    bytes.append(header.first).append(": ").append(header.second).append("\r\n");
+  std::vector<Header> headers{{"Server", "vrmsim"}};
+  headers.insert(headers.end(), reply.headers.begin(), reply.headers.end());
+  if (!typed) headers.emplace_back("Content-Type", "application/json; charset=UTF-8");
+  headers.insert(headers.end(), length.begin(), length.end());
+  if (!keepAlive) headers.emplace_back("Connection", "close");
+  return headers;
+}
+
+std::string headText(int status, const std::vector<Header>& headers) {
+  std::string text = "HTTP/1.1 " + std::to_string(status) + " ";
+  text.append(reason(status)).append("\r\n");
+  for (const auto& [name, value] : headers) {
+    text.append(name).append(": ").append(value).append("\r\n");
   }
-  if (!typed) bytes += "Content-Type: application/json; charset=UTF-8\r\n";
-  bytes += "Content-Length: " + std::to_string(reply.body.size()) + "\r\n";
-  if (!keepAlive) bytes += "Connection: close\r\n";
-  return bytes.append("\r\n").append(reply.body);
+  return text.append("\r\n");
 }
 
 }  // namespace kestrelvisor::vrmsim

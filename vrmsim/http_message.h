@@ -42,8 +42,14 @@ struct Target {
 
 Target parseTarget(const std::string& target);
 
-// The bytes of a reply: status line, headers, body. A reply of an error or a success alike carries
-// the content's type and length.
-std::string serialise(const HttpReply& reply, bool keepAlive);
+// All headers of a reply in the order in which they go out, those that tell its length included.
+std::vector<Header> headersOf(const HttpReply& reply, const std::vector<Header>& length,
+                              bool keepAlive);
+
+// Status line and headers, up to and with the empty line.
+std::string headText(int status, const std::vector<Header>& headers);
+
+// Names of headers are the same whatever their letters' case.
+bool sameName(std::string_view one, std::string_view other);
 
 }  // namespace kestrelvisor::vrmsim

@@ -1,5 +1,6 @@
 #include "vrmsim/http_server.h"
 
+#include "vrmsim/fault_script.h"
 #include "vrmsim/reply_channel.h"
 #include "vrmsim/request_parser.h"
 #include "vrmsim/wire_format.h"
@@ -14,6 +15,7 @@
 #include <boost/beast/http/read.hpp>
 
 #include <chrono>
+#include <list>
 #include <stdexcept>
 #include <thread>
 
@@ -40,21 +42,66 @@ bool isDefect(const error_code& error) {
          error != http::error::end_of_stream && error != http::error::partial_message;
 }
 
+Script answerTo(const HttpServer::Endpoint& endpoint, const HttpRequest& request, bool keepAlive) {
+  try {
+    return endpoint.answer(request, keepAlive);
+  } catch (const std::exception& error) {
+    HttpReply reply;
+    reply.status = 500;
+    reply.body = errorBody("11000000", error.what());
+    return scriptOf(reply, keepAlive);
+  }
+}
+
+// What an endpoint makes of a connection before its first request.
+std::optional<Script> interruption(const HttpServer::Endpoint& endpoint, FaultMoment moment,
+                                   const HttpRequest& origin) {
+  try {
+    return endpoint.interrupt ? endpoint.interrupt(moment, origin) : std::nullopt;
+  } catch (const std::exception&) {
+    return Script{{}, Ending::kClose};  // there is no request that could be told
+  }
+}
+
+// A connection that never gets to TLS or HTTP, kept alive by its handlers.
+class Interrupted : public std::enable_shared_from_this<Interrupted> {
+ public:
+  Interrupted(PlainStream stream, Script script)
+      : stream_(std::move(stream)), script_(std::move(script)), channel_(stream_) {}
+
+  void start() {
+    channel_.play(std::move(script_), [self = shared_from_this()](bool) {});
+  }
+
+  // Lets the client speak first.
+  void startWhenTheClientSpeaks() {
+    stream_.async_wait(PlainStream::wait_read,
+                       [self = shared_from_this()](const error_code& error) {
+                         if (!error) self->start();
+                       });
+  }
+
+ private:
+  PlainStream stream_;
+  Script script_;
+  ReplyChannel<PlainStream> channel_;
+};
+
 // One connection, kept alive by the handlers of whatever it waits for.
 template <class Stream>
 class Connection : public std::enable_shared_from_this<Connection<Stream>> {
  public:
-  Connection(Stream stream, HttpRequest origin, const HttpServer::Handler& handler)
+  Connection(Stream stream, HttpRequest origin, const HttpServer::Endpoint& endpoint)
       : stream_(std::move(stream)),
         origin_(std::move(origin)),
-        handler_(handler),
+        endpoint_(endpoint),
         channel_(stream_) {}
 
   void start() {
     if constexpr (std::is_same_v<Stream, TlsStream>) {
       stream_.async_handshake(asio::ssl::stream_base::server,
                               [self = this->shared_from_this()](const error_code& error) {
-                                if (!error) self->read();
+                                if (!error) self->onHandshake();
                               });
     } else {
       read();
@@ -62,6 +109,11 @@ class Connection : public std::enable_shared_from_this<Connection<Stream>> {
   }
 
  private:
+  void onHandshake() {
+    auto script = interruption(endpoint_, FaultMoment::kHandshake, origin_);
+    script ? play(std::move(*script)) : read();
+  }
+
   void read() {
     parser_.emplace(origin_);
     http::async_read(stream_, buffer_, *parser_,
@@ -73,37 +125,20 @@ class Connection : public std::enable_shared_from_this<Connection<Stream>> {
   void onRead(const error_code& error) {
     if (isDefect(error)) {
       parser_->request.defect = error.message();
-      return answer(false);
+      return play(answerTo(endpoint_, parser_->request, false));
     }
-    if (!error) answer(parser_->keep_alive());
+    if (!error) play(answerTo(endpoint_, parser_->request, parser_->keep_alive()));
   }
 
-  void answer(bool keepAlive) {
-    std::string bytes = serialise(replyTo(parser_->request), keepAlive);
-    channel_.send(std::move(bytes), [self = this->shared_from_this(), keepAlive](bool sent) {
-      if (!sent) return;
-      keepAlive ? self->read() : self->finish();
+  void play(Script script) {
+    channel_.play(std::move(script), [self = this->shared_from_this()](bool servesOn) {
+      if (servesOn) self->read();
     });
-  }
-
-  HttpReply replyTo(const HttpRequest& request) {
-    try {
-      return handler_(request);
-    } catch (const std::exception& error) {
-      HttpReply reply;
-      reply.status = 500;
-      reply.body = errorBody("11000000", error.what());
-      return reply;
-    }
-  }
-
-  void finish() {
-    channel_.finish([self = this->shared_from_this()] {});
   }
 
   Stream stream_;
   const HttpRequest origin_;
-  const HttpServer::Handler& handler_;
+  const HttpServer::Endpoint& endpoint_;
   ReplyChannel<Stream> channel_;
   boost::beast::flat_buffer buffer_;
   std::optional<RequestParser> parser_;
@@ -123,31 +158,42 @@ void useIdentity(asio::ssl::context& context, const TlsIdentity& identity) {
   context.set_verify_mode(asio::ssl::verify_peer | asio::ssl::verify_fail_if_no_peer_cert);
 }
 
-}  // namespace
-
-struct HttpServer::Impl {
-  Impl(const std::optional<TlsIdentity>& identity, Handler onRequest)
-      : handler(std::move(onRequest)) {
-    if (!identity) return;
-    tls.emplace(asio::ssl::context::tls_server);
-    useIdentity(*tls, *identity);
+// Accepts the connections of one endpoint.
+class Listener {
+ public:
+  Listener(asio::io_context& context, HttpServer::Endpoint endpoint)
+      : endpoint_(std::move(endpoint)), acceptor_(context), pause_(context) {
+    if (endpoint_.identity) {
+      tls_.emplace(asio::ssl::context::tls_server);
+      useIdentity(*tls_, *endpoint_.identity);
+    }
+    listen();
+    accept();
   }
 
-  void listen(const std::string& address, std::uint16_t port) {
+  std::uint16_t port() const { return acceptor_.local_endpoint().port(); }
+
+  std::uint64_t handshakes() {
+    if (!tls_) return 0;
+    return static_cast<std::uint64_t>(SSL_CTX_sess_accept(tls_->native_handle()));
+  }
+
+ private:
+  void listen() {
     try {
-      const tcp::endpoint endpoint(asio::ip::make_address(address), port);
-      acceptor.open(endpoint.protocol());
-      acceptor.set_option(tcp::acceptor::reuse_address(true));
-      acceptor.bind(endpoint);
-      acceptor.listen();
+      const tcp::endpoint address(asio::ip::make_address(endpoint_.bindAddress), endpoint_.port);
+      acceptor_.open(address.protocol());
+      acceptor_.set_option(tcp::acceptor::reuse_address(true));
+      acceptor_.bind(address);
+      acceptor_.listen();
     } catch (const boost::system::system_error& error) {
-      throw std::runtime_error("cannot listen on " + address + " port " + std::to_string(port) +
-                               ": " + error.code().message());
+      throw std::runtime_error("cannot listen on " + endpoint_.bindAddress + " port " +
+                               std::to_string(endpoint_.port) + ": " + error.code().message());
     }
   }
 
   void accept() {
-    acceptor.async_accept([this](const error_code& error, tcp::socket socket) {
+    acceptor_.async_accept([this](const error_code& error, tcp::socket socket) {
       if (error) return pauseAndAccept();
       serve(std::move(socket));
       accept();
@@ -156,8 +202,8 @@ struct HttpServer::Impl {
 
   // Out of descriptors: the connections that end meanwhile give some back.
   void pauseAndAccept() {
-    pause.expires_after(kPauseWithoutDescriptors);
-    pause.async_wait([this](const error_code& error) {
+    pause_.expires_after(kPauseWithoutDescriptors);
+    pause_.async_wait([this](const error_code& error) {
       if (!error) accept();
     });
   }
@@ -167,33 +213,53 @@ struct HttpServer::Impl {
     const tcp::endpoint local = socket.local_endpoint(gone);
     socket.set_option(tcp::no_delay(true), gone);
     HttpRequest origin;
-    origin.connection = ++connections;
-    origin.tls = tls.has_value();
+    origin.connection = ++connections_;
+    origin.tls = tls_.has_value();
     origin.localAddress = addressText(local.address());
-    if (tls) {
-      std::make_shared<Connection<TlsStream>>(TlsStream(std::move(socket), *tls), std::move(origin),
-                                              handler)
+    if (interrupted(socket, origin)) return;
+    if (tls_) {
+      std::make_shared<Connection<TlsStream>>(TlsStream(std::move(socket), *tls_),
+                                              std::move(origin), endpoint_)
           ->start();
     } else {
-      std::make_shared<Connection<PlainStream>>(std::move(socket), std::move(origin), handler)
+      std::make_shared<Connection<PlainStream>>(std::move(socket), std::move(origin), endpoint_)
           ->start();
     }
   }
 
-  const Handler handler;
-  std::optional<asio::ssl::context> tls;
-  std::uint64_t connections = 0;
-  asio::io_context context{1};
-  tcp::acceptor acceptor{context};
-  asio::steady_timer pause{context};
+  // Takes the socket when a fault keeps the connection from TLS and HTTP.
+  bool interrupted(tcp::socket& socket, const HttpRequest& origin) {
+    if (auto script = interruption(endpoint_, FaultMoment::kAccept, origin)) {
+      std::make_shared<Interrupted>(std::move(socket), std::move(*script))->start();
+      return true;
+    }
+    if (!tls_) return false;
+    auto script = interruption(endpoint_, FaultMoment::kHello, origin);
+    if (!script) return false;
+    std::make_shared<Interrupted>(std::move(socket), std::move(*script))
+        ->startWhenTheClientSpeaks();
+    return true;
+  }
+
+  const HttpServer::Endpoint endpoint_;
+  std::optional<asio::ssl::context> tls_;
+  std::uint64_t connections_ = 0;
+  tcp::acceptor acceptor_;
+  asio::steady_timer pause_;
+};
+
+}  // namespace
+
+struct HttpServer::Impl {
+  asio::io_context context{1};    // owns the connections, in the handlers of what they wait for
+  std::list<Listener> listeners;  // stay where they are: connections look at their endpoints
   std::thread thread;
 };
 
-HttpServer::HttpServer(const std::string& bindAddress, std::uint16_t port,
-                       const std::optional<TlsIdentity>& identity, Handler handler)
-    : impl_(std::make_unique<Impl>(identity, std::move(handler))) {
-  impl_->listen(bindAddress, port);
-  impl_->accept();
+HttpServer::HttpServer(std::vector<Endpoint> endpoints) : impl_(std::make_unique<Impl>()) {
+  for (Endpoint& endpoint : endpoints) {
+    impl_->listeners.emplace_back(impl_->context, std::move(endpoint));
+  }
   impl_->thread = std::thread([impl = impl_.get()] { impl->context.run(); });
 }
 
@@ -202,11 +268,14 @@ HttpServer::~HttpServer() {
   impl_->thread.join();
 }
 
-std::uint16_t HttpServer::port() const { return impl_->acceptor.local_endpoint().port(); }
+std::uint16_t HttpServer::port(std::size_t endpoint) const {
+  return std::next(impl_->listeners.begin(), static_cast<std::ptrdiff_t>(endpoint))->port();
+}
 
 std::uint64_t HttpServer::handshakes() const {
-  if (!impl_->tls) return 0;
-  return static_cast<std::uint64_t>(SSL_CTX_sess_accept(impl_->tls->native_handle()));
+  std::uint64_t sum = 0;
+  for (Listener& listener : impl_->listeners) sum += listener.handshakes();
+  return sum;
 }
 
 }  // namespace kestrelvisor::vrmsim

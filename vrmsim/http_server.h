@@ -1,33 +1,48 @@
 #pragma once
 
 #include "vrmsim/certificate.h"
+#include "vrmsim/fault_rule.h"
 #include "vrmsim/http_message.h"
+#include "vrmsim/script.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kestrelvisor::vrmsim {
 
-// Accepts connections and turns requests into replies, on one thread of its own.
+// Accepts connections and plays what it is told to say to their requests, on one thread of its own.
 class HttpServer {
  public:
-  // Called on the server's thread. A request that could not be read comes with its defect set.
-  using Handler = std::function<HttpReply(const HttpRequest&)>;
+  // Where it listens, and who tells what to say there. The functions are called on the server's
+  // thread.
+  struct Endpoint {
+    std::string bindAddress;
+    std::uint16_t port = 0;  // 0: the kernel chooses
+    std::optional<TlsIdentity> identity;
 
-  // Listens when the constructor returns, over TLS if there is an identity. Throws
-  // std::runtime_error when the address or the port cannot be had.
-  HttpServer(const std::string& bindAddress, std::uint16_t port,
-             const std::optional<TlsIdentity>& identity, Handler handler);
+    // What goes out for a request. One that could not be read comes with its defect set.
+    std::function<Script(const HttpRequest& request, bool keepAlive)> answer;
 
-  // Closes all connections, also amidst a request.
+    // What becomes of a connection at a moment before its first request, of which only the
+    // connection's own facts are set; nothing: it goes on. Need not be there.
+    std::function<std::optional<Script>(FaultMoment moment, const HttpRequest& origin)> interrupt;
+  };
+
+  // Listens when the constructor returns, over TLS where there is an identity. Throws
+  // std::runtime_error when an address or a port cannot be had.
+  explicit HttpServer(std::vector<Endpoint> endpoints);
+
+  // Closes all connections, also amidst a request or an answer.
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
 
-  std::uint16_t port() const;
+  // Of the endpoint at that place of the list.
+  std::uint16_t port(std::size_t endpoint) const;
 
   // TLS handshakes that were begun, whatever became of them. Callable from any thread.
   std::uint64_t handshakes() const;

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "vrmsim/fault_rule.h"
 #include "vrmsim/http_message.h"
 #include "vrmsim/inventory.h"
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,8 +31,25 @@ struct RecordedRequest {
   std::string target;
   std::vector<Header> headers;  // in wire order, names and values to the letter
   std::string body;
-  int status = 0;         // of the answer
+  int status = 0;         // of the answer; 0 when none goes out
   std::string complaint;  // not empty: nobody serves the request, or it could not be read
+  std::string fault;      // name of the rule that hit; empty: none did
+};
+
+// A fault that hit a connection before its first request.
+struct ConnectionFault {
+  std::uint64_t connection = 0;  // counted from 1
+  TimePoint time;                // by the simulator's clock
+  bool tls = false;
+  std::string stage;  // "accept" or "handshake"
+  std::string fault;  // name of the rule
+};
+
+// How often a fault rule was met so far.
+struct FaultCount {
+  std::string name;
+  std::string rule;  // its words
+  std::uint64_t hits = 0;
 };
 
 // An answer that stands in for the simulator's own.
@@ -53,6 +72,15 @@ struct SimulatorOptions {
   std::function<TimePoint()> clock = std::chrono::system_clock::now;  // asked from any thread
   // Told of each request before its answer goes out, on the simulator's thread.
   std::function<void(const RecordedRequest&)> onRequest;
+
+  std::vector<FaultRule> faults;  // in force from the first connection on
+  // For chance, garbage and the tokens of sessions. Without it the first two take 1, and nobody can
+  // guess a token.
+  std::optional<std::uint64_t> faultSeed;
+  // Of the control endpoint at 127.0.0.1; 0: the kernel chooses; nothing: there is none.
+  std::optional<std::uint16_t> controlPort;
+  // Told of each such fault before it shows itself, on the simulator's thread.
+  std::function<void(const ConnectionFault&)> onConnectionFault;
 };
 
 }  // namespace kestrelvisor::vrmsim

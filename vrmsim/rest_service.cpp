@@ -1,6 +1,7 @@
 #include "vrmsim/rest_service.h"
 
 #include "vrmsim/digest.h"
+#include "vrmsim/inventory_change.h"
 #include "vrmsim/wire_format.h"
 
 #include <algorithm>
@@ -145,7 +146,7 @@ RestService::RestService(const SimulatorOptions& options)
     : users_(options.users),
       versions_(options.versions),
       tokenValidity_(options.tokenValidity),
-      sessions_(options.tokenValidity, options.clock),
+      sessions_(options.tokenValidity, options.clock, options.faultSeed),
       index_(std::make_unique<const InventoryIndex>(options.inventory)) {}
 
 const std::vector<RestService::Route>& RestService::routes() {
@@ -211,8 +212,8 @@ HttpReply RestService::refuseUnrouted(const HttpRequest& request,
   return reply;
 }
 
-std::optional<HttpReply> RestService::refusalOfSession(const HttpRequest& request) const {
-  if (sessions_.isValid(request.header("X-Auth-Token"))) return std::nullopt;
+std::optional<HttpReply> RestService::refusalOfSession(const HttpRequest& request) {
+  if (sessions_.use(request.header("X-Auth-Token"))) return std::nullopt;
   return refuse(kSessionInvalid, "The session does not exist or has expired.");
 }
 
@@ -267,7 +268,8 @@ HttpReply RestService::listSites(const Call& call) {
   JsonText body;
   body.open('{').key("sites").open('[');
   for (const Site& site : index_->inventory().sites) {
-    writeSite(body, site, site.isSelf ? call.request.localAddress : site.ip);
+    const std::string& own = siteAddress_ ? *siteAddress_ : call.request.localAddress;
+    writeSite(body, site, site.isSelf ? own : site.ip);
   }
   body.close(']').close('}');
   return good(body);
@@ -425,8 +427,34 @@ void RestService::changeInventory(const std::function<void(Inventory&)>& change)
   const std::lock_guard<std::mutex> lock(mutex_);
   Inventory inventory = currentInventory();
   change(inventory);
+  serve(std::move(inventory));
+}
+
+void RestService::serve(Inventory inventory) {
   index_ = std::make_unique<const InventoryIndex>(std::move(inventory));
   cbtDisabled_.clear();
+}
+
+std::uint64_t RestService::sessionOf(const HttpRequest& request) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return sessions_.numberOf(request.header("X-Auth-Token"));
+}
+
+void RestService::limitSession(std::string_view token, std::uint64_t requests) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  sessions_.limit(token, requests);
+}
+
+std::string RestService::apply(const StateChange& change) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (change.killSessions) sessions_.forgetAll();
+  for (User& user : users_) std::erase(user.roles, change.takeRole);
+  if (change.siteAddress) siteAddress_ = change.siteAddress;
+  if (!changesInventory(change)) return {};
+  Inventory inventory = currentInventory();
+  std::string complaint = changeInventoryAsAsked(inventory, change);
+  serve(std::move(inventory));
+  return complaint;
 }
 
 }  // namespace kestrelvisor::vrmsim

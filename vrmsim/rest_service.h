@@ -1,5 +1,6 @@
 #pragma once
 
+#include "vrmsim/fault_rule.h"
 #include "vrmsim/http_message.h"
 #include "vrmsim/inventory_index.h"
 #include "vrmsim/options.h"
@@ -30,6 +31,16 @@ class RestService {
   Inventory inventory() const;
   void changeInventory(const std::function<void(Inventory&)>& change);
 
+  // Which session, counted from 1, the request belongs to; 0: none that is known.
+  std::uint64_t sessionOf(const HttpRequest& request) const;
+
+  // Lets the session of that token expire after so many further requests.
+  void limitSession(std::string_view token, std::uint64_t requests);
+
+  // Does to the manager what a fault asks for, a session's limit excepted. Returns what could not
+  // be done; empty: nothing.
+  std::string apply(const StateChange& change);
+
  private:
   // A request on its way to its route: what the route's pattern left open, and the target's parts.
   struct Call {
@@ -48,7 +59,7 @@ class RestService {
 
   HttpReply dispatch(const Route& route, const Call& call);
   HttpReply refuseUnrouted(const HttpRequest& request, const std::string& allowed) const;
-  std::optional<HttpReply> refusalOfSession(const HttpRequest& request) const;
+  std::optional<HttpReply> refusalOfSession(const HttpRequest& request);
   std::optional<HttpReply> refusalOfVersion(const HttpRequest& request) const;
 
   HttpReply listVersions(const Call& call);
@@ -65,14 +76,16 @@ class RestService {
 
   bool cbtIsSupportedBelow(const Vm& vm) const;
   Inventory currentInventory() const;
+  void serve(Inventory inventory);
 
-  const std::vector<User> users_;
+  std::vector<User> users_;
   const std::vector<std::string> versions_;
   const std::chrono::milliseconds tokenValidity_;
   mutable std::mutex mutex_;
   Sessions sessions_;
   std::unique_ptr<const InventoryIndex> index_;
-  std::set<std::string> cbtDisabled_;  // uris of the VMs for which a request switched it off
+  std::optional<std::string> siteAddress_;  // nothing: the one that the client reached
+  std::set<std::string> cbtDisabled_;       // uris of the VMs for which a request switched it off
 };
 
 }  // namespace kestrelvisor::vrmsim

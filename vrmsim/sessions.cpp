@@ -2,41 +2,68 @@
 
 #include "vrmsim/digest.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace kestrelvisor::vrmsim {
+namespace {
 
-Sessions::Sessions(std::chrono::milliseconds validity, std::function<TimePoint()> clock)
-    : validity_(validity), clock_(std::move(clock)) {}
+constexpr std::size_t kTokenSize = 48;
+
+}  // namespace
+
+Sessions::Sessions(std::chrono::milliseconds validity, std::function<TimePoint()> clock,
+                   std::optional<std::uint64_t> seed)
+    : validity_(validity), clock_(std::move(clock)), seed_(seed) {}
 
 std::string Sessions::open() {
-  std::string token = randomToken();
-  endByToken_[token] = clock_() + validity_;
+  ++opened_;
+  const std::string origin =
+      seed_ ? "session " + std::to_string(opened_) + " of seed " + std::to_string(*seed_) : "";
+  std::string token = seed_ ? sha256Hex(origin).substr(0, kTokenSize) : randomToken();
+  sessions_[token] = {clock_() + validity_, std::nullopt};
+  numbers_[token] = opened_;
   return token;
 }
 
-bool Sessions::isValid(std::string_view token) const {
-  const auto session = endByToken_.find(std::string(token));
-  return session != endByToken_.end() && clock_() < session->second;
+bool Sessions::use(std::string_view token) {
+  const auto found = sessions_.find(std::string(token));
+  if (found == sessions_.end() || !isValid(found->second)) return false;
+  Session& session = found->second;
+  if (!session.usesLeft) return true;
+  if (*session.usesLeft == 0) {
+    session.end = TimePoint::min();
+    return false;
+  }
+  --*session.usesLeft;
+  return true;
 }
 
-bool Sessions::end(std::string_view token) {
-  const bool valid = isValid(token);
-  endByToken_.erase(std::string(token));
-  return valid;
+void Sessions::limit(std::string_view token, std::uint64_t uses) {
+  const auto found = sessions_.find(std::string(token));
+  if (found != sessions_.end()) found->second.usesLeft = uses;
+}
+
+std::uint64_t Sessions::numberOf(std::string_view token) const {
+  const auto found = numbers_.find(std::string(token));
+  return found == numbers_.end() ? 0 : found->second;
+}
+
+void Sessions::end(std::string_view token) {
+  sessions_.erase(std::string(token));
+  numbers_.erase(std::string(token));
 }
 
 void Sessions::expireAll() {
-  for (auto& session : endByToken_) session.second = TimePoint::min();
+  for (auto& [token, session] : sessions_) session.end = TimePoint::min();
 }
 
-void Sessions::forgetAll() { endByToken_.clear(); }
+void Sessions::forgetAll() { sessions_.clear(); }
 
 std::size_t Sessions::validCount() const {
-  const TimePoint now = clock_();
-  std::size_t count = 0;
-  for (const auto& session : endByToken_) count += now < session.second ? 1 : 0;
-  return count;
+  return static_cast<std::size_t>(
+      std::count_if(sessions_.begin(), sessions_.end(),
+                    [this](const auto& entry) { return isValid(entry.second); }));
 }
 
 }  // namespace kestrelvisor::vrmsim

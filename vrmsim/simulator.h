@@ -26,6 +26,7 @@ class Simulator {
   std::string address() const;         // that it listens on, without brackets
   std::string url() const;             // "https://127.0.0.1:43127"
   std::string certificatePem() const;  // what a client has to trust; empty without TLS
+  std::string controlUrl() const;      // "http://127.0.0.1:43128"; empty without such a port
   std::uint64_t handshakes() const;    // of TLS that clients began, whatever became of them
 
   // The requests so far, oldest first. A request stands here before its answer is sent.
@@ -47,9 +48,21 @@ class Simulator {
   // Hands the inventory to change and serves what it has become. Requests wait meanwhile.
   void changeInventory(const std::function<void(Inventory&)>& change);
 
+  // Puts a fault in force for the requests and connections to come: words such as
+  // "path=/service/sites nth=2 status=503", as docs/faults.md tells. Of several rules whose turn it
+  // is at once the oldest acts. Throws FaultRuleError.
+  void addFault(const std::string& rule);
+  void addFault(FaultRule rule);
+  void clearFaults();
+
+  // The rules in force in the order in which they came; the names of those that nothing has met
+  // yet.
+  std::vector<FaultCount> faults() const;
+  std::vector<std::string> unfiredFaults() const;
+
   // The nth request from now on, counted from 1, with this method and path gets the answer, once. A
   // path with "?" is compared with the whole target, one without it with the target's path. Such a
-  // request reaches neither sessions nor inventory.
+  // request reaches neither sessions nor inventory. A fault rule like any other.
   void answerOnce(const std::string& method, const std::string& path, std::uint32_t nth,
                   CannedAnswer answer);
 

@@ -4,6 +4,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
@@ -11,6 +12,8 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <stdexcept>
 
 namespace kestrelvisor::vrmsim::test {
@@ -105,6 +108,47 @@ std::size_t Connection::read(char* buffer, std::size_t size) {
                              : ::recv(socket_, buffer, size, 0);
   return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
+
+// The kind of end that a read of nothing stands for.
+StreamEnd Connection::endOf(std::ptrdiff_t failure) const {
+  if (failure < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+    throw std::runtime_error("the server sends nothing and keeps the connection open");
+  }
+  if (!tls_) return failure < 0 ? StreamEnd::kReset : StreamEnd::kClosed;
+  const int error = SSL_get_error(tls_->ssl.get(), static_cast<int>(failure));
+  if (error == SSL_ERROR_ZERO_RETURN) return StreamEnd::kClosed;
+  return error == SSL_ERROR_SYSCALL ? StreamEnd::kReset : StreamEnd::kCut;
+}
+
+Remainder Connection::readToTheEnd() {
+  Remainder all{std::exchange(pending_, {}), StreamEnd::kClosed};
+  char buffer[16384];
+  for (;;) {
+    errno = 0;
+    ERR_clear_error();
+    const ssize_t count = tls_ ? SSL_read(tls_->ssl.get(), buffer, sizeof buffer)
+                               : ::recv(socket_, buffer, sizeof buffer, 0);
+    if (count <= 0) {
+      all.end = endOf(count);
+      return all;
+    }
+    all.bytes.append(buffer, static_cast<std::size_t>(count));
+  }
+}
+
+std::string Connection::read(std::size_t size) {
+  char buffer[16384];
+  while (pending_.size() < size) {
+    const std::size_t count = read(buffer, std::min(sizeof buffer, size - pending_.size()));
+    if (count == 0) throw std::runtime_error("the bytes ended early: " + pending_);
+    pending_.append(buffer, count);
+  }
+  const std::string bytes = pending_.substr(0, size);
+  pending_.erase(0, size);
+  return bytes;
+}
+
+void Connection::hangUp() { ::shutdown(socket_, SHUT_WR); }
 
 Answer Connection::receive() {
   char buffer[16384];

@@ -23,6 +23,18 @@ struct Answer {
   bool hasLine(const std::string& line) const;
 };
 
+enum class StreamEnd {
+  kClosed,  // orderly; over TLS with its notice
+  kCut,     // over TLS without the notice
+  kReset,
+};
+
+// What a client has read when nothing more can come.
+struct Remainder {
+  std::string bytes;
+  StreamEnd end;
+};
+
 // One connection to 127.0.0.1, or to another address of this machine. With a certificate it speaks
 // TLS and trusts that certificate alone. Throws std::runtime_error when it cannot go on.
 class Connection {
@@ -39,9 +51,17 @@ class Connection {
              const std::string& body = "");
   bool closedByServer();
 
+  // Exactly so many bytes, whatever they mean.
+  std::string read(std::size_t size);
+  Remainder readToTheEnd();
+
+  // Lets the server see the end of what the client sends, as when it has hung up.
+  void hangUp();
+
  private:
   struct Tls;
   std::size_t read(char* buffer, std::size_t size);
+  StreamEnd endOf(std::ptrdiff_t failure) const;
 
   int socket_;
   std::unique_ptr<Tls> tls_;
