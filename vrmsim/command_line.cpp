@@ -1,6 +1,8 @@
 #include "vrmsim/command_line.h"
 
 #include "vrmsim/certificate_matrix.h"
+#include "vrmsim/fault_rule.h"
+#include "vrmsim/help_text.h"
 #include "vrmsim/inventory_file.h"
 #include "vrmsim/inventory_generator.h"
 
@@ -13,24 +15,59 @@
 namespace kestrelvisor::vrmsim {
 namespace {
 
+constexpr int kCannotWrite = 1;
 constexpr int kWrongUsage = 2;
 
+constexpr std::size_t kHelpColumn = 28;  // where an option's explanation starts
+
 constexpr const char* kDescription =
-    "A KestrelVisor manager that lives on one machine: serves an inventory over the manager's "
-    "REST\n"
-    "interface until it is ended by SIGTERM or SIGINT. One line on standard output tells the\n"
-    "address as soon as it can be reached.";
+    "A KestrelVisor manager that lives on one machine: serves an inventory over the\n"
+    "manager's REST interface, does wrong what it is asked to, and is ended by\n"
+    "SIGTERM or SIGINT. A line on standard output tells the address once it can be\n"
+    "reached.\n";
 
 constexpr const char* kExamples =
     "Examples:\n"
-    "  vrmsim                                     a small generated site on a free port\n"
-    "  vrmsim --tls --cert-out manager.pem        the same over HTTPS; clients trust manager.pem\n"
+    "  vrmsim                                a small generated site on a free port\n"
+    "  vrmsim --tls --cert-out manager.pem   over HTTPS; clients trust manager.pem\n"
     "  vrmsim --inventory vrmsim/sites/sample.json --port 7443 --tls\n"
     "  vrmsim --clusters 20 --hosts 2000 --vms 20000 --datastores 100 --seed 7\n"
     "  vrmsim --clusters 1 --hosts 2 --vms 5 --print-inventory > site.json\n"
+    "  vrmsim --fault 'path=/service/sites nth=2 status=503'\n"
+    "  vrmsim --fault 'path=*/vms* cut=body:100' --fault 'chance=5 delay=2s'\n"
+    "  vrmsim --faults faults.json --require-faults --request-log requests.jsonl\n"
     "\n"
-    "Exit status: 0 ended by a signal, 1 the address cannot be served or a file not written,\n"
-    "2 wrong usage or an input file that cannot be used.";
+    "Exit status: 0 ended by a signal, 1 the address cannot be served or a file not\n"
+    "written, 2 wrong usage or an input file that cannot be used, 3 a fault never\n"
+    "fired and --require-faults was given.";
+
+// Keeps to the width of a terminal: long explanations are broken, and what CLI11 would write beside
+// an option's name is left out or told in the explanation.
+class NarrowHelp : public CLI::Formatter {
+ public:
+  NarrowHelp() { column_width(kHelpColumn); }
+
+  std::string make_option_opts(const CLI::Option* option) const override {
+    const std::string type = option->get_type_name();
+    return type.empty() ? type : " " + type.substr(0, type.find(':'));
+  }
+
+  std::string make_option_desc(const CLI::Option* option) const override {
+    const std::string usual = option->get_default_str();
+    const std::string text = option->get_description() + (usual.empty() ? "" : " [" + usual + "]");
+    return wrapped(text, kHelpWidth - kHelpColumn, 0);
+  }
+
+  std::string make_group(std::string group, bool positional,
+                         std::vector<const CLI::Option*> options) const override {
+    const std::string text = CLI::Formatter::make_group(group, positional, options);
+    return text.substr(text.find_first_not_of('\n'));
+  }
+
+  std::string make_usage(const CLI::App* app, std::string name) const override {
+    return CLI::Formatter::make_usage(app, std::move(name)) + "\n";
+  }
+};
 
 // What CLI11 fills before it becomes Settings.
 struct Arguments {
@@ -42,6 +79,9 @@ struct Arguments {
   std::vector<std::string> roles;
   std::vector<std::string> versions;
   std::uint64_t tokenValiditySeconds = 1800;
+  std::vector<std::string> faults;
+  std::string faultFile;
+  bool helpFaults = false;
 };
 
 // An empty value comes from a script's variable that is not set; nobody means the default by it.
@@ -135,6 +175,29 @@ void addSessionOptions(CLI::App& app, Arguments& arguments) {
       ->group(group);
 }
 
+void addFaultOptions(CLI::App& app, Arguments& arguments) {
+  SimulatorOptions& options = arguments.settings.options;
+  const char* const group = "Faults";
+  app.add_option("--fault", arguments.faults, "Go wrong by this rule; repeatable")
+      ->type_name("RULE")
+      ->allow_extra_args(false)
+      ->group(group);
+  addFileOption(app, "--faults", arguments.faultFile, "Go wrong by the rules of this JSON file")
+      ->group(group);
+  app.add_option("--fault-seed", options.faultSeed,
+                 "The same rules and seed send the same bytes; goes before the file's seed")
+      ->group(group);
+  app.add_option("--control-port", options.controlPort,
+                 "Take faults while running, over HTTP on this port of 127.0.0.1; 0 takes a free "
+                 "one. A second line on standard output tells it")
+      ->group(group);
+  app.add_flag("--require-faults", arguments.settings.requireFaults,
+               "End with status 3 when a fault never fired")
+      ->group(group);
+  app.add_flag("--help-faults", arguments.helpFaults, "Tell what a fault rule can say, and end")
+      ->group(group);
+}
+
 std::string readPassword(const std::string& path) {
   std::ifstream file(path);
   std::string password;
@@ -153,6 +216,16 @@ InventorySizes reconciled(const CLI::App& app, InventorySizes sizes) {
   return sizes;
 }
 
+void takeFaults(Arguments& arguments) {
+  SimulatorOptions& options = arguments.settings.options;
+  if (!arguments.faultFile.empty()) {
+    FaultDocument document = loadFaultDocument(arguments.faultFile);
+    options.faults = std::move(document.rules);
+    if (!options.faultSeed) options.faultSeed = document.seed;
+  }
+  for (const std::string& rule : arguments.faults) options.faults.push_back(parseFaultRule(rule));
+}
+
 Settings settingsFrom(const CLI::App& app, Arguments arguments) {
   SimulatorOptions& options = arguments.settings.options;
   options.inventory = arguments.inventoryFile.empty()
@@ -166,6 +239,7 @@ Settings settingsFrom(const CLI::App& app, Arguments arguments) {
   options.users = {arguments.user};
   options.tokenValidity = std::chrono::seconds(arguments.tokenValiditySeconds);
   options.keepJournal = false;
+  takeFaults(arguments);
   return std::move(arguments.settings);
 }
 
@@ -177,14 +251,20 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
   addInventoryOptions(app, arguments);
   addServerOptions(app, arguments);
   addSessionOptions(app, arguments);
+  addFaultOptions(app, arguments);
   app.set_version_flag("--version", "vrmsim " VRMSIM_VERSION);
   app.footer(kExamples);
+  app.formatter(std::make_shared<NarrowHelp>());
   try {
     app.parse(argc, argv);
+    if (arguments.helpFaults) {
+      std::cout << faultHelp() << std::flush;
+      return {std::nullopt, std::cout ? 0 : kCannotWrite};
+    }
     return {settingsFrom(app, std::move(arguments)), 0};
   } catch (const CLI::ParseError& error) {
     return {std::nullopt, app.exit(error) == 0 ? 0 : kWrongUsage};
-  } catch (const std::exception& error) {  // of the inventory or the password file
+  } catch (const std::exception& error) {  // of a file, a size or a fault
     std::cerr << "vrmsim: " << error.what() << "\n";
     return {std::nullopt, kWrongUsage};
   }

@@ -9,11 +9,12 @@ namespace kestrelvisor::vrmsim {
 
 // What the user asked for.
 struct Settings {
-  SimulatorOptions options;
+  SimulatorOptions options;     // the faults included
   std::string certificateFile;  // empty: none is written
   std::string requestLogFile;   // empty: none is written
   bool printInventory = false;
   bool listCertificates = false;
+  bool requireFaults = false;  // a fault that never fired is a failure
 };
 
 // The outcome of reading the command line: settings to run with, or the status to end with.

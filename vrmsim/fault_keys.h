@@ -30,6 +30,7 @@ struct FaultKey {
   const char* value;  // what stands behind the "=", for people; empty: the key stands alone
   FaultKeyKind kind;
   bool repeatable;
+  const char* help;                                         // one line
   void (*read)(FaultRule& rule, const std::string& value);  // throws FaultValueError
 };
 

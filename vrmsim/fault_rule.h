@@ -39,6 +39,7 @@ struct FaultMatch {
   std::uint64_t every = 0;              // each one whose number it divides; 0: not asked
   std::uint64_t count = 0;              // at most so many hits; 0: no limit
   std::optional<std::uint32_t> chance;  // percent
+  bool operator==(const FaultMatch&) const = default;
 };
 
 // What the answer says instead of the manager's own.
@@ -57,6 +58,7 @@ struct AnswerEdit {
   std::vector<std::string> dropHeaders;
   std::uint64_t headerSize = 0;   // bytes of one header's value; 0: no such header
   std::uint64_t headerCount = 0;  // further headers
+  bool operator==(const AnswerEdit&) const = default;
 };
 
 enum class BodyLength { kRight, kShorter, kLonger, kNegative, kHuge, kExact };
@@ -71,6 +73,7 @@ struct Framing {
   bool endless = false;                  // the body never ends
   std::optional<std::uint64_t> garbage;  // bytes instead of the answer
   std::uint64_t continues = 0;           // interim answers first
+  bool operator==(const Framing&) const = default;
 };
 
 enum class Break { kNone, kSilence, kCut, kReset, kAlert };
@@ -91,6 +94,7 @@ struct Interruption {
   BreakPoint at = BreakPoint::kEnd;
   std::uint64_t afterBytes = 0;  // of the body, with kBody
   bool clean = true;             // a cut says goodbye by TLS first
+  bool operator==(const Interruption&) const = default;
 };
 
 // What happens to the manager itself.
@@ -102,6 +106,7 @@ struct StateChange {
   std::string inventoryPatch;              // JSON merge patch; empty: none
   std::vector<std::string> removedVms;     // urns
   std::uint64_t addedVms = 0;
+  bool operator==(const StateChange&) const = default;
 };
 
 // One fault: what it is for and what it does.
@@ -115,6 +120,8 @@ struct FaultRule {
   StateChange state;
   std::chrono::milliseconds delay{0};
   std::uint32_t bytesPerSecond = 0;  // 0: at once
+
+  bool operator==(const FaultRule&) const = default;
 
   FaultMoment moment() const;
 

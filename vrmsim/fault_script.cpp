@@ -219,7 +219,7 @@ Script scriptOf(const FaultRule& rule, HttpReply& reply, bool keepAlive, SeededR
   appendSend(script, Send(parts.head), rule.bytesPerSecond);
   for (Send& send : parts.body) appendSend(script, std::move(send), rule.bytesPerSecond);
   script.ending = endingOf(rule.interruption, servesOn);
-  if (parts.head.empty()) reply.status = 0;
+  if (parts.head.empty() || rule.framing.bodyAlone) reply.status = 0;
   return script;
 }
 

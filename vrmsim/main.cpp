@@ -12,17 +12,22 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace {
 
 using kestrelvisor::vrmsim::CertificateCase;
 using kestrelvisor::vrmsim::CommandLine;
+using kestrelvisor::vrmsim::ConnectionFault;
 using kestrelvisor::vrmsim::RecordedRequest;
 using kestrelvisor::vrmsim::RequestLog;
 using kestrelvisor::vrmsim::Settings;
 using kestrelvisor::vrmsim::Simulator;
 
 constexpr int kCannotServe = 1;
+constexpr int kWrongUsage = 2;
+constexpr int kFaultsUnfired = 3;
 
 // Holds back the signals that end the process, in this thread and in all that it starts.
 sigset_t blockEndingSignals() {
@@ -49,7 +54,25 @@ void listCertificates() {
   std::cout << std::flush;
 }
 
-void serveUntilSignalled(Settings settings) {
+// Tells of the faults that nothing has met; false when there are any.
+bool allFaultsFired(const Simulator& simulator) {
+  const std::vector<std::string> unfired = simulator.unfiredFaults();
+  for (const std::string& name : unfired) {
+    std::cerr << "vrmsim: this fault never fired: " << name << "\n";
+  }
+  return unfired.empty();
+}
+
+void tellAddresses(const Simulator& simulator) {
+  std::cout << "vrmsim ready: " << simulator.url() << "\n";
+  if (const std::string url = simulator.controlUrl(); !url.empty()) {
+    std::cout << "vrmsim control: " << url << "\n";
+  }
+  std::cout << std::flush;
+  if (!std::cout) throw std::runtime_error("the ready line cannot be written to standard output");
+}
+
+int serveUntilSignalled(Settings settings) {
   const sigset_t signals = blockEndingSignals();
   std::unique_ptr<RequestLog> log;
   if (!settings.requestLogFile.empty()) log = std::make_unique<RequestLog>(settings.requestLogFile);
@@ -57,14 +80,17 @@ void serveUntilSignalled(Settings settings) {
     if (log) log->write(request);
     if (!request.complaint.empty()) std::cerr << "vrmsim: " << request.complaint << std::endl;
   };
+  settings.options.onConnectionFault = [&log](const ConnectionFault& fault) {
+    if (log) log->write(fault);
+  };
   const Simulator simulator(std::move(settings.options));
   if (!settings.certificateFile.empty()) {
     writeCertificate(settings.certificateFile, simulator.certificatePem());
   }
-  std::cout << "vrmsim ready: " << simulator.url() << std::endl;
-  if (!std::cout) throw std::runtime_error("the ready line cannot be written to standard output");
+  tellAddresses(simulator);
   int signal = 0;
   sigwait(&signals, &signal);
+  return allFaultsFired(simulator) || !settings.requireFaults ? 0 : kFaultsUnfired;
 }
 
 }  // namespace
@@ -82,8 +108,10 @@ int main(int argc, char** argv) {
     return std::cout ? 0 : kCannotServe;
   }
   try {
-    serveUntilSignalled(std::move(settings));
-    return 0;
+    return serveUntilSignalled(std::move(settings));
+  } catch (const kestrelvisor::vrmsim::FaultRuleError& error) {  // no use with these settings
+    std::cerr << "vrmsim: " << error.what() << "\n";
+    return kWrongUsage;
   } catch (const std::exception& error) {
     std::cerr << "vrmsim: " << error.what() << "\n";
     return kCannotServe;

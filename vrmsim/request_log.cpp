@@ -39,6 +39,12 @@ std::string timeText(TimePoint time) {
   return text.data();
 }
 
+std::string onOneLine(const Json::Value& value) {
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  return Json::writeString(builder, value);
+}
+
 }  // namespace
 
 std::string requestLogLine(const RecordedRequest& request) {
@@ -58,18 +64,27 @@ std::string requestLogLine(const RecordedRequest& request) {
   }
   line["body"] = request.body;
   line["status"] = request.status;
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  return Json::writeString(builder, line);
+  if (!request.fault.empty()) line["fault"] = request.fault;
+  return onOneLine(line);
+}
+
+std::string requestLogLine(const ConnectionFault& fault) {
+  Json::Value line(Json::objectValue);
+  line["connection"] = Json::UInt64{fault.connection};
+  line["time"] = timeText(fault.time);
+  line["tls"] = fault.tls;
+  line["stage"] = fault.stage;
+  line["fault"] = fault.fault;
+  return onOneLine(line);
 }
 
 RequestLog::RequestLog(const std::string& path) : file_(path, std::ios::binary | std::ios::trunc) {
   if (!file_) throw std::runtime_error("the request log " + path + " cannot be written");
 }
 
-void RequestLog::write(const RecordedRequest& request) {
+void RequestLog::writeLine(const std::string& line) {
   // One insertion and one flush: a reader never sees the beginning of a line alone.
-  file_ << requestLogLine(request) + "\n" << std::flush;
+  file_ << line + "\n" << std::flush;
 }
 
 }  // namespace kestrelvisor::vrmsim

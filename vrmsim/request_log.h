@@ -11,14 +11,21 @@ namespace kestrelvisor::vrmsim {
 // are replaced by a fingerprint that is the same for the same value.
 std::string requestLogLine(const RecordedRequest& request);
 
-// A file with one line for each request. Every line is in the file when write returns.
+// The same for a fault that hit a connection before its first request.
+std::string requestLogLine(const ConnectionFault& fault);
+
+// A file with one line for each request and each fault of a connection. Every line is in the file
+// when write returns.
 class RequestLog {
  public:
   // Throws std::runtime_error when the file cannot be opened.
   explicit RequestLog(const std::string& path);
-  void write(const RecordedRequest& request);
+  void write(const RecordedRequest& request) { writeLine(requestLogLine(request)); }
+  void write(const ConnectionFault& fault) { writeLine(requestLogLine(fault)); }
 
  private:
+  void writeLine(const std::string& line);
+
   std::ofstream file_;
 };
 

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <stdexcept>
 
 namespace kestrelvisor::vrmsim::test {
@@ -21,11 +22,15 @@ namespace {
 
 constexpr int kPatienceSeconds = 30;
 
+// How long a read waits for its first byte.
+void wait(int socket, timeval patience) {
+  setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+}
+
 int connectTo(const std::string& address, std::uint16_t port) {
   const int handle = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (handle < 0) throw std::runtime_error("no socket");
-  const timeval patience{kPatienceSeconds, 0};
-  setsockopt(handle, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+  wait(handle, {kPatienceSeconds, 0});
   sockaddr_in peer{};
   peer.sin_family = AF_INET;
   peer.sin_port = htons(port);
@@ -57,6 +62,7 @@ struct Connection::Tls {
     ssl.reset(SSL_new(context.get()));
     X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(ssl.get()), address.c_str());
     SSL_set_fd(ssl.get(), handle);
+    std::signal(SIGPIPE, SIG_IGN);  // OpenSSL writes to a peer that has gone without asking
     if (SSL_connect(ssl.get()) != 1) throw std::runtime_error("TLS handshake failed");
   }
 
@@ -146,6 +152,20 @@ std::string Connection::read(std::size_t size) {
   const std::string bytes = pending_.substr(0, size);
   pending_.erase(0, size);
   return bytes;
+}
+
+bool Connection::isSilent() {
+  constexpr int kMomentMicroseconds = 30'000;
+  wait(socket_, {0, kMomentMicroseconds});
+  char byte = 0;
+  // TLS has messages of its own, which are no word of the server's.
+  const ssize_t count =
+      tls_ ? SSL_peek(tls_->ssl.get(), &byte, 1) : ::recv(socket_, &byte, 1, MSG_PEEK);
+  const bool nothing =
+      tls_ ? SSL_get_error(tls_->ssl.get(), static_cast<int>(count)) == SSL_ERROR_WANT_READ
+           : count < 0 && errno == EAGAIN;
+  wait(socket_, {kPatienceSeconds, 0});
+  return pending_.empty() && nothing;
 }
 
 void Connection::hangUp() { ::shutdown(socket_, SHUT_WR); }

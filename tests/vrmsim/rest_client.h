@@ -55,6 +55,10 @@ class Connection {
   std::string read(std::size_t size);
   Remainder readToTheEnd();
 
+  // Nothing has come so far, and the connection is open. Looks once, after a moment that is long
+  // for a server that wants to speak.
+  bool isSilent();
+
   // Lets the server see the end of what the client sends, as when it has hung up.
   void hangUp();
 
