@@ -2,6 +2,7 @@
 
 #include "tests/support/test_headers.h"
 #include "tests/vrmsim/rest_client.h"
+#include "tests/vrmsim/running_simulator.h"
 #include "tests/vrmsim/simulator_fixture.h"
 #include "vrmsim/certificate_matrix.h"
 #include "vrmsim/digest.h"
@@ -17,41 +18,6 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 using ::testing::StartsWith;
-
-using Arguments = std::vector<std::string>;
-
-// The executable, started and ready.
-class RunningSimulator {
- public:
-  explicit RunningSimulator(const Arguments& arguments)
-      : process(VRMSIM_EXECUTABLE, arguments), readyLine(process.readLine()) {}
-
-  std::uint16_t port() const {
-    const std::size_t colon = readyLine.rfind(':');
-    return static_cast<std::uint16_t>(std::stoul(readyLine.substr(colon + 1)));
-  }
-
-  int end(int signal = SIGTERM) {
-    process.signal(signal);
-    return process.wait();
-  }
-
-  Process process;
-  const std::string readyLine;
-};
-
-// A run that ends by itself.
-struct Outcome {
-  explicit Outcome(const Arguments& arguments) {
-    Process process(VRMSIM_EXECUTABLE, arguments);
-    output = process.restOfOutput();
-    errors = process.errors();
-    status = process.wait();
-  }
-  std::string output;
-  std::string errors;
-  int status = -1;
-};
 
 Json::Value parsed(const std::string& text) {
   Answer answer;
@@ -289,6 +255,12 @@ TEST(VrmsimCommandLine, HelpsWithExamplesOfOptionsItHas) {
                              "--role",
                              "--token-validity",
                              "--api-version",
+                             "--fault",
+                             "--faults",
+                             "--fault-seed",
+                             "--control-port",
+                             "--require-faults",
+                             "--help-faults",
                              "Backup@123"}) {
     EXPECT_THAT(outcome.output, HasSubstr(option));
   }

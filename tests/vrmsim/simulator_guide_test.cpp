@@ -1,4 +1,4 @@
-#include "tests/vrmsim/process.h"
+#include "tests/vrmsim/running_simulator.h"
 #include "tests/vrmsim/simulator_fixture.h"
 #include "vrmsim/inventory_file.h"
 #include "vrmsim/inventory_generator.h"
@@ -8,17 +8,6 @@
 
 namespace kestrelvisor::vrmsim::test {
 namespace {
-
-// The code blocks of one language, without their fences.
-std::vector<std::string> blocksOf(const std::string& guide, const std::string& language) {
-  const std::string fence = "```" + language + "\n";
-  std::vector<std::string> blocks;
-  for (std::size_t at = guide.find(fence); at != std::string::npos; at = guide.find(fence, at)) {
-    at += fence.size();
-    blocks.push_back(guide.substr(at, guide.find("```", at) - at));
-  }
-  return blocks;
-}
 
 std::set<std::string> optionsIn(const std::string& text) {
   std::set<std::string> options;
