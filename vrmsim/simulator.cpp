@@ -10,6 +10,7 @@
 #include "vrmsim/rest_service.h"
 
 #include <mutex>
+#include <optional>
 #include <utility>
 
 namespace kestrelvisor::vrmsim {
@@ -33,9 +34,10 @@ struct Simulator::Impl {
         identity(identityFor(options)),
         service(options),
         plan(options.faultSeed.value_or(kUsualSeed)),
-        control(plan, service, [this](auto rules) { addFaults(std::move(rules)); }),
-        server((addFaults(std::move(options.faults)), endpoints())) {
+        control(plan, service, [this](auto rules) { addFaults(std::move(rules)); }) {
     options.inventory = {};  // the service has its own
+    addFaults(std::move(options.faults));
+    server.emplace(endpoints());
   }
 
   // All of them, or none when one cannot be used.
@@ -139,7 +141,7 @@ struct Simulator::Impl {
   std::uint64_t sequence = 0;
   mutable std::mutex journalMutex;
   std::vector<RecordedRequest> journal;
-  HttpServer server;  // last: its thread uses all of the above
+  std::optional<HttpServer> server;  // last: its thread uses all of the above
 };
 
 Simulator::Simulator(SimulatorOptions options)
@@ -147,7 +149,7 @@ Simulator::Simulator(SimulatorOptions options)
 
 Simulator::~Simulator() = default;
 
-std::uint16_t Simulator::port() const { return impl_->server.port(0); }
+std::uint16_t Simulator::port() const { return impl_->server->port(0); }
 
 std::string Simulator::address() const { return impl_->options.bindAddress; }
 
@@ -166,7 +168,7 @@ std::uint64_t Simulator::handshakes() const { return impl_->server.handshakes();
 
 std::string Simulator::controlUrl() const {
   if (!impl_->options.controlPort) return {};
-  return std::string("http://") + kControlAddress + ":" + std::to_string(impl_->server.port(1));
+  return std::string("http://") + kControlAddress + ":" + std::to_string(impl_->server->port(1));
 }
 
 std::vector<RecordedRequest> Simulator::journal() const {
