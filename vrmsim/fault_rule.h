@@ -77,6 +77,8 @@ struct Framing {
 };
 
 enum class Break { kNone, kSilence, kCut, kReset, kAlert };
+
+// In the order in which a conversation comes to them.
 enum class BreakPoint {
   kAccept,
   kHelloUnanswered,
