@@ -61,5 +61,66 @@ TEST(HostMemory, IsCleanAfterALoginWithoutABody) {
   EXPECT_THAT(host.output, ::testing::HasSubstr("verify: status 0"));
 }
 
+// A fault that each operation of one run meets at a request of its own.
+struct WatchedFault {
+  const char* name;
+  const char* words;
+  int attempts;  // until the request has failed
+  const char* disabled;
+};
+class HostMemoryUnderFault : public ::testing::TestWithParam<WatchedFault> {
+ protected:
+  const vrmsim::test::TemporaryFolder folder;
+  const std::string nested = folder.write("nested.json", std::string(100000, '['));
+  Simulator simulator{simulatedSite(false)};
+};
+
+TEST_P(HostMemoryUnderFault, IsClean) {
+  std::string words = GetParam().words;
+  if (words == "body-file") words += "=" + nested;
+  const std::string act = " count=" + std::to_string(GetParam().attempts) + " " + words;
+  simulator.addFault("path=/service/sites" + act);
+  simulator.addFault("path=*/clusters" + act);
+  simulator.addFault("path=*/CBTbackup" + act);
+
+  const HostRun host = runWatched(simulator, kAll);
+
+  EXPECT_EQ(host.status, 1) << host.errors;
+  EXPECT_THAT(simulator.unfiredFaults(), ::testing::IsEmpty());
+  EXPECT_THAT(host.output, ::testing::HasSubstr("verify: status 107"));
+  EXPECT_THAT(host.output, ::testing::HasSubstr("scan: status 104"));
+  EXPECT_THAT(host.output, ::testing::HasSubstr(GetParam().disabled));
+}
+
+// Whatever stands in the answer to a CBT request, its status alone counts.
+INSTANTIATE_TEST_SUITE_P(
+    For, HostMemoryUnderFault,
+    ::testing::Values(WatchedFault{"ACutInsideTheHeaders",
+                                   R"(http09 body="HTTP/1.1 200 OK\r\nContent-Le" cut=end)", 1,
+                                   "disable: status 0"},
+                      WatchedFault{"AResetInsideTheHeaders",
+                                   R"(http09 body="HTTP/1.1 200 OK\r\nContent-Le" reset=end)", 2,
+                                   "disable: status 97"},
+                      WatchedFault{"ACutInsideTheBody", "cut=body:5", 2, "disable: status 97"},
+                      WatchedFault{"AHalfText", R"(body="{\"total\":1,\"si")", 1,
+                                   "disable: status 0"},
+                      WatchedFault{"AnArrayForAnObject", "body=[]", 1, "disable: status 0"},
+                      WatchedFault{"ADeepNesting", "body-file", 1, "disable: status 0"}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST(HostMemory, IsCleanAfterALoginWithoutABodyInEveryOperation) {
+  Simulator simulator(simulatedSite(false));
+  simulator.addFault("method=POST nth=1 empty");           // of the verification
+  simulator.addFault("method=POST skip=2 count=2 empty");  // of scan and CBT request
+
+  const HostRun host = runWatched(simulator, kAll);
+
+  EXPECT_EQ(host.status, 1) << host.errors;
+  for (const std::string& operation : kAll) {
+    EXPECT_THAT(host.errors, ::testing::HasSubstr(operation + ": login answer 200 without a body"));
+  }
+  EXPECT_THAT(simulator.unfiredFaults(), ::testing::IsEmpty());
+}
+
 }  // namespace
 }  // namespace kestrelvisor::test
