@@ -164,7 +164,7 @@ std::string Simulator::certificatePem() const {
   return impl_->identity ? impl_->identity->trustedPem : std::string();
 }
 
-std::uint64_t Simulator::handshakes() const { return impl_->server.handshakes(); }
+std::uint64_t Simulator::handshakes() const { return impl_->server->handshakes(); }
 
 std::string Simulator::controlUrl() const {
   if (!impl_->options.controlPort) return {};

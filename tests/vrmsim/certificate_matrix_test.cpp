@@ -181,8 +181,9 @@ class TlsOfACase : public ::testing::Test {
   // shows the server's own certificate.
   static int agreedVersion(const char* name, int newest, bool withCertificate = false) {
     const TlsIdentity identity = certificateCase(name).make("127.0.0.1");
-    const HttpServer server("127.0.0.1", 0, identity,
-                            [](const HttpRequest&) { return HttpReply(); });
+    HttpServer::Endpoint endpoint{"127.0.0.1", 0, identity, {}, {}};
+    endpoint.answer = [](const HttpRequest&, bool) { return Script(); };
+    const HttpServer server({std::move(endpoint)});
     const Owned<SSL_CTX> context(SSL_CTX_new(TLS_client_method()));
     SSL_CTX_set_security_level(context.get(), 0);
     SSL_CTX_set_min_proto_version(context.get(), TLS1_VERSION);
@@ -192,7 +193,8 @@ class TlsOfACase : public ::testing::Test {
       SSL_CTX_use_PrivateKey(context.get(), keyOf(identity.privateKeyPem).get());
     }
     const Owned<BIO> connection(BIO_new_ssl_connect(context.get()));
-    BIO_set_conn_hostname(connection.get(), ("127.0.0.1:" + std::to_string(server.port())).c_str());
+    BIO_set_conn_hostname(connection.get(),
+                          ("127.0.0.1:" + std::to_string(server.port(0))).c_str());
     const bool agreed =
         BIO_do_connect(connection.get()) == 1 && BIO_do_handshake(connection.get()) == 1;
     EXPECT_EQ(server.handshakes(), 1U);
