@@ -51,7 +51,10 @@ constexpr const char* kFooter =
     "  KESTRELVISOR_PASSWORD_KEY[_FILE]  key of passwords, see encrypt-password\n"
     "  KESTRELVISOR_CONFIG               INI file; [General] CertAuthSwitch = 0 lets\n"
     "                                    a refused certificate pass\n"
-    "  NO_COLOR                          no colour on a terminal either";
+    "  NO_COLOR                          no colour on a terminal either\n"
+    "  http_proxy, https_proxy, all_proxy, no_proxy, SSLKEYLOGFILE, SSL_CERT_FILE,\n"
+    "  SSL_CERT_DIR, OPENSSL_CONF[_INCLUDE], OPENSSL_MODULES, OPENSSL_ENGINES\n"
+    "                                    obeyed with --use-environment alone";
 
 constexpr const char* kVerifyExamples =
     "Examples:\n"
@@ -211,6 +214,11 @@ void addManagerOptions(CLI::App& command, Arguments& arguments, const char* grou
       .add_flag("--keep-address", connection.keepAddress,
                 "Stay with the host of --manager, also when the manager reports another "
                 "address for its site")
+      ->group(group);
+  command
+      .add_flag("--use-environment", connection.useEnvironment,
+                "Obey the environment's proxies and other settings of libcurl and OpenSSL; they "
+                "are ignored otherwise")
       ->group(group);
 }
 

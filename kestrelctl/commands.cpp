@@ -5,6 +5,7 @@
 #include "kestrelctl/demo.h"
 #include "kestrelctl/engine_session.h"
 #include "kestrelctl/file_replacement.h"
+#include "kestrelctl/foreign_settings.h"
 #include "kestrelctl/reply_views.h"
 #include "kestrelctl/standard_output_exchange.h"
 #include "kestrelctl/terminal_text.h"
@@ -133,6 +134,7 @@ ExitCode encryptPasswordOfUser(const EncryptOptions& options) {
 }  // namespace
 
 ExitCode run(const Invocation& invocation) {
+  if (!invocation.connection.useEnvironment) forgetForeignSettings();
   switch (invocation.command) {
     case Command::verify:
       return verify(invocation);

@@ -185,9 +185,6 @@ void forgetOwnSettings() {
   }
 }
 
-// A proxy of the environment cannot reach our loopback.
-void reachLoopbackDirectly() { setenv("no_proxy", "127.0.0.1,localhost,::1", 1); }
-
 }  // namespace
 
 ExitCode runDemo(const DemoOptions& options) {
@@ -195,7 +192,6 @@ ExitCode runDemo(const DemoOptions& options) {
   const std::string inventory = findInventory(options);
   checkReplaceable("--save", options.saveFile);
   forgetOwnSettings();
-  reachLoopbackDirectly();
 
   const EndingSignals signals;
   const TemporaryFolder folder;

@@ -16,6 +16,7 @@ struct ConnectionOptions {
   std::string certificateFile;    // empty: the system's trust store
   std::optional<bool> strictTls;  // nothing: what the configuration file says
   bool keepAddress = false;
+  bool useEnvironment = false;  // obey the variables of libcurl and OpenSSL
 };
 
 struct LogSettings {

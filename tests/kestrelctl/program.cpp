@@ -37,7 +37,7 @@ std::vector<std::string> commandLine(const Arguments& arguments) {
 }
 
 std::vector<std::string> environmentOf(const Setting& setting) {
-  std::vector<std::string> words{"LC_ALL=C.UTF-8", "no_proxy=*", "TERM=xterm",
+  std::vector<std::string> words{"LC_ALL=C.UTF-8", "TERM=xterm",
                                  "TMPDIR=" + std::filesystem::temp_directory_path().string()};
   for (const auto& variable : setting.environment) {
     const std::string start = variable.first + "=";
