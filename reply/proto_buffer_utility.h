@@ -133,8 +133,9 @@ inline void printRelationRecords(const ScanEnvironmentReply& reply) {
 }
 
 inline void printDatastoreRecords(const ScanEnvironmentReply& reply) {
-  printDatastoreRow("id", "name", "mo_reference", std::string_view("size"),
-                    std::string_view("freesize"), "RecordSize");
+  constexpr std::string_view kSize = "size";
+  constexpr std::string_view kFreeSize = "freesize";
+  printDatastoreRow("id", "name", "mo_reference", kSize, kFreeSize, "RecordSize");
   for (const datastore_record& record : reply.datastore_records()) {
     printDatastoreRow(record.id(), record.name(), record.mo_reference(), record.size(),
                       record.freesize(), reply.datastore_records_size());

@@ -94,7 +94,6 @@ bool PasswordKey::read(std::string_view text) {
 }
 
 std::string problemOfKeyFile(const struct stat& status, uid_t user) {
-  if (!S_ISREG(status.st_mode)) return "not a regular file";
   if (status.st_uid != user && status.st_uid != 0) return "owned by another user";
   if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0)
     return "accessible to others than its owner; chmod 600 it";

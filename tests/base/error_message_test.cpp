@@ -59,6 +59,24 @@ TEST(ErrorMessage, WritesACbtNumberPlainlyInAHostsLocale) {
   EXPECT_EQ(error.errorCode, "1000, QStore agent is not be installed");
 }
 
+TEST(ErrorMessage, IsCopiedAndAssignedFieldByField) {
+  KestrelVisorErrorMessage error;
+  error.setErrorCode("2000", CBT_GET_OK);
+  error.setErrorDescription("gone");
+  error.errorParams = {"parameter"};
+  KestrelVisorErrorMessage assigned;
+
+  const KestrelVisorErrorMessage copy(error);
+  assigned = error;
+
+  EXPECT_EQ(copy.errorCode, "2000");
+  EXPECT_EQ(copy.errorDescription, "gone");
+  EXPECT_EQ(copy.errorParams, error.errorParams);
+  EXPECT_EQ(assigned.errorCode, "2000");
+  EXPECT_EQ(assigned.errorDescription, "gone");
+  EXPECT_EQ(assigned.errorParams, error.errorParams);
+}
+
 struct CbtText {
   std::int32_t cbt;
   const char* code;

@@ -61,4 +61,18 @@ TEST(InventoryObject, StartsWithoutAKind) {
   EXPECT_EQ(object.objectStr + object.name + object.oldGuid + object.guid, "");
 }
 
+TEST(InventoryObject, IsAssignedFieldByField) {
+  KestrelVisorObj object;
+  object.type = 12;
+  object.name = "name";
+  object.guid = "guid";
+  KestrelVisorObj other;
+
+  other = object;
+
+  EXPECT_EQ(other.type, 12);
+  EXPECT_EQ(other.name, "name");
+  EXPECT_EQ(other.guid, "guid");
+}
+
 }  // namespace

@@ -120,6 +120,16 @@ TEST_F(Configuration, RefusesWhatIsNotARegularFile) {
   EXPECT_THAT(log_[0].text, ::testing::EndsWith("not a regular file"));
 }
 
+// A regular file to the eye; nothing lies at the address where reading it starts.
+TEST_F(Configuration, SaysWhyAFileCannotBeRead) {
+  kestrelvisor::setConfigurationFile("/proc/self/mem");
+
+  EXPECT_EQ(certAuthSwitch(), 1);
+
+  ASSERT_EQ(log_.size(), 1U);
+  EXPECT_EQ(log_[0].text, "Configuration not read: /proc/self/mem: Input/output error");
+}
+
 TEST_F(Configuration, SaysWhichValueIsNotANumber) {
   useFile("[General]\nCertAuthSwitch=off\n");
 
@@ -158,6 +168,7 @@ INSTANTIATE_TEST_SUITE_P(
         IniRow{"MarkWithinValue", "[General]\nCertAuthSwitch=7;0", 1},
         IniRow{"OtherSection", "[Other]\nCertAuthSwitch=0", 1},
         IniRow{"NoSection", "CertAuthSwitch=0", 1},
+        IniRow{"HalfASectionLine", "[General\nCertAuthSwitch=0\n[\n]\n", 1},
         IniRow{"OtherKey", "[General]\nCertAuth=0\nCertAuthSwitch2=0", 1},
         IniRow{"NoEquals", "[General]\nCertAuthSwitch 0", 1},
         IniRow{"Negative", "[General]\nCertAuthSwitch=-3", -3},

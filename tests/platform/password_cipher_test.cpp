@@ -1,3 +1,5 @@
+#define OPENSSL_SUPPRESS_DEPRECATED  // a random source of one's own
+
 #include "platform/reference/password_cipher.h"
 
 #include "base/wipe_string.h"
@@ -8,6 +10,8 @@
 #include "tests/platform/scratch.h"
 #include "tests/support/test_headers.h"
 
+#include <openssl/evp.h>
+#include <openssl/rand.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -66,6 +70,28 @@ TEST(SecString, WipesAShortValueThatIsReplaced) {
   secret->~SecString();
 }
 
+// OpenSSL's random source fails as long as this lives.
+class NoRandomBytes {
+ public:
+  NoRandomBytes() { RAND_set_rand_method(&kFailing); }
+  ~NoRandomBytes() { RAND_set_rand_method(nullptr); }
+  NoRandomBytes(const NoRandomBytes&) = delete;
+  NoRandomBytes& operator=(const NoRandomBytes&) = delete;
+
+ private:
+  static int fail(unsigned char*, int) { return 0; }
+  static constexpr RAND_METHOD kFailing{nullptr, fail, nullptr, nullptr, fail, nullptr};
+};
+
+// OpenSSL finds no algorithm as long as this lives.
+class NoAlgorithms {
+ public:
+  NoAlgorithms() { EVP_set_default_properties(nullptr, "provider=none"); }
+  ~NoAlgorithms() { EVP_set_default_properties(nullptr, ""); }
+  NoAlgorithms(const NoAlgorithms&) = delete;
+  NoAlgorithms& operator=(const NoAlgorithms&) = delete;
+};
+
 class PasswordCipher : public ::testing::Test {
  protected:
   ~PasswordCipher() override { kestrelvisor::forgetPasswordKey(); }
@@ -120,6 +146,32 @@ TEST_F(PasswordCipher, HidesThePasswordAndNeverRepeatsItself) {
   EXPECT_THAT(first, ::testing::MatchesRegex("kv1:[A-Za-z0-9+/]+=*"));
   EXPECT_EQ(first.size(), 4U + (12 + 13 + 16 + 2) / 3 * 4);
   EXPECT_NE(first, second);
+}
+
+TEST_F(PasswordCipher, TellsThatThereAreNoRandomBytes) {
+  useKey(kHexKey);
+  const NoRandomBytes exhausted;
+  std::string text = "left over";
+  std::string problem;
+
+  EXPECT_FALSE(kestrelvisor::encryptPassword("correct horse", text, problem));
+  EXPECT_EQ(text, "");
+  EXPECT_EQ(problem, "encryption failed");
+  EXPECT_FALSE(kestrelvisor::generateKey(text, problem));
+  EXPECT_EQ(text, "");
+  EXPECT_EQ(problem, "no random bytes");
+}
+
+TEST_F(PasswordCipher, TellsThatTheCipherIsMissing) {
+  useKey(kHexKey);
+  const std::string cipher = encrypted("correct horse");
+  const NoAlgorithms missing;
+  std::string text;
+  std::string problem;
+
+  EXPECT_FALSE(kestrelvisor::encryptPassword("correct horse", text, problem));
+  EXPECT_EQ(problem, "encryption failed");
+  EXPECT_EQ(decrypted(cipher), "!3");
 }
 
 // Made with another implementation of AES-256-GCM.

@@ -28,6 +28,12 @@ INSTANTIATE_TEST_SUITE_P(
         UrlRow{"EightGroupsWithoutPort", "https://1:2:3:4:5:6:7:8/", "https://[1:2:3:4:5:6:7:8]/"},
         UrlRow{"Zone", "https://fe80::1%eth0:7443/x", "https://[fe80::1%25eth0]:7443/x"},
         UrlRow{"EscapedZone", "https://fe80::1%25eth0:7443/x", "https://[fe80::1%25eth0]:7443/x"},
+        UrlRow{"EmptyZone", "https://fe80::1%:7443/x", "https://fe80::1%:7443/x"},
+        UrlRow{"ZoneThatIs25", "https://fe80::1%25:7443/x", "https://[fe80::1%2525]:7443/x"},
+        UrlRow{"ZoneOfAllKinds", "https://fe80::1%aZ0-._~:7443/x",
+               "https://[fe80::1%25aZ0-._~]:7443/x"},
+        UrlRow{"ZoneThatIsNone", "https://fe80::1%a!b:7443/x", "https://fe80::1%a!b:7443/x"},
+        UrlRow{"ZoneBelowTheLetters", "https://fe80::1%[@:7443/x", "https://fe80::1%[@:7443/x"},
         UrlRow{"UserAndAddress", "https://me@::1:7443/x", "https://me@[::1]:7443/x"},
         UrlRow{"Brackets", "https://[fe80::1]:7443/x", "https://[fe80::1]:7443/x"},
         UrlRow{"BracketsWithoutPort", "https://[fe80::1]/x", "https://[fe80::1]/x"},
@@ -80,7 +86,8 @@ TEST_F(KeptHost, IsOffAgainAfterAnEmptyText) {
 TEST_F(KeptHost, RefusesWhatCannotBeAHost) {
   ASSERT_TRUE(kestrelvisor::keepToHost("manager"));
 
-  for (const std::string host : {"a/b", "a@b", "a b", "a\r\nb", "a?b", "a#b", "a:b", "[a]", "[::1"})
+  for (const std::string host :
+       {"a/b", "a@b", "a\x7f", "a b", "a\r\nb", "a?b", "a#b", "a:b", "[a]", "[::1"})
     EXPECT_FALSE(kestrelvisor::keepToHost(host)) << host;
 
   EXPECT_EQ(FormatFullUrl("https://10.0.0.1:7443/x"), "https://manager:7443/x");

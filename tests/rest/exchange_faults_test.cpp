@@ -392,6 +392,22 @@ TEST_F(Faults, ReceiveBufferKeepsItsSizeWhenItFindsNoMemory) {
   delete[] chunk.memory;
 }
 
+TEST_F(Faults, ReceiveBufferKeepsItsSizeWhenItsOldBytesCannotBeCopied) {
+  MemoryStruct chunk;
+  std::string piece = "abc";
+  const auto receive = [&] {
+    return KestrelVisor_rest_api::writeMemoryCallback(piece.data(), 1, piece.size(), &chunk);
+  };
+  EXPECT_EQ(receive(), 3U);
+  memory.failCopy();
+
+  EXPECT_EQ(receive(), 3U);
+
+  EXPECT_EQ(chunk.memory, nullptr);
+  EXPECT_EQ(chunk.size, 3U);
+  EXPECT_EQ(memory.buffersAlive(), 0);
+}
+
 TEST_F(Faults, WatchNoticesASecretInFreedMemory) {
   memory.searchFor(kSecrets);
 

@@ -2,10 +2,12 @@
 
 #include <malloc.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -16,6 +18,7 @@ struct Watch {
   bool active = false;
   int failIn = 0;
   bool failed = false;
+  bool copyFails = false;
   std::array<void*, kMostBuffers> buffers{};
   bool searching = false;
   std::array<std::string_view, 3> secrets{};
@@ -75,6 +78,15 @@ void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
 void operator delete(void* memory, const std::nothrow_t&) noexcept { release(memory); }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept { release(memory); }
 
+// memcpy_s by its names in the binary: the platform's, and the one that stands in front of it.
+extern "C" int __real__Z8memcpy_sPvmPKvm(void* target, std::size_t targetSize, const void* source,
+                                         std::size_t count);
+extern "C" int __wrap__Z8memcpy_sPvmPKvm(void* target, std::size_t targetSize, const void* source,
+                                         std::size_t count) {
+  if (std::exchange(watch.copyFails, false)) return EINVAL;
+  return __real__Z8memcpy_sPvmPKvm(target, targetSize, source, count);
+}
+
 namespace kestrelvisor::test {
 
 WatchedMemory::WatchedMemory() {
@@ -88,6 +100,8 @@ void WatchedMemory::failBuffer(int nth) {
   watch.failIn = nth;
   watch.failed = false;
 }
+
+void WatchedMemory::failCopy() { watch.copyFails = true; }
 
 bool WatchedMemory::bufferFailed() const { return watch.failed; }
 

@@ -17,6 +17,8 @@ class WatchedMemory {
 
   // Fails the nth allocation of a receive buffer from now on, counted from 1.
   void failBuffer(int nth);
+  // Fails the next copy into a receive buffer that holds something already.
+  void failCopy();
   // Whether such an allocation has failed.
   bool bufferFailed() const;
   // Receive buffers that have not been freed.
