@@ -14,8 +14,18 @@ target_compile_options(kestrelvisor_warnings INTERFACE
 
 # gdb and valgrind read these tables from either compiler.
 add_compile_options($<$<CXX_COMPILER_ID:Clang>:-gdwarf-4>)
+
+# Hardening. tests/integration/check_hardening looks for each of these in what ships.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fcf-protection=full KESTRELVISOR_HAS_CONTROL_FLOW_PROTECTION)
 add_compile_options(-fstack-protector-strong)
-add_link_options(-Wl,-z,relro,-z,now)
+add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
+# The checked functions of the C library need optimisation, and sanitizers have checks of their own.
+add_compile_options(
+  "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>"
+  $<$<AND:$<BOOL:${KESTRELVISOR_HAS_CONTROL_FLOW_PROTECTION}>,$<NOT:$<CONFIG:Debug>>>:-fcf-protection=full>)
 
 if(KESTRELVISOR_SANITIZE)
   # Instrumented code misleads GCC's flow analysis inside Boost; the plain builds keep this warning.
