@@ -11,7 +11,6 @@ namespace {
 
 using ::testing::AllOf;
 using ::testing::Contains;
-using ::testing::ElementsAre;
 using ::testing::Gt;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -164,6 +163,18 @@ TEST(Guest, SurvivesAManagerThatHangsUpWhileTheRequestIsSent) {
 
   const HostRun host = runHost(GUEST_PROBE, "127.0.0.1", manager.port(), false, "",
                                {"verify", "scan"}, {"GUEST_PROBE_SENDS_HALTINGLY=1"});
+
+  EXPECT_EQ(host.status, 1) << host.errors;
+  EXPECT_THAT(sendsIntoClosedConnections(host), Gt(0));
+  EXPECT_THAT(changesIn(host), nothingAfter({"verify", "scan"}));
+}
+
+// TLS takes its leave after the reset, on a connection that is no more.
+TEST(Guest, SurvivesAManagerThatResetsAConnectionUnderTls) {
+  Simulator simulator(simulatedSite(true));
+  simulator.addFault("path=/service/versions reset=request");
+
+  const HostRun host = runHost(GUEST_PROBE, simulator, {"verify", "scan"});
 
   EXPECT_EQ(host.status, 1) << host.errors;
   EXPECT_THAT(sendsIntoClosedConnections(host), Gt(0));
