@@ -1,12 +1,17 @@
 #include "platform/reference/url.h"
 
+#include "base/log.h"
 #include "platform/contract/helpers.h"
+#include "platform/reference/platform_tag.h"
 
 #include <arpa/inet.h>
+#include <curl/curl.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -14,14 +19,15 @@ namespace kestrelvisor {
 namespace {
 
 // Never destroyed: the logouts at process exit format their URLs too.
-struct KeptHost {
+struct UrlRules {
   std::mutex mutex;
-  std::string host;
+  std::string keptHost;                     // empty: the URL's own
+  std::vector<std::string> allowedServers;  // in libcurl's spelling; empty: all
 };
 
-KeptHost& keptHost() {
-  static KeptHost* const kept = new KeptHost;
-  return *kept;
+UrlRules& urlRules() {
+  static UrlRules* const rules = new UrlRules;
+  return *rules;
 }
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
@@ -82,22 +88,8 @@ bool canStandInHost(char c) {
          std::string_view("/?#@\\\"<>^`{|}").find(c) == std::string_view::npos;
 }
 
-}  // namespace
-
-bool keepToHost(std::string_view host) {
-  if (!std::all_of(host.begin(), host.end(), canStandInHost)) return false;
-  std::string address = bracketed(withoutBrackets(host));
-  if (address.empty() && host.find_first_of(":[]") != std::string_view::npos) return false;
-
-  KeptHost& kept = keptHost();
-  const std::lock_guard lock(kept.mutex);
-  kept.host = address.empty() ? std::string(host) : std::move(address);
-  return true;
-}
-
-}  // namespace kestrelvisor
-
-std::string FormatFullUrl(const std::string& url) {
+// Brackets a bare IPv6 address and keeps to the host that is set; other texts stay as they are.
+std::string formatted(const std::string& url) {
   constexpr std::string_view kSchemeEnd = "://";
   const std::size_t scheme = url.find_first_of(":/?#");
   if (scheme == std::string::npos || url.compare(scheme, kSchemeEnd.size(), kSchemeEnd) != 0)
@@ -109,12 +101,111 @@ std::string FormatFullUrl(const std::string& url) {
     start += user + 1;
   if (start == end) return url;
 
-  kestrelvisor::Server server =
-      kestrelvisor::splitServer(std::string_view(url).substr(start, end - start));
+  Server server = splitServer(std::string_view(url).substr(start, end - start));
   {
-    kestrelvisor::KeptHost& kept = kestrelvisor::keptHost();
-    const std::lock_guard lock(kept.mutex);
-    if (!kept.host.empty()) server.host = kept.host;
+    UrlRules& rules = urlRules();
+    const std::lock_guard lock(rules.mutex);
+    if (!rules.keptHost.empty()) server.host = rules.keptHost;
   }
   return url.substr(0, start) + server.host + server.port + url.substr(end);
+}
+
+// A URL as libcurl reads it when it connects.
+class ReadUrl {
+ public:
+  explicit ReadUrl(const std::string& url) : handle_(curl_url()) {
+    constexpr unsigned kAsForATransfer = CURLU_GUESS_SCHEME | CURLU_NON_SUPPORT_SCHEME;
+    good_ = handle_ != nullptr &&
+            curl_url_set(handle_.get(), CURLUPART_URL, url.c_str(), kAsForATransfer) == CURLUE_OK;
+  }
+
+  bool good() const { return good_; }
+  bool namesUser() const { return part(CURLUPART_USER).has_value(); }
+  bool namesPort() const { return part(CURLUPART_PORT).has_value(); }
+
+  // Host, zone and port, however the URL spells them.
+  std::string server() const {
+    std::string host = part(CURLUPART_HOST).value_or("");
+    std::transform(host.begin(), host.end(), host.begin(), [](char c) {
+      return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    if (const auto zone = part(CURLUPART_ZONEID)) host += "%" + *zone;
+    return host + ":" + part(CURLUPART_PORT, CURLU_DEFAULT_PORT).value_or("");
+  }
+
+ private:
+  struct Free {
+    void operator()(CURLU* handle) const noexcept { curl_url_cleanup(handle); }
+    void operator()(char* text) const noexcept { curl_free(text); }
+  };
+
+  std::optional<std::string> part(CURLUPart which, unsigned flags = 0) const {
+    char* text = nullptr;
+    if (curl_url_get(handle_.get(), which, &text, flags) != CURLUE_OK) return std::nullopt;
+    const std::unique_ptr<char, Free> owner(text);
+    return std::string(text);
+  }
+
+  std::unique_ptr<CURLU, Free> handle_;
+  bool good_ = false;
+};
+
+// Returns what speaks against a URL, or an empty text. Of the URL it names the server alone: what
+// stands before "@" may be a password, and paths are the manager's words.
+std::string objectionTo(const std::string& url) {
+  std::vector<std::string> allowed;
+  {
+    UrlRules& rules = urlRules();
+    const std::lock_guard lock(rules.mutex);
+    allowed = rules.allowedServers;
+  }
+  if (allowed.empty()) return {};
+
+  const ReadUrl read(url);
+  if (!read.good()) return "cannot be read, so nobody knows where it leads";
+  const std::string server = read.server();
+  if (std::find(allowed.begin(), allowed.end(), server) == allowed.end()) {
+    return "leads to " + server + ", which is not allowed";
+  }
+  return read.namesUser() ? "holds a user for " + server : std::string();
+}
+
+}  // namespace
+
+bool keepToHost(std::string_view host) {
+  if (!std::all_of(host.begin(), host.end(), canStandInHost)) return false;
+  std::string address = bracketed(withoutBrackets(host));
+  if (address.empty() && host.find_first_of(":[]") != std::string_view::npos) return false;
+
+  UrlRules& rules = urlRules();
+  const std::lock_guard lock(rules.mutex);
+  rules.keptHost = address.empty() ? std::string(host) : std::move(address);
+  return true;
+}
+
+bool allowOnlyServers(const std::vector<std::string>& servers) {
+  std::vector<std::string> allowed;
+  for (const std::string& server : servers) {
+    if (!std::all_of(server.begin(), server.end(), canStandInHost)) return false;
+    const Server parts = splitServer(server);
+    const ReadUrl read("https://" + parts.host + parts.port);
+    if (!read.good() || !read.namesPort()) return false;
+    allowed.push_back(read.server());
+  }
+  UrlRules& rules = urlRules();
+  const std::lock_guard lock(rules.mutex);
+  rules.allowedServers = std::move(allowed);
+  return true;
+}
+
+}  // namespace kestrelvisor
+
+std::string FormatFullUrl(const std::string& url) {
+  std::string result = kestrelvisor::formatted(url);
+  const std::string objection = kestrelvisor::objectionTo(result);
+  if (objection.empty()) return result;
+  KV_LOG_AS(kestrelvisor::kPlatformTag, kError, "Request refused: its URL ", objection,
+            ". An address that is the manager's own must be allowed, or replaced by the one that "
+            "was asked for; anything else is an attempt to get at the session.");
+  return std::string(kestrelvisor::kRefusedUrl);
 }

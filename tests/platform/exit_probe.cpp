@@ -46,7 +46,9 @@ int main(int argc, char** argv) {
   std::string problem;
   if (!kestrelvisor::configureLogging(options, problem)) return 1;
   kestrelvisor::setConfigurationValue("General", "CertAuthSwitch", "5");
-  kestrelvisor::keepToHost("manager.example.with.a.name.beyond.the.small.buffer");
+  const std::string host = "manager.example.with.a.name.beyond.the.small.buffer";
+  kestrelvisor::keepToHost(host);
+  kestrelvisor::allowOnlyServers({host + ":7443"});
   *KCPTSP::get(TSP_RequestID) = 42;
   log("first words");
 }
