@@ -210,10 +210,16 @@ void addManagerOptions(CLI::App& command, Arguments& arguments, const char* grou
       ->type_name("NAME")
       ->envname("KESTRELVISOR_USER")
       ->group(group);
+  CLI::Option* const keep =
+      command.add_flag("--keep-address", connection.keepAddress,
+                       "Stay with the host of --manager where the manager reports another "
+                       "address for its site; with neither this nor the next option nothing "
+                       "is sent to such an address");
+  keep->group(group);
   command
-      .add_flag("--keep-address", connection.keepAddress,
-                "Stay with the host of --manager, also when the manager reports another "
-                "address for its site")
+      .add_flag("--follow-address", connection.followAddress,
+                "Go to whatever address the manager reports for its site, and log in there")
+      ->excludes(keep)
       ->group(group);
   command
       .add_flag("--use-environment", connection.useEnvironment,

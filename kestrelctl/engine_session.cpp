@@ -10,6 +10,7 @@
 #include "platform/reference/url.h"
 
 #include <cstdlib>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -56,6 +57,10 @@ void prepareTransport(const ConnectionOptions& options) {
   }
   if (options.keepAddress && !keepToHost(options.manager.host)) {
     throw wrongUsage("--keep-address: " + options.manager.host + " cannot be kept");
+  }
+  const bool anyServer = options.followAddress;
+  if (!allowOnlyServers(anyServer ? std::vector<std::string>() : serversOf(options.manager))) {
+    throw wrongUsage("--manager: " + options.manager.host + " cannot be the address of a server");
   }
 }
 

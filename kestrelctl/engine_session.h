@@ -17,7 +17,8 @@ namespace kestrelvisor::ctl {
 // Every operation throws a Failure when it does not work.
 class EngineSession {
  public:
-  // Prepares engine and request; the network is not touched.
+  // Prepares engine and request. Of the network only the manager's name is looked up. From here on
+  // the process sends requests to this manager alone, unless the options say otherwise.
   explicit EngineSession(const ConnectionOptions& options);
   ~EngineSession();
   EngineSession(const EngineSession&) = delete;

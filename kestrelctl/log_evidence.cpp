@@ -7,6 +7,8 @@ namespace {
 
 constexpr int kWarningLevel = 3;
 constexpr int kErrorLevel = 4;
+constexpr std::string_view kRefusedUrlMark = "Request refused: its URL ";
+constexpr std::string_view kRefusedUrlEnd = ". ";
 
 bool startsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
@@ -65,13 +67,16 @@ void LogEvidence::takeWarning(std::string_view text) {
 }
 
 void LogEvidence::take(const LogRecord& record) {
-  const std::string_view text = record.text;
+  std::string_view text = record.text;
   if (record.level == kWarningLevel) return takeWarning(text);
   if (record.level != kErrorLevel) return;
   if (auto refusal = readRefusal(text)) {
     latest_ = std::move(refusal);
   } else if (endsRequest(text)) {
     settle(record);
+  } else if (startsWith(text, kRefusedUrlMark)) {
+    text.remove_prefix(kRefusedUrlMark.size());
+    refusedUrl_ = text.substr(0, text.find(kRefusedUrlEnd));
   } else if (startsWith(text, "checkLoginAgainAndCert: logIn is failed")) {
     loginCode_ = behind(text, "reason is ");
   } else if (startsWith(text, "Failed to disable the CBT for VM")) {

@@ -24,6 +24,8 @@ class LogEvidence {
   // Of the last request that failed. A logout that fails says nothing about the operation, nor does
   // an attempt whose repetition worked.
   const std::optional<Refusal>& refusal() const { return refusal_; }
+  // What spoke against the URL of the last request that the platform did not let out.
+  const std::optional<std::string>& refusedUrl() const { return refusedUrl_; }
   // Code of the last login that failed.
   const std::optional<std::string>& loginCode() const { return loginCode_; }
   // Code with which switching off changed-block tracking failed.
@@ -38,6 +40,7 @@ class LogEvidence {
 
   std::optional<Refusal> latest_;  // of the last attempt; not known yet what it belongs to
   std::optional<Refusal> refusal_;
+  std::optional<std::string> refusedUrl_;
   std::optional<std::string> loginCode_;
   std::optional<std::string> cbtCode_;
   std::optional<std::string> passedCertificate_;

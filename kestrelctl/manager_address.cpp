@@ -3,10 +3,14 @@
 #include "kestrelctl/failure.h"
 
 #include <arpa/inet.h>
+#include <netdb.h>
+#include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
+#include <memory>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -85,6 +89,29 @@ std::string_view takeName(std::string_view text, ManagerAddress& address) {
   return colon == std::string_view::npos ? std::string_view() : text.substr(colon);
 }
 
+struct AddressListFree {
+  void operator()(addrinfo* list) const noexcept { freeaddrinfo(list); }
+};
+using AddressList = std::unique_ptr<addrinfo, AddressListFree>;
+
+// A name that cannot be resolved has no addresses; the engine's first request tells why.
+AddressList resolved(const std::string& host) {
+  addrinfo wanted{};
+  wanted.ai_socktype = SOCK_STREAM;
+  addrinfo* list = nullptr;
+  if (getaddrinfo(host.c_str(), nullptr, &wanted, &list) != 0) return nullptr;
+  return AddressList(list);
+}
+
+std::string numericHost(const addrinfo& address) {
+  std::array<char, NI_MAXHOST> text{};
+  if (getnameinfo(address.ai_addr, address.ai_addrlen, text.data(), text.size(), nullptr, 0,
+                  NI_NUMERICHOST) != 0) {
+    return {};
+  }
+  return address.ai_family == AF_INET6 ? "[" + std::string(text.data()) + "]" : text.data();
+}
+
 }  // namespace
 
 std::string ManagerAddress::url() const {
@@ -103,6 +130,18 @@ ManagerAddress readManagerAddress(std::string_view text) {
   if (port.front() != ':') throw badAddress("what follows \"]\" is no port");
   address.port = readPort(port.substr(1));
   return address;
+}
+
+std::vector<std::string> serversOf(const ManagerAddress& address) {
+  const std::string port = ":" + std::to_string(address.port);
+  std::vector<std::string> servers{address.host + port};
+  if (address.host.front() == '[') return servers;
+  const AddressList addresses = resolved(address.host);
+  for (const addrinfo* entry = addresses.get(); entry != nullptr; entry = entry->ai_next) {
+    const std::string host = numericHost(*entry);
+    if (!host.empty()) servers.push_back(host + port);
+  }
+  return servers;
 }
 
 }  // namespace kestrelvisor::ctl

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 
@@ -20,5 +21,9 @@ struct ManagerAddress {
 // Reads "https://HOST:PORT" or "http://HOST:PORT"; without a scheme HTTPS is meant, without a port
 // the default one. Throws a Failure that says what is wrong.
 ManagerAddress readManagerAddress(std::string_view text);
+
+// Returns the servers that an address stands for, as "HOST:PORT": the one that it names and, for a
+// name, those that it resolves to.
+std::vector<std::string> serversOf(const ManagerAddress& address);
 
 }  // namespace kestrelvisor::ctl

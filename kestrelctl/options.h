@@ -15,8 +15,9 @@ struct ConnectionOptions {
   PasswordSource password;
   std::string certificateFile;    // empty: the system's trust store
   std::optional<bool> strictTls;  // nothing: what the configuration file says
-  bool keepAddress = false;
-  bool useEnvironment = false;  // obey the variables of libcurl and OpenSSL
+  bool keepAddress = false;       // replace what the manager reports by the host that was named
+  bool followAddress = false;     // let the manager report any address
+  bool useEnvironment = false;    // obey the variables of libcurl and OpenSSL
 };
 
 struct LogSettings {

@@ -149,6 +149,18 @@ std::string hintOf(ExitCode exitCode, const Cause& cause) {
   }
 }
 
+// A request that the platform kept back because of its URL is why the transfer failed.
+bool wentElsewhere(const Cause& cause, const LogEvidence& evidence) {
+  return evidence.refusedUrl() && cause.code == kOtherTransferFailure;
+}
+
+void explainRefusedUrl(const LogEvidence& evidence, Failure& failure) {
+  failure.facts.push_back({"refused", "a request whose URL " + *evidence.refusedUrl()});
+  failure.hint =
+      "--keep-address stays with the host of --manager; --follow-address goes where the manager "
+      "says, and gives the session to whoever is there";
+}
+
 std::string described(const Cause& cause) {
   if (cause.code.empty()) return cause.text;
   return cause.text.empty() ? "code " + cause.code : cause.text + " (code " + cause.code + ")";
@@ -168,7 +180,10 @@ Failure failureOf(const Attempt& attempt, const EnvProxyResult& result,
                   const std::string& description, const LogEvidence& evidence) {
   const Cause cause = causeOf(result, description, evidence);
   const ExitCode exitCode = exitCodeOf(cause, evidence);
-  Failure failure(exitCode, attempt.what + " failed: " + reasonOf(exitCode));
+  const bool elsewhere = wentElsewhere(cause, evidence);
+  Failure failure(exitCode,
+                  attempt.what + " failed: " +
+                      (elsewhere ? "the manager points at another server" : reasonOf(exitCode)));
   failure.facts.push_back({"manager", attempt.managerUrl + " as " + attempt.user});
   if (const std::string words = described(cause); !words.empty()) {
     failure.facts.push_back({"reason", words});
@@ -181,6 +196,7 @@ Failure failureOf(const Attempt& attempt, const EnvProxyResult& result,
   const char* const known =
       exitCode == ExitCode::managerFailed ? hintOfStatus(result.status) : nullptr;
   failure.hint = known == nullptr ? hintOf(exitCode, cause) : known;
+  if (elsewhere) explainRefusedUrl(evidence, failure);
   return failure;
 }
 

@@ -257,6 +257,88 @@ TEST_F(Certificates, FileWithoutACertificateIsWrongUsage) {
   EXPECT_THAT(manager.journal(), IsEmpty());
 }
 
+// A manager whose site claims another address: where the other server really is, or none at all.
+class OtherAddress : public ManagerTest {
+ protected:
+  OtherAddress() : other(otherOptions()) {}
+
+  void reportSite(const std::string& ip, const std::string& uri = "/service/sites/S") {
+    manager.answerOnce("GET", "/service/sites", 1,
+                       {200,
+                        {},
+                        R"({"sites":[{"isSelf":true,"urn":"u","name":"n","ip":")" + ip +
+                            R"(","uri":")" + uri + "\"}]}"});
+  }
+  // A server, where the manager's port would follow, which a fragment swallows.
+  std::string addressOfOther() const { return "127.0.0.2:" + std::to_string(other.port()) + "/#"; }
+
+  Simulator other;
+
+ private:
+  static SimulatorOptions otherOptions() {
+    SimulatorOptions options = managerOptions();
+    options.bindAddress = "127.0.0.2";
+    return options;
+  }
+};
+
+TEST_F(OtherAddress, GetsNothingAndIsToldWithTheOptionsThatHelp) {
+  reportSite(addressOfOther());
+
+  const Finished run(command({"verify"}));
+
+  EXPECT_EQ(run.status, 5);
+  EXPECT_THAT(other.journal(), IsEmpty());
+  const std::string server = "127.0.0.2:" + std::to_string(other.port());
+  EXPECT_THAT(run.talk,
+              AllOf(HasSubstr("verifying failed: the manager points at another server"),
+                    HasSubstr("leads to " + server + ", which is not allowed"),
+                    HasSubstr("--keep-address stays"), HasSubstr("--follow-address goes")));
+  EXPECT_EQ(manager.openSessions(), 0U);
+}
+
+TEST_F(OtherAddress, GetsNothingByAUriEither) {
+  reportSite("127.0.0.1", "@127.0.0.2:" + std::to_string(other.port()) + "/service/sites/S");
+
+  const Finished run(command({"scan"}));
+
+  EXPECT_EQ(run.status, 5);
+  EXPECT_THAT(other.journal(), IsEmpty());
+  EXPECT_THAT(run.talk, HasSubstr("--follow-address goes"));
+}
+
+TEST_F(OtherAddress, IsFollowedWhenTheUserSaysSo) {
+  reportSite(addressOfOther());
+
+  const Finished run(command({"verify"}, {"--follow-address"}));
+
+  EXPECT_NE(run.status, 0);
+  EXPECT_THAT(other.journal(), Not(IsEmpty()));
+}
+
+TEST_F(OtherAddress, IsReplacedWhenTheUserSaysSo) {
+  reportSite("192.0.2.7");
+
+  const Finished run(command({"verify"}, {"--keep-address"}));
+
+  EXPECT_EQ(run.status, 0) << run.talk;
+}
+
+TEST_F(OtherAddress, MayBeOneThatTheManagersNameStandsFor) {
+  reportSite("127.0.0.1");
+
+  const Finished run({"verify", "--manager", "http://localhost:" + std::to_string(manager.port()),
+                      "--user", kUser, "--password-file", passwordFile});
+
+  EXPECT_EQ(run.status, 0) << run.talk;
+}
+
+TEST_F(OtherAddress, CannotBeBothFollowedAndReplaced) {
+  const Finished run(command({"verify"}, {"--keep-address", "--follow-address"}));
+
+  EXPECT_EQ(run.status, 2);
+}
+
 class Scan : public ManagerTest {
  protected:
   const std::string saved = folder.file("reply.pb");
