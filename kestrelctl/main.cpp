@@ -2,6 +2,7 @@
 #include "kestrelctl/command_line.h"
 #include "kestrelctl/commands.h"
 #include "kestrelctl/console.h"
+#include "platform/reference/wiping_allocator.h"
 
 #include <csignal>
 #include <exception>
@@ -13,7 +14,11 @@ int runProgram(int argc, char** argv) {
   prepareStreams();
   try {
     const auto invocation = readCommandLine(argc, argv);
-    return invocation ? static_cast<int>(run(*invocation)) : 0;
+    if (!invocation) return 0;
+    if (!useWipingAllocators()) {
+      warn("memory that libcurl and OpenSSL free is not wiped: something used them before");
+    }
+    return static_cast<int>(run(*invocation));
   } catch (const ClosedPipe&) {
     return exitCodeOfSignal(SIGPIPE);
   } catch (const Interrupted& interrupted) {
