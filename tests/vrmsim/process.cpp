@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,6 +29,20 @@ struct Pipe {
   int write;
 };
 
+// A pipe that may be written to when nobody reads any more.
+struct InputPipe {
+  InputPipe() {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
+      throw std::runtime_error("no pipe");
+    }
+    read = ends[0];
+    write = ends[1];
+  }
+  int read;
+  int write;
+};
+
 std::string readAll(int handle) {
   std::string text;
   char buffer[4096];
@@ -38,8 +53,8 @@ std::string readAll(int handle) {
   return text;
 }
 
-pid_t spawn(const std::string& program, const std::vector<std::string>& arguments, int output,
-            int errors) {
+pid_t spawn(const std::string& program, const std::vector<std::string>& arguments, int input,
+            int output, int errors) {
   std::vector<std::string> words{program};
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> argv;
@@ -47,6 +62,7 @@ pid_t spawn(const std::string& program, const std::vector<std::string>& argument
   argv.push_back(nullptr);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
   posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
   pid_t id = -1;
@@ -59,11 +75,14 @@ pid_t spawn(const std::string& program, const std::vector<std::string>& argument
 }  // namespace
 
 Process::Process(const std::string& program, const std::vector<std::string>& arguments) {
+  const InputPipe input;
   const Pipe output;
   const Pipe errors;
+  input_ = input.write;
   output_ = output.read;
   errors_ = errors.read;
-  id_ = spawn(program, arguments, output.write, errors.write);
+  id_ = spawn(program, arguments, input.read, output.write, errors.write);
+  close(input.read);
   close(output.write);
   close(errors.write);
 }
@@ -73,8 +92,17 @@ Process::~Process() {
     ::kill(id_, SIGKILL);
     wait();
   }
+  close(input_);
   close(output_);
   close(errors_);
+}
+
+void Process::write(const std::string& text) const {
+  for (std::size_t sent = 0; sent < text.size();) {
+    const ssize_t count = ::send(input_, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
+    if (count <= 0) return;
+    sent += static_cast<std::size_t>(count);
+  }
 }
 
 std::string Process::readLine() {

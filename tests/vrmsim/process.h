@@ -17,6 +17,11 @@ class Process {
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
 
+  pid_t id() const { return id_; }
+
+  // Hands text to standard input. What a program that has ended does not read is dropped.
+  void write(const std::string& text) const;
+
   // The next line of standard output without its end; what is left when the output ends.
   std::string readLine();
 
@@ -32,6 +37,7 @@ class Process {
 
  private:
   pid_t id_ = -1;
+  int input_ = -1;
   int output_ = -1;
   int errors_ = -1;
   bool ended_ = false;
