@@ -1,5 +1,7 @@
 #include "kestrelctl/outcome.h"
 
+#include "platform/contract/security.h"
+
 #include <curl/curl.h>
 
 #include <algorithm>
@@ -161,9 +163,11 @@ void explainRefusedUrl(const LogEvidence& evidence, Failure& failure) {
       "says, and gives the session to whoever is there";
 }
 
+// The manager's words may quote the request, its headers included.
 std::string described(const Cause& cause) {
-  if (cause.code.empty()) return cause.text;
-  return cause.text.empty() ? "code " + cause.code : cause.text + " (code " + cause.code + ")";
+  const std::string text = WipeSensitiveData(cause.text);
+  if (cause.code.empty()) return text;
+  return text.empty() ? "code " + cause.code : text + " (code " + cause.code + ")";
 }
 
 std::string describedResult(const EnvProxyResult& result) {

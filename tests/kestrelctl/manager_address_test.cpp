@@ -38,6 +38,23 @@ TEST_P(UnreadableAddress, IsWrongUsage) {
   }
 }
 
+TEST(ManagerAddress, StandsForItselfWhenItIsANumber) {
+  EXPECT_THAT(serversOf(readManagerAddress("https://127.0.0.1:80")),
+              ::testing::Each("127.0.0.1:80"));
+  EXPECT_THAT(serversOf(readManagerAddress("https://[::1]:80")),
+              ::testing::ElementsAre("[::1]:80"));
+}
+
+TEST(ManagerAddress, StandsForWhatItsNameResolvesTo) {
+  EXPECT_THAT(serversOf(readManagerAddress("https://localhost:80")),
+              ::testing::IsSupersetOf({"localhost:80", "127.0.0.1:80"}));
+}
+
+TEST(ManagerAddress, StandsForItselfWhenItsNameIsUnknown) {
+  EXPECT_THAT(serversOf(readManagerAddress("https://manager.invalid:80")),
+              ::testing::ElementsAre("manager.invalid:80"));
+}
+
 INSTANTIATE_TEST_SUITE_P(ManagerAddress, UnreadableAddress,
                          ::testing::Values("", "https://", "https://:7443", "ftp://vrm",
                                            "https://user@vrm", "https://vrm:0", "https://vrm:65536",

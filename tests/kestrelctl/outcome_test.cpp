@@ -156,6 +156,34 @@ TEST(Outcome, TrackingFailureBeforeTheRequestTakesItsCodeFromTheLog) {
   EXPECT_EQ(failureOf(kAttempt, result, "", evidence).exitCode, ExitCode::refusedLogin);
 }
 
+TEST(Outcome, WordsOfTheManagerAreCleaned) {
+  const auto result = resultOf(104, 20111, "no X-Auth-Token: abcThe error code is 17.");
+
+  const Failure failure = failureOf(kAttempt, result, "", {});
+
+  EXPECT_EQ(factOf(failure, "reason"), "no X-Auth-Token: *** (code 17)");
+}
+
+TEST(Outcome, RequestThatWasKeptBackTellsWhyAndWhatHelps) {
+  const auto result = resultOf(104, 20111, "Unsupported protocol.The error code is 2002.");
+
+  const Failure failure = failureOf(
+      kAttempt, result, "", evidenceOf({"Request refused: its URL leads to a:1, no. An address"}));
+
+  EXPECT_EQ(failure.what(), std::string("scanning failed: the manager points at another server"));
+  EXPECT_EQ(factOf(failure, "refused"), "a request whose URL leads to a:1, no");
+  EXPECT_THAT(failure.hint, ::testing::StartsWith("--keep-address stays"));
+}
+
+TEST(Outcome, RequestThatWasKeptBackIsNotToBlameForAnotherFailure) {
+  const auto result = resultOf(104, 20111, "Down.The error code is 10000004.");
+
+  const Failure failure = failureOf(
+      kAttempt, result, "", evidenceOf({"Request refused: its URL leads to a:1, no. An address"}));
+
+  EXPECT_EQ(factOf(failure, "refused"), "(none)");
+}
+
 TEST(Outcome, ExceptionIsToldInItsWords) {
   const Failure failure = failureOfException(kAttempt, "basic_string::substr");
 
