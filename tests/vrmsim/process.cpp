@@ -1,17 +1,20 @@
 #include "tests/vrmsim/process.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 extern char** environ;
 
@@ -43,14 +46,12 @@ struct InputPipe {
   int write;
 };
 
-std::string readAll(int handle) {
-  std::string text;
+// Reads what there is; false at the end.
+bool readSome(int handle, std::string& text) {
   char buffer[4096];
-  ssize_t count = 0;
-  while ((count = ::read(handle, buffer, sizeof buffer)) > 0) {
-    text.append(buffer, static_cast<std::size_t>(count));
-  }
-  return text;
+  const ssize_t count = ::read(handle, buffer, sizeof buffer);
+  if (count > 0) text.append(buffer, static_cast<std::size_t>(count));
+  return count > 0;
 }
 
 pid_t spawn(const std::string& program, const std::vector<std::string>& arguments, int input,
@@ -123,9 +124,25 @@ int Process::wait() {
   return status_;
 }
 
-std::string Process::restOfOutput() { return readAll(output_); }
+std::string Process::restOfOutput() {
+  readBoth();
+  return std::move(outputText_);
+}
 
-std::string Process::errors() { return readAll(errors_); }
+std::string Process::errors() {
+  readBoth();
+  return std::move(errorText_);
+}
+
+// By turns: a program that fills one pipe would wait for ever for the reader of the other.
+void Process::readBoth() {
+  std::array<pollfd, 2> ends{{{output_, POLLIN, 0}, {errors_, POLLIN, 0}}};
+  while (ends[0].fd >= 0 || ends[1].fd >= 0) {
+    if (::poll(ends.data(), ends.size(), -1) < 0) continue;
+    if (ends[0].revents != 0 && !readSome(output_, outputText_)) ends[0].fd = -1;
+    if (ends[1].revents != 0 && !readSome(errors_, errorText_)) ends[1].fd = -1;
+  }
+}
 
 TemporaryFolder::TemporaryFolder() {
   std::string pattern = (std::filesystem::temp_directory_path() / "vrmsim-test-XXXXXX").string();

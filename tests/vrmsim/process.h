@@ -31,15 +31,19 @@ class Process {
   // Waits for the end; the exit status, or 128 and the signal's number.
   int wait();
 
-  // What remains of both outputs; to be called after wait.
+  // What remains of each output, up to the program's end.
   std::string restOfOutput();
   std::string errors();
 
  private:
+  void readBoth();
+
   pid_t id_ = -1;
   int input_ = -1;
   int output_ = -1;
   int errors_ = -1;
+  std::string outputText_;
+  std::string errorText_;
   bool ended_ = false;
   int status_ = 0;
 };
