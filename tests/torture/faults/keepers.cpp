@@ -1,0 +1,71 @@
+// Stands before the library calls that keep what they allocate inside objects of their own, which
+// our code frees by another call. Had our code lost such an object, the object itself would be left
+// as well, and it was made by a call that is not here.
+
+#include "tests/torture/faults/allocator.h"
+
+#include <curl/curl.h>
+#include <dlfcn.h>
+#include <openssl/evp.h>
+
+#include <cstdarg>
+#include <cstdlib>
+
+#undef curl_easy_setopt
+
+namespace kestrelvisor::torture {
+namespace {
+
+template <class Function>
+Function* nextOf(const char* name) {
+  void* const address = dlsym(RTLD_NEXT, name);
+  if (address == nullptr) std::abort();
+  return reinterpret_cast<Function*>(address);
+}
+
+// Looked up when the library is loaded: later, memory may be refused.
+const auto nextGlobalInit = nextOf<decltype(curl_global_init)>("curl_global_init");
+const auto nextPerform = nextOf<decltype(curl_easy_perform)>("curl_easy_perform");
+const auto nextSetopt = nextOf<decltype(curl_easy_setopt)>("curl_easy_setopt");
+const auto nextCleanup = nextOf<decltype(curl_easy_cleanup)>("curl_easy_cleanup");
+const auto nextDecryptInit = nextOf<decltype(EVP_DecryptInit_ex)>("EVP_DecryptInit_ex");
+
+}  // namespace
+}  // namespace kestrelvisor::torture
+
+using kestrelvisor::torture::InsideKeeper;
+
+extern "C" {
+
+CURLcode curl_global_init(long flags) {
+  const InsideKeeper inside("curl_global_init");
+  return kestrelvisor::torture::nextGlobalInit(flags);
+}
+
+CURLcode curl_easy_perform(CURL* handle) {
+  const InsideKeeper inside("curl_easy_perform");
+  return kestrelvisor::torture::nextPerform(handle);
+}
+
+// Every kind of argument fits where a pointer does.
+CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
+  va_list arguments;
+  va_start(arguments, option);
+  void* const argument = va_arg(arguments, void*);
+  va_end(arguments);
+  const InsideKeeper inside("curl_easy_setopt");
+  return kestrelvisor::torture::nextSetopt(handle, option, argument);
+}
+
+void curl_easy_cleanup(CURL* handle) {
+  const InsideKeeper inside("curl_easy_cleanup");
+  kestrelvisor::torture::nextCleanup(handle);
+}
+
+int EVP_DecryptInit_ex(EVP_CIPHER_CTX* context, const EVP_CIPHER* cipher, ENGINE* engine,
+                       const unsigned char* key, const unsigned char* nonce) {
+  const InsideKeeper inside("EVP_DecryptInit_ex");
+  return kestrelvisor::torture::nextDecryptInit(context, cipher, engine, key, nonce);
+}
+
+}  // extern "C"
