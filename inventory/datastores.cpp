@@ -97,6 +97,7 @@ bool KestrelVisor_rest_api::toDataStores(const std::string& json, datastores_t& 
   const Json::ArrayIndex total = answer["total"].asUInt();
   if (total == 0) return true;
   const Json::Value& datastores = answer["datastores"];
+  const Json::StreamWriterBuilder writer;
   for (Json::ArrayIndex index = 0; index < total; ++index) {
     const auto datastore = kestrelvisor::allocateOrNull<ST_DATASTORE_INFO>();
     if (!datastore) {
@@ -106,7 +107,8 @@ bool KestrelVisor_rest_api::toDataStores(const std::string& json, datastores_t& 
     }
     datastore->storageType = EN_DATASTORAGE_TYPE_NOT_SUPPORT;
     // One that cannot be read stays as "not supported", and addDatastore drops it.
-    static_cast<void>(getDatastoreInfo(datastores[index].toStyledString(), *datastore));
+    static_cast<void>(
+        getDatastoreInfo(kestrelvisor::writeJson(writer, datastores[index]), *datastore));
     out.push_back(datastore);
   }
   return true;

@@ -103,7 +103,7 @@ bool KestrelVisor_rest_api::getVmInfoFromVrmSub(VRM_INFO& vrm, const std::string
       return false;
     }
     SetDefaultValueForVMDetail(machine->detail);
-    if (!getVMDetail(Json::writeString(writer, element), &machine->detail)) {
+    if (!getVMDetail(kestrelvisor::writeJson(writer, element), &machine->detail)) {
       KV_LOG(kError, "Failed to parse vm jsonObj");
       return false;
     }
