@@ -49,8 +49,14 @@ void setPost(void* curl, const std::string& body) {
   curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.c_str());
 }
 
+// libcurl copies the verb. Without it the request would go out as another one.
+void setVerb(void* curl, const char* verb) {
+  const CURLcode result = curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, verb);
+  if (result == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
+}
+
 void setPut(void* curl, const std::string& body) {
-  curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, "PUT");
+  setVerb(curl, "PUT");
   curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.c_str());
 }
 
@@ -175,8 +181,7 @@ void KestrelVisor_rest_api::setCurlSendMethod(const SEND_METHOD& method, void* c
     case SEND_METHOD_POST:
       return setPost(curl, body);
     case SEND_METHOD_DELETE:
-      curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, "DELETE");
-      return;
+      return setVerb(curl, "DELETE");
     case SEND_METHOD_PUT:
       return setPut(curl, body);
     case SEND_METHOD_GET:

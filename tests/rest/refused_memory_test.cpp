@@ -77,5 +77,22 @@ TEST(RefusedMemory, LosesNoDatastore) {
                                });
 }
 
+TEST(RefusedMemory, SendsNoRequestWithAnotherVerb) {
+  KestrelVisor_rest_api api;
+  const CurlHandle handle(api.initCurl());
+
+  Allocator::arm(FaultPlan{1, false});
+  bool threw = false;
+  try {
+    api.setCurlSendMethod(SEND_METHOD_DELETE, handle.get(), "");
+  } catch (const std::bad_alloc&) {
+    threw = true;
+  }
+  const std::uint64_t refused = Allocator::disarm().failed;
+
+  EXPECT_EQ(refused, 1U);
+  EXPECT_TRUE(threw);
+}
+
 }  // namespace
 }  // namespace kestrelvisor::test
