@@ -1,5 +1,6 @@
 #include "engine/kestrelvisor_engine.h"
 
+#include "base/list_room.h"
 #include "base/log.h"
 #include "engine/error_model.h"
 #include "engine/kestrelvisor_public.h"
@@ -101,7 +102,7 @@ EnvProxyResult KestrelVisorEngine::scanEnvironment(ScanEnvironmentReply& reply,
   std::string machines = std::to_string(reply.machine_records_size());
   std::string others = std::to_string(reply.non_vm_records_size());
   KV_LOG(kInfo, "Scan Environment success version is:", vrm.restVersion);
-  reply.add_environment_version(vrm.restVersion);
+  kestrelvisor::withRoomForOne(*reply.mutable_environment_version()).Add()->assign(vrm.restVersion);
   result.AddDetail(kestrelvisor::kDetailScanned, std::move(machines), std::move(others), "");
   description = err.errorDescription;
   wipeString(vrm.clientPassword);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/list_room.h"
 #include "base/log.h"
 #include "environment.pb.h"
 #include "platform/contract/helpers.h"
@@ -43,7 +44,7 @@ void addTreeRecord(const T& node, std::uint64_t parent, bool direct, ScanEnviron
   record.set_guid(node.objectGUID);
   if (parent != kNoParentIndex) record.set_parentid(parent);
   record.set_directparent(direct);
-  reply.add_tree_records()->CopyFrom(record);
+  withRoomForOne(*reply.mutable_tree_records()).Add()->CopyFrom(record);
 }
 
 template <class T>
@@ -170,7 +171,7 @@ void dumpNonVmObjects(const T& node, ScanEnvironmentReply& reply) {
   record.set_cpuvendor(node.cpuVendor);
   record.set_default_moref(kestrelvisor::recordedReference(node));
   record.set_drs(node.DRS);
-  reply.add_non_vm_records()->CopyFrom(record);
+  kestrelvisor::withRoomForOne(*reply.mutable_non_vm_records()).Add()->CopyFrom(record);
 }
 
 // Turns a tree into the records of a reply, and prints a reply for testers. T is the tree's node;

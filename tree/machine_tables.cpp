@@ -1,5 +1,6 @@
 // Adds the records of machines and their disks to the reply.
 
+#include "base/list_room.h"
 #include "base/log.h"
 #include "engine/kestrelvisor_public.h"
 #include "environment.pb.h"
@@ -112,13 +113,13 @@ bool KestrelVisorPublic::CreateVMAndDiskTable(const VRM_INFO& vrm, Tree& tree, O
            " object str is :", vrm.urn + record.canonicaluuid(),
            " machine object GUID is:", record.objectguid(), " vm group is  :", info.group,
            " host urn :", info.hostUrn);
-    reply.add_machine_records()->CopyFrom(record);
+    kestrelvisor::withRoomForOne(*reply.mutable_machine_records()).Add()->CopyFrom(record);
   };
   const auto addDisk = [&](const kestrelVisor_TreeNode& node, const DiskInfoForTreeView& disk) {
     disk_record record = describeDisk(vrm, node, disk);
     KV_LOG(kTrace, "disk GUID is :", disk.uuid, "  disk object GUID is:", record.objectguid());
     record.set_datastoremoref(restApi.urnToUri(disk.datastoreUrn));
-    reply.add_disk_records()->CopyFrom(record);
+    kestrelvisor::withRoomForOne(*reply.mutable_disk_records()).Add()->CopyFrom(record);
   };
 
   Tree::leaf_iterator leaf(tree);

@@ -1,3 +1,4 @@
+#include "base/list_room.h"
 #include "inventory/inventory_records.h"
 #include "platform/contract/platform.h"
 
@@ -24,14 +25,14 @@ void addDatastore(ScanEnvironmentReply& reply, const Datastore& datastore, unsig
   record.set_id(id);
   record.set_size(numberOf(datastore.capacity));
   record.set_freesize(numberOf(datastore.freeSpace));
-  reply.add_datastore_records()->CopyFrom(record);
+  kestrelvisor::withRoomForOne(*reply.mutable_datastore_records()).Add()->CopyFrom(record);
 }
 
 void addRelation(ScanEnvironmentReply& reply, unsigned long computer, unsigned long storage) {
   resource_relation_record record;
   record.set_computer_resource_id(computer);
   record.set_storage_resource_id(storage);
-  reply.add_resource_relation_records()->CopyFrom(record);
+  kestrelvisor::withRoomForOne(*reply.mutable_resource_relation_records()).Add()->CopyFrom(record);
 }
 
 }  // namespace
