@@ -60,19 +60,35 @@ void updateWantedFrom(const LogState& state) {
 
 thread_local bool insideCallback = false;
 
-// Calls the callbacks of the observers that exist now.
+// The calling thread's walk over the observers. One that ends meanwhile leaves its place empty.
+class Walk {
+ public:
+  explicit Walk(LogState& state) : state_(state) { insideCallback = true; }
+  ~Walk() {
+    insideCallback = false;
+    std::erase(state_.observers, nullptr);
+    updateWantedFrom(state_);
+  }
+  Walk(const Walk&) = delete;
+  Walk& operator=(const Walk&) = delete;
+
+ private:
+  LogState& state_;
+};
+
+// Calls the callbacks of the observers that exist now. Nothing is copied: a statement must not fail
+// because there is no memory for its observers.
 template <class Call>
 void forEachObserver(Call call) {
   if (insideCallback) return;
   LogState& state = logState();
   const std::lock_guard lock(state.mutex);
-  const CallbackList observers = state.observers;
-
-  struct Inside {
-    Inside() { insideCallback = true; }
-    ~Inside() { insideCallback = false; }
-  } const inside;
-  for (const auto& callbacks : observers) call(*callbacks);
+  const std::size_t count = state.observers.size();
+  const Walk walk(state);
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto callbacks = state.observers[i];  // a callback may end its own observer
+    if (callbacks) call(*callbacks);
+  }
 }
 
 void announce(int level, std::string_view function) {
@@ -141,7 +157,12 @@ LogObserver::LogObserver(OnRecord onRecord, OnStatement onStatement)
 LogObserver::~LogObserver() {
   LogState& state = logState();
   const std::lock_guard lock(state.mutex);
-  state.observers.erase(std::find(state.observers.begin(), state.observers.end(), callbacks_));
+  const auto place = std::find(state.observers.begin(), state.observers.end(), callbacks_);
+  if (insideCallback) {
+    place->reset();
+    return;
+  }
+  state.observers.erase(place);
   updateWantedFrom(state);
 }
 

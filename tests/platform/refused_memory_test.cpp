@@ -1,0 +1,86 @@
+#include "platform/contract/log.h"
+#include "platform/reference/logging.h"
+#include "tests/platform/quiet_log.h"
+#include "tests/support/test_headers.h"
+#include "tests/torture/faults/allocator.h"
+
+namespace kestrelvisor::test {
+namespace {
+
+using torture::Allocator;
+
+// Writes a record while no memory is to be had; whether an exception left the statement.
+bool statementThrows() {
+  Allocator::arm({1, true});
+  bool threw = false;
+  try {
+    LogProxy record(4, "tag", 0, "function", 1);
+    record << 0 << "a text that is too long to stand in place, so that it needs memory"
+           << "";
+  } catch (...) {
+    threw = true;
+  }
+  Allocator::disarm();
+  return threw;
+}
+
+TEST(LogWithoutMemory, FailsNoStatement) {
+  const QuietLog quiet;
+
+  EXPECT_FALSE(statementThrows());
+}
+
+TEST(LogWithoutMemory, FailsNoStatementThatIsObserved) {
+  const QuietLog quiet;
+  const LogObserver observer([](const LogRecord&) {});
+
+  EXPECT_FALSE(statementThrows());
+}
+
+TEST(LogWithoutMemory, StillTellsObserversOfTheStatement) {
+  const QuietLog quiet;
+  int statements = 0;
+  const LogObserver observer(nullptr, [&](int, std::string_view) { ++statements; });
+
+  statementThrows();
+
+  EXPECT_EQ(statements, 1);
+}
+
+// With memory: the list of observers changes under a walk over it.
+TEST(LogObserverList, MayLoseAnObserverWhileItIsWalked) {
+  const QuietLog quiet;
+  std::vector<std::string> seen;
+  std::unique_ptr<LogObserver> second;
+  const LogObserver first([&](const LogRecord& record) {
+    seen.push_back("first: " + record.text);
+    second.reset();
+  });
+  second = std::make_unique<LogObserver>(
+      [&](const LogRecord& record) { seen.push_back("second: " + record.text); });
+  const LogObserver third(
+      [&](const LogRecord& record) { seen.push_back("third: " + record.text); });
+
+  for (const char* text : {"a", "b"}) LogProxy(0, "tag", 0, "function", 1) << 0 << text << "";
+
+  EXPECT_THAT(seen, ::testing::ElementsAre("first: a", "third: a", "first: b", "third: b"));
+}
+
+TEST(LogObserverList, MayGetAnObserverWhileItIsWalked) {
+  const QuietLog quiet;
+  std::vector<std::string> seen;
+  std::unique_ptr<LogObserver> late;
+  const LogObserver first([&](const LogRecord& record) {
+    seen.push_back("first: " + record.text);
+    if (late) return;
+    late = std::make_unique<LogObserver>(
+        [&](const LogRecord& other) { seen.push_back("late: " + other.text); });
+  });
+
+  for (const char* text : {"a", "b"}) LogProxy(0, "tag", 0, "function", 1) << 0 << text << "";
+
+  EXPECT_THAT(seen, ::testing::ElementsAre("first: a", "first: b", "late: b"));
+}
+
+}  // namespace
+}  // namespace kestrelvisor::test
