@@ -102,9 +102,9 @@ class LiveBlocks {
 // Faults are the calling thread's own.
 struct Faults {
   FaultCounter counter;
-  std::array<std::uint64_t, kDoors> callsByDoor{};
   bool busy = false;  // inside the allocator's own bookkeeping
   const char* keeper = nullptr;
+  Stack firstFault;
 };
 constinit thread_local Faults faults;
 
@@ -119,7 +119,6 @@ struct Watch {
   std::size_t stackCount = 0;
   std::uint64_t secretsFreed = 0;
   Stack firstSecretFreed;
-  Stack firstFault;
 };
 constinit Watch watch;
 
@@ -154,15 +153,14 @@ void watchFresh(Door door, void* block, std::size_t size) {
 }
 
 void noteFault() {
-  if (!watch.recordStacks || watch.firstFault.depth != 0) return;
+  if (faults.firstFault.depth != 0) return;
   const Bookkeeping guard;
-  watch.firstFault = Stack::here();
+  faults.firstFault = Stack::here();
 }
 
 // Null when the plan says so or memory is out.
 void* allocate(Door door, std::size_t alignment, std::size_t size) {
   if (faults.counter.armed() && !faults.busy) {
-    ++faults.callsByDoor[static_cast<std::size_t>(door)];
     if (faults.counter.failsNow()) {
       noteFault();
       errno = ENOMEM;
@@ -270,13 +268,11 @@ bool Allocator::installInLibcurl() {
 }
 
 void Allocator::arm(const FaultPlan& plan) {
-  faults.callsByDoor = {};
+  faults.firstFault.depth = 0;
   faults.counter.arm(plan);
 }
 
 FaultCount Allocator::disarm() { return faults.counter.disarm(); }
-
-const std::array<std::uint64_t, kDoors>& Allocator::callsByDoor() { return faults.callsByDoor; }
 
 void Allocator::watch(std::string_view secret, bool recordStacks) {
   using torture::watch;
@@ -287,7 +283,6 @@ void Allocator::watch(std::string_view secret, bool recordStacks) {
   watch.recordStacks = recordStacks;
   watch.stackCount = 0;
   watch.secretsFreed = 0;
-  watch.firstFault = {};
   watch.active = true;
 }
 
@@ -305,7 +300,7 @@ std::uint64_t Allocator::secretsFreed() { return torture::watch.secretsFreed; }
 
 const Stack& Allocator::firstSecretFreed() { return torture::watch.firstSecretFreed; }
 
-const Stack& Allocator::firstFault() { return torture::watch.firstFault; }
+const Stack& Allocator::firstFault() { return faults.firstFault; }
 
 }  // namespace kestrelvisor::torture
 

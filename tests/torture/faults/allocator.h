@@ -16,7 +16,6 @@ namespace kestrelvisor::torture {
 
 // Through which door an allocation came.
 enum class Door : std::uint8_t { operatorNew, libc, libcurl, openssl };
-inline constexpr std::size_t kDoors = 4;
 
 using Frames = std::array<void*, 48>;
 
@@ -63,8 +62,6 @@ class Allocator {
   // Faults.
   static void arm(const FaultPlan& plan);
   static FaultCount disarm();
-  // Counted calls by door since the last arming.
-  static const std::array<std::uint64_t, kDoors>& callsByDoor();
 
   // Watching: remembers each block until it is freed, fills fresh blocks with a pattern, and
   // searches freed ones for the secret, whose text must outlive the watch.
@@ -82,7 +79,7 @@ class Allocator {
   // Number of blocks freed with the secret in them, and where the first of them was freed.
   static std::uint64_t secretsFreed();
   static const Stack& firstSecretFreed();
-  // Where the first allocation failed; empty unless stacks are recorded.
+  // Where the first allocation since the last arming was refused.
   static const Stack& firstFault();
 
  private:

@@ -8,10 +8,7 @@
 #include <dlfcn.h>
 #include <openssl/evp.h>
 
-#include <cstdarg>
 #include <cstdlib>
-
-#undef curl_easy_setopt
 
 namespace kestrelvisor::torture {
 namespace {
@@ -26,7 +23,6 @@ Function* nextOf(const char* name) {
 // Looked up when the library is loaded: later, memory may be refused.
 const auto nextGlobalInit = nextOf<decltype(curl_global_init)>("curl_global_init");
 const auto nextPerform = nextOf<decltype(curl_easy_perform)>("curl_easy_perform");
-const auto nextSetopt = nextOf<decltype(curl_easy_setopt)>("curl_easy_setopt");
 const auto nextCleanup = nextOf<decltype(curl_easy_cleanup)>("curl_easy_cleanup");
 const auto nextDecryptInit = nextOf<decltype(EVP_DecryptInit_ex)>("EVP_DecryptInit_ex");
 
@@ -45,16 +41,6 @@ CURLcode curl_global_init(long flags) {
 CURLcode curl_easy_perform(CURL* handle) {
   const InsideKeeper inside("curl_easy_perform");
   return kestrelvisor::torture::nextPerform(handle);
-}
-
-// Every kind of argument fits where a pointer does.
-CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
-  va_list arguments;
-  va_start(arguments, option);
-  void* const argument = va_arg(arguments, void*);
-  va_end(arguments);
-  const InsideKeeper inside("curl_easy_setopt");
-  return kestrelvisor::torture::nextSetopt(handle, option, argument);
 }
 
 void curl_easy_cleanup(CURL* handle) {
