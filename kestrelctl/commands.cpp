@@ -11,6 +11,7 @@
 #include "kestrelctl/terminal_text.h"
 #include "platform/reference/logging.h"
 #include "platform/reference/password_cipher.h"
+#include "platform/reference/wiping_allocator.h"
 
 #include <sstream>
 
@@ -131,10 +132,18 @@ ExitCode encryptPasswordOfUser(const EncryptOptions& options) {
   return ExitCode::success;
 }
 
+// libcurl and OpenSSL read the environment when they start, and the allocators start them.
+void prepareLibraries(bool useEnvironment) {
+  if (!useEnvironment) forgetForeignSettings();
+  if (!useWipingAllocators()) {
+    warn("memory that libcurl and OpenSSL free is not wiped: something used them before");
+  }
+}
+
 }  // namespace
 
 ExitCode run(const Invocation& invocation) {
-  if (!invocation.connection.useEnvironment) forgetForeignSettings();
+  prepareLibraries(invocation.connection.useEnvironment);
   switch (invocation.command) {
     case Command::verify:
       return verify(invocation);

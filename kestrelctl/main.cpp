@@ -2,7 +2,6 @@
 #include "kestrelctl/command_line.h"
 #include "kestrelctl/commands.h"
 #include "kestrelctl/console.h"
-#include "platform/reference/wiping_allocator.h"
 
 #include <csignal>
 #include <exception>
@@ -15,9 +14,6 @@ int runProgram(int argc, char** argv) {
   try {
     const auto invocation = readCommandLine(argc, argv);
     if (!invocation) return 0;
-    if (!useWipingAllocators()) {
-      warn("memory that libcurl and OpenSSL free is not wiped: something used them before");
-    }
     return static_cast<int>(run(*invocation));
   } catch (const ClosedPipe&) {
     return exitCodeOfSignal(SIGPIPE);
