@@ -2,13 +2,16 @@
 
 #include <cstdint>
 #include <ostream>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
 // One record of the host's log, written when the object ends.
 //
 // Every statement streams an integer first, the result code of the record (the engine's is always
-// 0), and then the pieces of its text. Pieces are written in the classic locale.
+// 0), and then the pieces of its text. Pieces are written in the classic locale. A piece that is a
+// std::string may quote the manager, and a manager may quote the request, its headers included: the
+// host keeps what is sensitive in it out of its log. No other piece holds anything secret.
 class LogProxy {
  public:
   // level: 0 trace, 1 and 2 progress, 3 warning, 4 error. tag and function must outlive the object.
@@ -17,6 +20,8 @@ class LogProxy {
   ~LogProxy();
   LogProxy(const LogProxy&) = delete;
   LogProxy& operator=(const LogProxy&) = delete;
+
+  LogProxy& operator<<(const std::string& piece);
 
   template <class Piece>
   LogProxy& operator<<(const Piece& piece) {

@@ -1,6 +1,7 @@
 #include "platform/reference/logging.h"
 
 #include "platform/contract/log.h"
+#include "platform/contract/security.h"
 #include "platform/reference/clock.h"
 #include "platform/reference/log_line.h"
 
@@ -181,6 +182,16 @@ LogProxy::LogProxy(int level, std::string_view tag, std::uint64_t requestId,
   // A record that finds no memory is lost; the statement goes on.
   stream_ = new (std::nothrow) std::ostringstream;
   if (stream_ != nullptr) stream_->imbue(std::locale::classic());
+}
+
+LogProxy& LogProxy::operator<<(const std::string& piece) {
+  if (stream_ == nullptr) return *this;
+  try {
+    *stream_ << WipeSensitiveData(piece);
+  } catch (const std::bad_alloc&) {  // the record is lost, the statement goes on
+    delete std::exchange(stream_, nullptr);
+  }
+  return *this;
 }
 
 LogProxy::~LogProxy() {

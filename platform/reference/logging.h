@@ -45,7 +45,7 @@ struct LogRecord {
   std::string function;
   int line = 0;
   int code = 0;  // the first integer of the statement; the engine's is 0
-  std::string text;
+  std::string text;  // its pieces of type std::string as WipeSensitiveData leaves them
 };
 
 // Sees every record of the process, whatever the threshold, from its construction to its end.

@@ -12,7 +12,9 @@ namespace {
 
 using kestrelvisor::LogObserver;
 using kestrelvisor::LogRecord;
+using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::Eq;
 
 class LogProxyTest : public ::testing::Test {
  protected:
@@ -42,6 +44,16 @@ TEST_F(LogProxyTest, HandsTheWholeRecordToAnObserver) {
   EXPECT_EQ(records_[0].line, 123);
   EXPECT_EQ(records_[0].code, 0);
   EXPECT_EQ(records_[0].text, "count = 3");
+}
+
+TEST_F(LogProxyTest, CleansEachPieceThatMayQuoteTheManager) {
+  const std::string words = "no X-Auth-Token: abc";
+  for (int level = 0; level <= 4; ++level) {
+    LogProxy(level, "tag", 42, "f()", 7) << 0 << "Credential: refused(" << words << ")";
+  }
+
+  EXPECT_THAT(texts(), Each(Eq("Credential: refused(no X-Auth-Token: ***)")));
+  EXPECT_EQ(texts().size(), 5U);
 }
 
 TEST_F(LogProxyTest, TakesTheFirstIntegerAsTheCode) {
