@@ -44,7 +44,7 @@ struct LogRecord {
   std::uint64_t requestId = 0;
   std::string function;
   int line = 0;
-  int code = 0;  // the first integer of the statement; the engine's is 0
+  int code = 0;      // the first integer of the statement; the engine's is 0
   std::string text;  // its pieces of type std::string as WipeSensitiveData leaves them
 };
 
