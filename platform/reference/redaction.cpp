@@ -24,6 +24,14 @@ bool isNameCharacter(char c) {
 
 bool isControlOrBlank(char c) { return static_cast<unsigned char>(c) <= ' '; }
 
+// "host:7443", with or without a user before it.
+bool endsInPort(std::string_view authority) {
+  constexpr std::size_t kLongestPort = 5;
+  const std::string_view port = authority.substr(authority.rfind(':') + 1);
+  if (port.empty() || port.size() > kLongestPort || port.size() == authority.size()) return false;
+  return port.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
 // The start or end of a quoted text. JSON within a JSON string has backslashes before its quotes:
 // one at the first level, three at the second, and so on.
 struct Delimiter {
@@ -204,11 +212,15 @@ void Redactor::passColon() {
   std::size_t end = at_;
   while (end < text_.size() && !isControlOrBlank(text_[end]) && !isIn(text_[end], "/?#\"'<>\\"))
     ++end;
-  const std::string_view authority = text_.substr(at_, end - at_);
+  const std::size_t start = at_;
+  const std::string_view authority = text_.substr(start, end - start);
   const std::size_t user = authority.rfind('@');
   const std::size_t colon = authority.find(':');
-  if (user == std::string_view::npos || colon >= user) return;
-  redact(at_ + colon + 1, at_ + user, replacementIn(std::nullopt));
+  if (user != std::string_view::npos && colon < user) {
+    redact(start + colon + 1, start + user, replacementIn(std::nullopt));
+  }
+  // A host is no name of a value, whatever it is called.
+  if (endsInPort(authority)) at_ = lastName_ = end;
 }
 
 // Whether a quoted or nested value really is at its end here.
