@@ -89,6 +89,34 @@ TEST_P(ManagerChange, KilledSessionsCostOneLoginAndOneRepeat) {
   EXPECT_EQ(scan.requests.size(), cleanScan().requests.size() + 2);
 }
 
+TEST_P(ManagerChange, WrongTokenCostsOneLoginAndOneRepeat) {
+  simulator().addFault(ruleFor(kLogin, "count=1 set-header=\"X-Auth-Token: wrong\""));
+
+  const Course verification = operate(engine, Operation::verify);
+
+  EXPECT_EQ(verification.status, 0);
+  EXPECT_THAT(verification.requests,
+              ElementsAre(kVersions.line(), kLogin.line(), kSites.line(), kLogin.line(),
+                          kSites.line(), kLogin.line(), kSites.line()));
+  EXPECT_EQ(verification.ownSessions, 1U);
+  EXPECT_THAT(verification.lines, ::testing::Contains(HasSubstr("error code is 10000002(")));
+  expectNextGood(Operation::verify);
+}
+
+TEST_P(ManagerChange, SecondWrongTokenFailsTheVerification) {
+  simulator().addFault(ruleFor(kLogin, "count=2 set-header=\"X-Auth-Token: wrong\""));
+
+  const Course verification = operate(engine, Operation::verify);
+
+  EXPECT_EQ(verification.status, 107);
+  EXPECT_THAT(verification.detail[1], HasSubstr(" The error code is 10000002."));
+  EXPECT_THAT(verification.requests,
+              ElementsAre(kVersions.line(), kLogin.line(), kSites.line(), kLogin.line(),
+                          kSites.line(), kLogout.line()));
+  EXPECT_EQ(verification.ownSessions, 0U);
+  expectNextGood(Operation::verify);
+}
+
 TEST_P(ManagerChange, RoleTakenAwayRefusesTheNextLogin) {
   simulator().addFault(ruleFor(kVersions, "count=1 take-role=administrator"));
 
