@@ -152,6 +152,7 @@ void watchStatement(int, std::string_view function) {
 struct Row {
   std::uint64_t calls = 0;
   std::uint64_t points = 0;
+  std::uint64_t widestStride = 1;
   std::uint64_t succeeded = 0;
   std::uint64_t failedAsTold = 0;
   std::uint64_t threw = 0;
@@ -169,6 +170,7 @@ struct Row {
 void Row::add(Board& board) {
   calls = std::max(calls, board.calls);
   points += board.tried;
+  widestStride = std::max(widestStride, board.widestStride);
   succeeded += board.succeeded;
   failedAsTold += board.failedAsTold;
   threw += board.threw;
@@ -186,9 +188,10 @@ void Row::add(Board& board) {
 
 void printHeading() {
   std::puts(
-      "| operation | transport | fault | calls | points | succeeded | failed as told | threw | "
-      "crashes | hangs | leaks | other defects | of libraries | next operation good |\n"
-      "| --- | --- | --- | --: | --: | --: | --: | --: | --: | --: | --: | --: | --: | --- |");
+      "| operation | transport | fault | calls | points | stride | succeeded | failed as told | "
+      "threw | crashes | hangs | leaks | other defects | of libraries | next operation good |\n"
+      "| --- | --- | --- | --: | --: | --: | --: | --: | --: | --: | --: | --: | --: | --: | --- "
+      "|");
 }
 
 void print(const Row& row, const Run& run, const std::string& fault) {
@@ -200,8 +203,8 @@ void print(const Row& row, const Run& run, const std::string& fault) {
   std::printf("| %s | %s | %s ", run.operation->name, run.route->https ? "HTTPS" : "HTTP",
               fault.c_str());
   for (const std::uint64_t number :
-       {row.calls, row.points, row.succeeded, row.failedAsTold, row.threw, crashes,
-        row.of(Kind::hang), row.of(Kind::leak), row.defectCount - named, weaknesses}) {
+       {row.calls, row.points, row.widestStride, row.succeeded, row.failedAsTold, row.threw,
+        crashes, row.of(Kind::hang), row.of(Kind::leak), row.defectCount - named, weaknesses}) {
     std::printf("| %zu ", number);
   }
   const std::uint64_t bad = row.of(Kind::next);

@@ -292,6 +292,7 @@ class Trial {
     const double left = std::max(run_.seconds - elapsed.count(), run_.seconds / 50);
     const double points = board_.calls > point ? static_cast<double>(board_.calls - point) : 0;
     board_.stride = static_cast<std::uint64_t>(std::max(1.0, std::ceil(points * perPoint / left)));
+    if (points > 0) board_.widestStride = std::max(board_.widestStride, board_.stride);
     return board_.stride;
   }
 

@@ -60,7 +60,8 @@ struct Board {
   std::uint64_t calls = 0;  // of the watched kind, in a run without a fault
   std::uint64_t tried = 0;
   std::uint64_t stride = 1;
-  std::uint64_t succeeded = 0;  // the operation itself, despite the fault
+  std::uint64_t widestStride = 1;  // 1: every point was tried
+  std::uint64_t succeeded = 0;     // the operation itself, despite the fault
   std::uint64_t failedAsTold = 0;
   std::uint64_t threw = 0;
   bool done = false;
