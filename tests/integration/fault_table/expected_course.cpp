@@ -140,8 +140,9 @@ class Wire {
   }
 
   Effect strike() {
-    Effect effect = row_.fault->effect;
-    if (strikes_ < row_.results.size()) effect.results = {row_.results[strikes_]};
+    const bool second = strikes_ > 0 && row_.fault->thenWords != nullptr;
+    Effect effect = second ? row_.fault->thenEffect : row_.fault->effect;
+    if (!second && strikes_ < row_.results.size()) effect.results = {row_.results[strikes_]};
     ++strikes_;
     return effect;
   }

@@ -106,6 +106,10 @@ const std::vector<Fault>& faults() {
       {"TaskReleased", "status=409 code=10300402 text=released", both, request, refuses(409, "10300402", "released")},
       {"ObjectMissing", "status=404 code=10000008 text=missing", both, request, refuses(404, "10000008", "missing")},
       {"DatabaseFailure", "status=500 code=10000004 text=database", both, request, refuses(500, "10000004", "database")},
+
+      {"CutThenRefusalWithoutCode", "cut=request", both, request, failsWith({CURLE_GOT_NOTHING}), notNeeded, "status=500 body={}", refuses(500, "")},
+      {"CutThenRefusalWithoutBody", "cut=request", both, request, failsWith({CURLE_GOT_NOTHING}), notNeeded, "status=503 empty", answers(Body::none, 503)},
+      {"CutInBodyThenSessionGone", "cut=body:1", both, answer, failsWith({CURLE_PARTIAL_FILE}, Leftover::part), notNeeded, "status=401 code=10000002 text=gone", refuses(401, "10000002", "gone")},
   };
   return kFaults;
 }

@@ -76,6 +76,9 @@ struct Fault {
   Strikes strikes;
   Effect effect;
   Patience patience = Patience::notNeeded;
+  // What strikes the second attempt instead, if anything else does.
+  const char* thenWords = nullptr;
+  Effect thenEffect = {};
 };
 
 // To add a fault, add its line; a fault that comes to different things over HTTP and HTTPS takes

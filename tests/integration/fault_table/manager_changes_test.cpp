@@ -110,9 +110,8 @@ TEST_P(ManagerChange, SecondWrongTokenFailsTheVerification) {
 
   EXPECT_EQ(verification.status, 107);
   EXPECT_THAT(verification.detail[1], HasSubstr(" The error code is 10000002."));
-  EXPECT_THAT(verification.requests,
-              ElementsAre(kVersions.line(), kLogin.line(), kSites.line(), kLogin.line(),
-                          kSites.line(), kLogout.line()));
+  EXPECT_THAT(verification.requests, ElementsAre(kVersions.line(), kLogin.line(), kSites.line(),
+                                                 kLogin.line(), kSites.line(), kLogout.line()));
   EXPECT_EQ(verification.ownSessions, 0U);
   expectNextGood(Operation::verify);
 }

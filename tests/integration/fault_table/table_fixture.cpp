@@ -81,14 +81,20 @@ void TableTest::openSessionOfAnotherUser(KestrelVisorEngine& engine) {
   KestrelVisorPublic::getInstance().restApi.tokenMap.clear();
 }
 
-std::string TableTest::ruleOf(const Row& row) const {
-  std::string words = row.fault->words;
+std::vector<std::string> TableTest::rulesOf(const Row& row) const {
+  const bool two = row.fault->thenWords != nullptr && row.attempts > 1;
+  if (!two) return {ruleOf(row, row.fault->words, row.attempts)};
+  return {ruleOf(row, row.fault->words, 1), ruleOf(row, row.fault->thenWords, row.attempts - 1)};
+}
+
+std::string TableTest::ruleOf(const Row& row, const char* faultWords, std::size_t attempts) const {
+  std::string words = faultWords;
   replaceFirst(words, "%ODD%", Json::valueToQuotedString(row.kind->oddAnswer));
   replaceFirst(words, "%NESTED%", nested_);
   for (const int number : {1, 2, 3}) {
     replaceFirst(words, "%LONG" + std::to_string(number) + "%", longHeader(number));
   }
-  const std::string count = " count=" + std::to_string(row.attempts) + " ";
+  const std::string count = " count=" + std::to_string(attempts) + " ";
   if (row.fault->strikes == Strikes::connection) {
     return "skip=" + std::to_string(row.transfers) + count + words;
   }

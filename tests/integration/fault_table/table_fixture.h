@@ -22,8 +22,8 @@ class TableTest : public ::testing::Test {
   // The engine's client holds a session that its next operation has to end.
   void openSessionOfAnotherUser(KestrelVisorEngine& engine);
 
-  // The rule that strikes as the row says.
-  std::string ruleOf(const Row& row) const;
+  // The rules that strike as the row says.
+  std::vector<std::string> rulesOf(const Row& row) const;
   // Runs one operation and tells what came of it, all but the number of connections.
   Course operate(KestrelVisorEngine& engine, Operation operation);
   // Numbers of the connections of the last operation's first request and of the last request.
@@ -31,6 +31,8 @@ class TableTest : public ::testing::Test {
   std::uint64_t lastConnection() const;
 
  private:
+  // Words of a fault for some of the row's attempts.
+  std::string ruleOf(const Row& row, const char* faultWords, std::size_t attempts) const;
   void run(KestrelVisorEngine& engine, Operation operation, Course& course);
 
   const QuietLog quiet_;
