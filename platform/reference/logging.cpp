@@ -197,6 +197,7 @@ LogProxy& LogProxy::operator<<(const std::string& piece) {
 LogProxy::~LogProxy() {
   if (stream_ == nullptr) return;
   const std::unique_ptr<std::ostringstream> text(static_cast<std::ostringstream*>(stream_));
+  if (!*text) return;  // a piece found no memory: a part of a record would mislead
   try {
     const kestrelvisor::LogRecord record{
         level_, std::string(tag_), requestId_, std::string(function_), line_, code_, text->str()};

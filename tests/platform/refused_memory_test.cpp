@@ -47,6 +47,24 @@ TEST(LogWithoutMemory, StillTellsObserversOfTheStatement) {
   EXPECT_EQ(statements, 1);
 }
 
+TEST(LogWithoutMemory, CutsNoRecordShort) {
+  const std::string piece = "a piece of a record that needs memory of its own. ";
+  const QuietLog quiet;
+  std::vector<std::string> seen;
+  seen.reserve(1);
+  const LogObserver observer([&](const LogRecord& record) { seen.push_back(record.text); });
+
+  for (std::uint64_t nth = 1, refused = 1; refused != 0; ++nth) {
+    seen.clear();
+    Allocator::arm({nth, false});
+    LogProxy(4, "tag", 0, "function", 1) << 0 << piece << piece.c_str() << piece << "";
+    refused = Allocator::disarm().failed;
+
+    EXPECT_THAT(seen, ::testing::Each(piece + piece + piece)) << nth;
+  }
+  EXPECT_THAT(seen, ::testing::SizeIs(1));
+}
+
 // With memory: the list of observers changes under a walk over it.
 TEST(LogObserverList, MayLoseAnObserverWhileItIsWalked) {
   const QuietLog quiet;
