@@ -14,6 +14,9 @@ namespace {
 
 constexpr int kHttpClientPort = 7070;
 
+constexpr std::array<const char*, 8> kResidentCodes{"10000005", "10000006", "10000009", "10300112",
+                                                    "10300318", "10300153", "10300502", "10300162"};
+
 struct CredentialFailure {
   std::int32_t number;
   const char* text;
@@ -75,8 +78,7 @@ std::optional<std::int64_t> toNumber(std::string_view text) {
 }  // namespace
 
 KestrelVisorPublic::KestrelVisorPublic()
-    : residentCodes{"10000005", "10000006", "10000009", "10300112",
-                    "10300318", "10300153", "10300502", "10300162"} {}
+    : residentCodes(kResidentCodes.begin(), kResidentCodes.end()) {}
 
 KestrelVisorPublic::~KestrelVisorPublic() = default;
 
