@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -208,6 +209,17 @@ TEST_F(PlantedSecrets, AreTwenty) {
   for (const Secret& secret : secrets()) texts.insert(secret.text);
 
   EXPECT_EQ(texts.size() + 1, kSecretCount) << "beside the sessions' tokens";
+}
+
+// Without it a secret could be renamed here and be looked for under its old name there.
+TEST_F(PlantedSecrets, AreThoseThatTheLogsOfTheWholeSuiteAreSearchedFor) {
+  std::ifstream file(PLANTED_SECRETS);
+  std::set<std::string> listed;
+  for (std::string line; std::getline(file, line);) listed.insert(line);
+
+  std::set<std::string> known{std::string(kTokenPrefix)};
+  for (const Secret& secret : secrets()) known.insert(secret.text);
+  EXPECT_EQ(listed, known);
 }
 
 // Keeps what the engine prints.

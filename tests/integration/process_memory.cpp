@@ -13,6 +13,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace kestrelvisor::test {
 namespace {
@@ -93,6 +94,12 @@ std::string base64(std::string_view bytes, std::size_t skipped) {
   return text;
 }
 
+std::vector<SecretForm> base64FormsOf(std::string_view bytes) {
+  return {{"base64", base64(bytes, 0)},
+          {"base64 behind one byte", base64(bytes, 1)},
+          {"base64 behind two bytes", base64(bytes, 2)}};
+}
+
 std::string utf16(std::string_view bytes, bool bigEndian) {
   std::string text;
   for (const char c : bytes) {
@@ -114,6 +121,14 @@ std::size_t countFragments(const ProcessMemory& memory, std::string_view bytes) 
   const std::size_t first = memory.places(bytes.substr(0, half)).size();
   const std::size_t last = memory.places(bytes.substr(half)).size();
   return first + last - 2 * memory.places(bytes).size();
+}
+
+std::size_t countForms(const ProcessMemory& memory, const std::vector<SecretForm>& forms) {
+  std::size_t count = 0;
+  for (const SecretForm& form : forms) {
+    count += memory.places(form.bytes).size() + countFragments(memory, form.bytes);
+  }
+  return count;
 }
 
 }  // namespace
@@ -150,13 +165,12 @@ bool waitUntilIdle(pid_t process) {
 }
 
 std::vector<SecretForm> encodedFormsOf(std::string_view secret) {
-  return {{"lower-case hexadecimal", hex(secret, "0123456789abcdef")},
-          {"upper-case hexadecimal", hex(secret, "0123456789ABCDEF")},
-          {"base64", base64(secret, 0)},
-          {"base64 behind one byte", base64(secret, 1)},
-          {"base64 behind two bytes", base64(secret, 2)},
-          {"UTF-16, low byte first", utf16(secret, false)},
-          {"UTF-16, high byte first", utf16(secret, true)}};
+  std::vector<SecretForm> forms{{"lower-case hexadecimal", hex(secret, "0123456789abcdef")},
+                                {"upper-case hexadecimal", hex(secret, "0123456789ABCDEF")},
+                                {"UTF-16, low byte first", utf16(secret, false)},
+                                {"UTF-16, high byte first", utf16(secret, true)}};
+  for (SecretForm& form : base64FormsOf(secret)) forms.push_back(std::move(form));
+  return forms;
 }
 
 void PrintTo(const Copies& copies, std::ostream* out) {
@@ -175,9 +189,15 @@ Copies copiesIn(const ProcessMemory& memory, std::string_view secret) {
     ++(inRequest ? copies.request : inHeader ? copies.header : copies.alone);
   }
   copies.fragment = countFragments(memory, secret);
-  for (const SecretForm& form : encodedFormsOf(secret)) {
-    copies.encoded += memory.places(form.bytes).size() + countFragments(memory, form.bytes);
-  }
+  copies.encoded = countForms(memory, encodedFormsOf(secret));
+  return copies;
+}
+
+Copies bareCopiesIn(const ProcessMemory& memory, std::string_view bytes) {
+  Copies copies;
+  copies.alone = memory.places(bytes).size();
+  copies.fragment = countFragments(memory, bytes);
+  copies.encoded = countForms(memory, base64FormsOf(bytes));
   return copies;
 }
 

@@ -52,4 +52,8 @@ void PrintTo(const Copies& copies, std::ostream* out);
 
 Copies copiesIn(const ProcessMemory& memory, std::string_view secret);
 
+// Copies of bytes of which their hexadecimal digits are a secret themselves, which copiesIn counts:
+// as they are, and as base64.
+Copies bareCopiesIn(const ProcessMemory& memory, std::string_view bytes);
+
 }  // namespace kestrelvisor::test

@@ -99,6 +99,7 @@ struct Setup {
 struct Secrets {
   Copies password;
   Copies digest;
+  Copies digestBytes;  // what the digits of the digest stand for
   Copies firstToken;
   Copies secondToken;
 
@@ -112,11 +113,20 @@ void PrintTo(const Secrets& secrets, std::ostream* out) {
   };
   print("password", secrets.password);
   print("digest", secrets.digest);
+  print("bytes of the digest", secrets.digestBytes);
   print("first token", secrets.firstToken);
   print("second token", secrets.secondToken);
 }
 
 void PrintTo(const Setup& setup, std::ostream* out) { *out << setup.name; }
+
+std::string bytesOfDigits(const std::string& digits) {
+  std::string bytes;
+  for (std::size_t at = 0; at < digits.size(); at += 2) {
+    bytes += static_cast<char>(std::stoi(digits.substr(at, 2), nullptr, 16));
+  }
+  return bytes;
+}
 
 // A manager that can hold its answers back, and what hosts of it may hold in their memory.
 class WatchedManager : public ::testing::Test {
@@ -136,7 +146,9 @@ class WatchedManager : public ::testing::Test {
     const std::vector<std::string> tokens = gate.tokens();
     Secrets secrets;
     secrets.password = copiesIn(memory, password_);
-    secrets.digest = copiesIn(memory, vrmsim::sha256Hex(password_));
+    const std::string digest = vrmsim::sha256Hex(password_);
+    secrets.digest = copiesIn(memory, digest);
+    secrets.digestBytes = bareCopiesIn(memory, bytesOfDigits(digest));
     if (!tokens.empty()) secrets.firstToken = copiesIn(memory, tokens[0]);
     if (tokens.size() > 1) secrets.secondToken = copiesIn(memory, tokens[1]);
     return secrets;
@@ -403,6 +415,14 @@ TEST(MemorySearch, TellsCopiesApartByWhatTheyAreAPartOf) {
 
   EXPECT_EQ(copiesIn(memory, secret),
             (Copies{.alone = 1, .header = 1, .request = 1, .fragment = 3, .encoded = 0}));
+}
+
+TEST(MemorySearch, FindsTheBytesThatDigitsStandFor) {
+  const std::string bytes = bytesOfDigits(vrmsim::sha256Hex("secret"));
+  const ProcessMemory memory({"x" + bytes, bytes.substr(bytes.size() / 2),
+                              "K7gNU3sdo+OL0wNhqoVWhr3g6s1xYv72ol/pe/Unols="});
+
+  EXPECT_EQ(bareCopiesIn(memory, bytes), (Copies{.alone = 1, .fragment = 1, .encoded = 1}));
 }
 
 struct EncodedSecret {
