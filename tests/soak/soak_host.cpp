@@ -4,7 +4,8 @@
 //
 // Password and certificate reach it as they reach the example hosts. Prints a line for each scan:
 // its number, its status ("exception" when it threw), resident kilobytes, allocated bytes, and open
-// files. Nothing is printed before the end, so that printing does not count.
+// files. Nothing is printed before the last of them, so that printing does not count. Then it waits
+// for a line on standard input, scans once more and prints "at last" and the status.
 
 #include "engine/kestrelvisor_engine.h"
 #include "manager_request.h"
@@ -60,14 +61,17 @@ Sample measured(int status) {
   return {status, residentKilobytes(), mallinfo2().uordblks, openFiles()};
 }
 
+std::string statusText(int status) {
+  return status == kThrew ? "exception" : std::to_string(status);
+}
+
 void print(const std::vector<Sample>& samples) {
   std::size_t number = 0;
   for (const Sample& sample : samples) {
-    std::cout << ++number << ' '
-              << (sample.status == kThrew ? "exception" : std::to_string(sample.status)) << ' '
-              << sample.residentKilobytes << ' ' << sample.allocatedBytes << ' ' << sample.openFiles
-              << '\n';
+    std::cout << ++number << ' ' << statusText(sample.status) << ' ' << sample.residentKilobytes
+              << ' ' << sample.allocatedBytes << ' ' << sample.openFiles << '\n';
   }
+  std::cout.flush();
 }
 
 }  // namespace
@@ -81,4 +85,7 @@ int main(int argc, char** argv) {
   std::vector<Sample> samples(std::strtoul(argv[1], nullptr, 10));
   for (Sample& sample : samples) sample = measured(scan(engine, request->path));
   print(samples);
+  std::string line;
+  std::getline(std::cin, line);
+  std::cout << "at last " << statusText(scan(engine, request->path)) << '\n';
 }
