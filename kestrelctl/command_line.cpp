@@ -2,6 +2,7 @@
 
 #include "kestrelctl/console.h"
 #include "kestrelctl/suggestion.h"
+#include "kestrelctl/terminal_text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -88,20 +89,6 @@ constexpr const char* kDemoExamples =
 constexpr std::size_t kHelpColumn = 26;  // where an option's explanation starts
 constexpr std::size_t kHelpWidth = 54;   // and how wide it is
 
-// Breaks a text into lines; the formatter moves them into the column of explanations.
-std::string wrapped(const std::string& text) {
-  std::istringstream words(text);
-  std::string result;
-  std::size_t width = 0;
-  for (std::string word; words >> word; width += word.size() + 1) {
-    const bool breaks = width != 0 && width + word.size() > kHelpWidth;
-    if (breaks) width = 0;
-    result += breaks ? "\n" : width != 0 ? " " : "";
-    result += word;
-  }
-  return result;
-}
-
 // Shows an application's examples right below its description.
 class HelpWithExamples : public CLI::Formatter {
  public:
@@ -139,7 +126,7 @@ class HelpWithExamples : public CLI::Formatter {
   }
 
   std::string make_option_desc(const CLI::Option* option) const override {
-    return wrapped(option->get_description());
+    return wrapped(option->get_description(), kHelpWidth);
   }
 
   // A line for each command, without its examples.

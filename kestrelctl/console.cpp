@@ -39,6 +39,18 @@ int writeAll(int stream, std::string_view text) {
   return 0;
 }
 
+constexpr std::size_t kLineWidth = 80;
+
+// Each line but the first begins in the same column as the first, behind its label.
+std::string indented(const std::string& lines, std::size_t column) {
+  std::string result;
+  for (const char c : lines) {
+    result += c;
+    if (c == '\n') result.append(column, ' ');
+  }
+  return result;
+}
+
 void sayRaw(const std::string& text) { static_cast<void>(writeAll(STDERR_FILENO, text + "\n")); }
 
 }  // namespace
@@ -71,14 +83,20 @@ void report(const Failure& failure) {
   const Rendering rendering = renderingOfTalk();
   sayRaw("kestrelctl: " + rendering.red("error:") + " " +
          printable(failure.what(), rendering.utf8));
-  std::vector<Failure::Fact> facts = failure.facts;
-  if (!failure.hint.empty()) facts.push_back({"what to do", failure.hint});
-  std::size_t width = 0;
-  for (const Failure::Fact& fact : facts) width = std::max(width, fact.label.size());
-  for (const Failure::Fact& fact : facts) {
-    sayRaw("  " + rendering.bold(padRight(fact.label, width)) + "  " +
-           printable(fact.text, rendering.utf8));
+  const std::string hintLabel = "what to do";
+  std::size_t width = failure.hint.empty() ? 0 : hintLabel.size();
+  for (const Failure::Fact& fact : failure.facts) width = std::max(width, fact.label.size());
+  const auto sayFact = [&](const std::string& label, const std::string& text) {
+    sayRaw("  " + rendering.bold(padRight(label, width)) + "  " + text);
+  };
+  // Facts stay on one line, where a search finds them.
+  for (const Failure::Fact& fact : failure.facts) {
+    sayFact(fact.label, printable(fact.text, rendering.utf8));
   }
+  if (failure.hint.empty()) return;
+  const std::size_t column = width + 4;
+  sayFact(hintLabel,
+          indented(wrapped(printable(failure.hint, rendering.utf8), kLineWidth - column), column));
 }
 
 void prepareStreams() {

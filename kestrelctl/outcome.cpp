@@ -160,7 +160,7 @@ void explainRefusedUrl(const LogEvidence& evidence, Failure& failure) {
   failure.facts.push_back({"refused", "a request whose URL " + *evidence.refusedUrl()});
   failure.hint =
       "--keep-address stays with the host of --manager; --follow-address goes where the manager "
-      "says, and gives the session to whoever is there";
+      "says, and logs in there";
 }
 
 // The manager's words may quote the request, its headers included.
@@ -189,7 +189,8 @@ Failure failureOf(const Attempt& attempt, const EnvProxyResult& result,
                   attempt.what + " failed: " +
                       (elsewhere ? "the manager points at another server" : reasonOf(exitCode)));
   failure.facts.push_back({"manager", attempt.managerUrl + " as " + attempt.user});
-  if (const std::string words = described(cause); !words.empty()) {
+  // Of a request that was kept back, they are about the URL that stands in for it.
+  if (const std::string words = described(cause); !words.empty() && !elsewhere) {
     failure.facts.push_back({"reason", words});
   }
   // Of a CBT request the engine's own words come beside the manager's.

@@ -119,6 +119,18 @@ std::string padLeft(const std::string& text, std::size_t width) {
   return columns < width ? std::string(width - columns, ' ') + text : text;
 }
 
+std::string wrapped(std::string_view text, std::size_t width) {
+  std::string result;
+  while (text.size() > width) {
+    std::size_t end = text.rfind(' ', width);
+    if (end == std::string_view::npos) end = text.find(' ', width);
+    if (end == std::string_view::npos) break;
+    result.append(text.substr(0, end)).append("\n");
+    text.remove_prefix(end + 1);
+  }
+  return result.append(text);
+}
+
 std::string humanSize(std::uint64_t kib) {
   constexpr std::array<const char*, 6> kUnits{"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
   constexpr std::uint64_t kStep = 1024;

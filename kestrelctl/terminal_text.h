@@ -24,6 +24,9 @@ std::size_t columnsOf(std::string_view text);
 std::string padRight(std::string text, std::size_t width);
 std::string padLeft(const std::string& text, std::size_t width);
 
+// Breaks a text of ASCII into lines of a width, at blanks; only a longer word makes a longer line.
+std::string wrapped(std::string_view text, std::size_t width);
+
 // "80 GiB", "1.5 TiB", "0 KiB".
 std::string humanSize(std::uint64_t kib);
 

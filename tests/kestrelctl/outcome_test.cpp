@@ -172,6 +172,7 @@ TEST(Outcome, RequestThatWasKeptBackTellsWhyAndWhatHelps) {
 
   EXPECT_EQ(failure.what(), std::string("scanning failed: the manager points at another server"));
   EXPECT_EQ(factOf(failure, "refused"), "a request whose URL leads to a:1, no");
+  EXPECT_EQ(factOf(failure, "reason"), "(none)");
   EXPECT_THAT(failure.hint, ::testing::StartsWith("--keep-address stays"));
 }
 

@@ -25,6 +25,15 @@ TEST(TerminalText, KeepsLettersWhereTheTerminalHasThem) {
   EXPECT_EQ(printable("Troms\xc3\xb8 \xf0\x9f\x98\x80", false), "Troms\\xf8 \\U0001f600");
 }
 
+TEST(TerminalText, BreaksLinesAtBlanks) {
+  EXPECT_EQ(wrapped("", 5), "");
+  EXPECT_EQ(wrapped("one two", 7), "one two");
+  EXPECT_EQ(wrapped("one two three", 7), "one two\nthree");
+  EXPECT_EQ(wrapped("one two three", 8), "one two\nthree");
+  EXPECT_EQ(wrapped("a word-that-is-longer b", 5), "a\nword-that-is-longer\nb");
+  EXPECT_EQ(wrapped("word-that-is-longer", 5), "word-that-is-longer");
+}
+
 TEST(TerminalText, PadsByColumns) {
   EXPECT_EQ(padRight("\xc3\xb8", 3), "\xc3\xb8  ");
   EXPECT_EQ(padLeft("12", 4), "  12");
