@@ -37,6 +37,29 @@ TEST(LogWithoutMemory, FailsNoStatementThatIsObserved) {
   EXPECT_FALSE(statementThrows());
 }
 
+TEST(LogWithoutMemory, LosesARecordOfWhichAPieceCannotBeCleaned) {
+  const QuietLog quiet;
+  std::vector<std::string> seen;
+  const LogObserver observer([&](const LogRecord& record) { seen.push_back(record.text); });
+  const std::string piece = "a text that is too long to stand in place, so that it needs memory";
+  bool threw = false;
+  {
+    LogProxy record(4, "tag", 0, "function", 1);
+    record << 0;
+    Allocator::arm({1, true});
+    try {
+      record << piece;
+    } catch (...) {
+      threw = true;
+    }
+    Allocator::disarm();
+    record << "and what follows";
+  }
+
+  EXPECT_FALSE(threw);
+  EXPECT_THAT(seen, ::testing::IsEmpty());
+}
+
 TEST(LogWithoutMemory, StillTellsObserversOfTheStatement) {
   const QuietLog quiet;
   int statements = 0;
