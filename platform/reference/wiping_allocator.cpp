@@ -56,13 +56,11 @@ bool installForOpenssl() {
 
 // libcurl says nothing when it was initialised before and keeps the functions that it had.
 bool installForLibcurl() {
-  if (curl_global_init_mem(CURL_GLOBAL_DEFAULT, allocateForLibcurl, release, resize, strdup,
-                           std::calloc) != CURLE_OK) {
-    return false;
-  }
+  const CURLcode result = curl_global_init_mem(CURL_GLOBAL_DEFAULT, allocateForLibcurl, release,
+                                               resize, strdup, std::calloc);
   servesLibcurl = false;
   curl_slist_free_all(curl_slist_append(nullptr, "x"));
-  return servesLibcurl;
+  return result == CURLE_OK && servesLibcurl;
 }
 
 }  // namespace
