@@ -142,6 +142,7 @@ INSTANTIATE_TEST_SUITE_P(
         TextRow{"Comparison", "if token == abc then", "if token == *** then"},
         TextRow{"Arrow", "'token' => 'abc', 'n' => 1", "'token' => '***', 'n' => 1"},
         TextRow{"TwoWords", "Session ID: 12 34\nn: 1", "Session ID: ***\nn: 1"},
+        TextRow{"TwoWordsInAnotherSpelling", "Session Id: 12\nn: 1", "Session Id: ***\nn: 1"},
         TextRow{"IdAlone", "Machine ID: 12\nid: 34", "Machine ID: 12\nid: 34"},
         TextRow{"NoValue", "password=&a=b", "password=&a=b"},
         TextRow{"AtTheEnd", "password=", "password="},

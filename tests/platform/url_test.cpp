@@ -56,6 +56,13 @@ INSTANTIATE_TEST_SUITE_P(
         UrlRow{"Empty", "", ""}),
     [](const auto& row) { return std::string(row.param.name); });
 
+// What stands in front of the NUL would be an address; the server that is named is not.
+TEST(UrlFormat, TakesNoTextWithANulForAnAddress) {
+  const std::string url("https://::1\0:7443/x", 19);
+
+  EXPECT_EQ(FormatFullUrl(url), url);
+}
+
 class KeptHost : public ::testing::Test {
  protected:
   ~KeptHost() override { kestrelvisor::keepToHost({}); }
