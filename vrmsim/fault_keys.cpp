@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 
@@ -75,21 +76,22 @@ constexpr Point kCutPoints[] = {{"accept", BreakPoint::kAccept},
                                 {"request", BreakPoint::kRequest},
                                 {"headers", BreakPoint::kHeaders},
                                 {"end", BreakPoint::kEnd}};
+constexpr Point kBytePoints[] = {{"headers:", BreakPoint::kHeaders}, {"body:", BreakPoint::kBody}};
 
 template <std::size_t Count>
 void interrupt(FaultRule& rule, Break kind, const Point (&points)[Count],
                const std::string& value) {
   rule.interruption.kind = kind;
-  const std::string body = "body:";
-  if (value.compare(0, body.size(), body) == 0) {
-    rule.interruption.at = BreakPoint::kBody;
-    rule.interruption.afterBytes = number(value.substr(body.size()), 0, kMostBytes);
+  for (const Point& known : kBytePoints) {
+    if (value.rfind(known.name, 0) != 0) continue;
+    rule.interruption.at = known.at;
+    rule.interruption.afterBytes = number(value.substr(std::strlen(known.name)), 0, kMostBytes);
     return;
   }
   const auto* const point = std::find_if(std::begin(points), std::end(points),
                                          [&](const Point& known) { return value == known.name; });
   if (point == std::end(points)) {
-    throw FaultValueError("accept, handshake, request, headers, end or body:N");
+    throw FaultValueError("accept, handshake, request, headers, headers:N, body:N or end");
   }
   rule.interruption.at = point->at;
 }
@@ -217,11 +219,11 @@ const std::vector<FaultKey>& faultKeys() {
       {"delay", "TIME", kPace, false, "waits before it answers, such as 200ms, 5s or 2m",
        [](Rule& r, const Text& v) { r.delay = duration(v); }},
 
-      {"silence", "WHERE", kBreak, false, "sends nothing more and stays: accept, handshake, request, headers, body:N, end",
+      {"silence", "WHERE", kBreak, false, "sends nothing more and stays: accept, handshake, request, headers, headers:N, body:N, end",
        silence},
-      {"cut", "WHERE", kBreak, false, "ends the stream: accept, handshake, request, headers, body:N, end",
+      {"cut", "WHERE", kBreak, false, "ends the stream: accept, handshake, request, headers, headers:N, body:N, end",
        cut},
-      {"reset", "WHERE", kBreak, false, "resets the connection: accept, handshake, request, headers, body:N, end",
+      {"reset", "WHERE", kBreak, false, "resets the connection: accept, handshake, request, headers, headers:N, body:N, end",
        reset},
       {"tls", "HOW", kBreak, false, "answers the TLS greeting with an alert, or never (stall)",
        tls},

@@ -94,8 +94,8 @@ enum class BreakPoint {
 struct Interruption {
   Break kind = Break::kNone;
   BreakPoint at = BreakPoint::kEnd;
-  std::uint64_t afterBytes = 0;  // of the body, with kBody
-  bool clean = true;             // a cut says goodbye by TLS first
+  std::optional<std::uint64_t> afterBytes;  // of headers or body; nothing: all of them
+  bool clean = true;                        // a cut says goodbye by TLS first
   bool operator==(const Interruption&) const = default;
 };
 

@@ -137,21 +137,24 @@ bool endsTheConnection(const Framing& framing) {
 // The parts of an answer from first to last, before anything breaks it off.
 struct Parts {
   std::string head;
+  std::size_t statusEnd = 0;  // where the status line ends in the head; 0: there is none
   std::vector<Send> body;
 };
 
 Parts partsOf(const FaultRule& rule, const HttpReply& reply, bool keepAlive, SeededRandom random) {
   const Framing& framing = rule.framing;
-  if (framing.garbage) return {"", {Send(random.bytes(*framing.garbage))}};
+  if (framing.garbage) return {"", 0, {Send(random.bytes(*framing.garbage))}};
   Parts parts;
   for (std::uint64_t i = 0; i < framing.continues; ++i) {
     parts.head += "HTTP/1.1 100 Continue\r\n\r\n";
   }
   if (!framing.bodyAlone) {
+    const std::size_t interim = parts.head.size();
     parts.head += headText(
         reply.status,
         editedHeaders(rule.answer,
                       headersOf(reply, framingHeaders(framing, reply.body.size()), keepAlive)));
+    parts.statusEnd = parts.head.find("\r\n", interim);
   }
   parts.body = bodySends(framing, reply.body);
   return parts;
@@ -167,9 +170,11 @@ void truncate(std::vector<Send>& sends, std::uint64_t size) {
 
 void breakOff(const Interruption& interruption, Parts& parts) {
   if (interruption.kind == Break::kNone || interruption.at == BreakPoint::kEnd) return;
-  if (interruption.at == BreakPoint::kBody) return truncate(parts.body, interruption.afterBytes);
+  const std::uint64_t bytes = interruption.afterBytes.value_or(Send::kForEver);
+  if (interruption.at == BreakPoint::kBody) return truncate(parts.body, bytes);
   parts.body.clear();
   if (interruption.at < BreakPoint::kHeaders) parts.head.clear();
+  parts.head.resize(std::min<std::uint64_t>(parts.head.size(), bytes));
 }
 
 Ending endingOf(const Interruption& interruption, bool keepAlive) {
@@ -219,7 +224,7 @@ Script scriptOf(const FaultRule& rule, HttpReply& reply, bool keepAlive, SeededR
   appendSend(script, Send(parts.head), rule.bytesPerSecond);
   for (Send& send : parts.body) appendSend(script, std::move(send), rule.bytesPerSecond);
   script.ending = endingOf(rule.interruption, servesOn);
-  if (parts.head.empty() || rule.framing.bodyAlone) reply.status = 0;
+  if (parts.statusEnd == 0 || parts.head.size() < parts.statusEnd) reply.status = 0;
   return script;
 }
 

@@ -332,6 +332,10 @@ TEST_P(AnswerFault, DelayComesBeforeTheAnswer) {
 
 TEST_P(AnswerFault, CutSendsWhatComesBeforeItsPlace) {
   const std::pair<const char*, std::string> places[] = {
+      {"headers:0", ""},
+      {"headers:7", "HTTP/1."},
+      {"headers:27", std::string(kVersionsHead).substr(0, 27)},
+      {"headers:1000", kVersionsHead},
       {"headers", kVersionsHead},
       {"body:0", kVersionsHead},
       {"body:1000", std::string(kVersionsHead) + kVersions},
@@ -366,9 +370,39 @@ TEST_P(AnswerFault, ResetSendsWhatComesBeforeItsPlace) {
   EXPECT_EQ(got.end, StreamEnd::kReset);
 }
 
+TEST_P(AnswerFault, ResetInTheHeadersSendsTheirBeginning) {
+  simulator.addFault("reset=headers:20");
+
+  const Remainder got = ask();
+
+  EXPECT_EQ(got.bytes, "HTTP/1.1 200 OK\r\nSer");
+  EXPECT_EQ(got.end, StreamEnd::kReset);
+}
+
+TEST_P(AnswerFault, BreakInTheHeadersCountsInterimAnswers) {
+  simulator.addFault("continues=2 cut=headers:54");
+
+  EXPECT_EQ(ask().bytes, "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 100 Continue\r\n\r\nHTTP");
+}
+
+TEST_P(AnswerFault, StatusIsRecordedWhenItsLineGoesOut) {
+  const std::pair<const char*, int> rules[] = {{"cut=headers:14", 0},
+                                               {"cut=headers:15", 200},
+                                               {"continues=1 cut=headers:39", 0},
+                                               {"continues=1 cut=headers:40", 200}};
+  for (const auto& [rule, status] : rules) {
+    simulator.clearFaults();
+    simulator.addFault(rule);
+    ask();
+
+    EXPECT_EQ(simulator.journal().back().status, status) << rule;
+  }
+}
+
 TEST_P(AnswerFault, SilenceSendsWhatComesBeforeItsPlace) {
   const std::pair<const char*, std::string> places[] = {
       {"request", ""},
+      {"headers:9", "HTTP/1.1 "},
       {"headers", kVersionsHead},
       {"body:3", std::string(kVersionsHead) + "{\"v"},
       {"end", std::string(kVersionsHead) + kVersions}};
