@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstring>
 #include <fstream>
+#include <limits>
 #include <sstream>
 
 namespace kestrelvisor::vrmsim {
@@ -124,7 +125,8 @@ void length(FaultRule& rule, const std::string& value) {
   }
   if (rule.framing.length != BodyLength::kRight) return;
   try {
-    rule.framing.exactLength = number(value, 0, kMostBytes);
+    // No body is as long as that: what counts is that a client has to read the number.
+    rule.framing.exactLength = number(value, 0, std::numeric_limits<std::uint64_t>::max());
   } catch (const FaultValueError& error) {
     throw FaultValueError(std::string("shorter, longer, negative, huge or ") + error.what());
   }

@@ -220,11 +220,10 @@ TEST_P(AnswerFault, GzipCodesTheBody) {
 }
 
 TEST_P(AnswerFault, LengthTellsWhatIsNotTrue) {
-  const std::pair<const char*, const char*> lengths[] = {{"shorter", "35"},
-                                                         {"longer", "143"},
-                                                         {"negative", "-1"},
-                                                         {"huge", "9223372036854775807"},
-                                                         {"70", "70"}};
+  const std::pair<const char*, const char*> lengths[] = {
+      {"shorter", "35"},  {"longer", "143"},
+      {"negative", "-1"}, {"huge", "9223372036854775807"},
+      {"70", "70"},       {"9223372036854775809", "9223372036854775809"}};
   for (const auto& [how, told] : lengths) {
     simulator.clearFaults();
     simulator.addFault(std::string("cut=end length=") + how);

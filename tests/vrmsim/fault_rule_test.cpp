@@ -195,6 +195,9 @@ INSTANTIATE_TEST_SUITE_P(
         WrongRule{"UnknownTlsFault", "tls=x", "tls=x: expected alert or stall"},
         WrongRule{"UnknownLength", "length=odd",
                   "length=odd: expected shorter, longer, negative, huge or a number from 0"},
+        WrongRule{"LengthBeyond64Bits", "length=18446744073709551616",
+                  "length=18446744073709551616: expected shorter, longer, negative, huge or a "
+                  "number from 0 to 18446744073709551615"},
         WrongRule{"UnknownChunking", "chunk=odd", "chunk=odd: expected good, bad or cut"},
         WrongRule{"KeyTwice", "status=500 status=501", "\"status\" stands twice; once is allowed"},
         WrongRule{"TwoEnds", "cut=end reset=end", "\"cut\" and \"reset\" exclude each other"},
