@@ -8,9 +8,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <fstream>
 #include <iostream>
+#include <limits>
 #include <stdexcept>
+#include <type_traits>
 
 namespace kestrelvisor::vrmsim {
 namespace {
@@ -93,6 +96,21 @@ CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
   return app.add_option(name, target, help)->type_name("FILE")->check(problem);
 }
 
+// CLI11 takes -1 for the largest number and says of others only that it could not convert them.
+template <class Number>
+std::string isNumber(const std::string& value) {
+  Number read = 0;
+  const char* const end = value.data() + value.size();
+  const auto [stop, error] = std::from_chars(value.data(), end, read);
+  if (error == std::errc() && stop == end) return {};
+  return "expected a number from 0 to " + std::to_string(std::numeric_limits<Number>::max());
+}
+
+// As the other complaints begin.
+std::string complaintOf(const CLI::App*, const CLI::Error& error) {
+  return std::string("vrmsim: ") + error.what() + "\nvrmsim --help tells the options.\n";
+}
+
 std::string isCertificateCase(const std::string& name) {
   try {
     certificateCase(name);
@@ -110,6 +128,7 @@ void addServerOptions(CLI::App& app, Arguments& arguments) {
       ->group(group);
   app.add_option("--port", options.port, "Port to listen on; 0 takes a free one")
       ->capture_default_str()
+      ->check(isNumber<std::uint16_t>)
       ->group(group);
   auto* const tls = app.add_flag("--tls", options.tls,
                                  "Serve HTTPS with a self-signed certificate made at the start");
@@ -139,7 +158,11 @@ void addInventoryOptions(CLI::App& app, Arguments& arguments) {
                                    "Serve the inventory of this file");
   file->group(group);
   const auto size = [&](const char* name, auto& value, const char* help) {
-    app.add_option(name, value, help)->capture_default_str()->excludes(file)->group(group);
+    app.add_option(name, value, help)
+        ->capture_default_str()
+        ->check(isNumber<std::remove_reference_t<decltype(value)>>)
+        ->excludes(file)
+        ->group(group);
   };
   size("--clusters", sizes.clusters, "Generate this many clusters");
   size("--hosts", sizes.hosts, "Generate this many hosts in all");
@@ -186,10 +209,12 @@ void addFaultOptions(CLI::App& app, Arguments& arguments) {
       ->group(group);
   app.add_option("--fault-seed", options.faultSeed,
                  "The same rules and seed send the same bytes; goes before the file's seed")
+      ->check(isNumber<std::uint64_t>)
       ->group(group);
   app.add_option("--control-port", options.controlPort,
                  "Take faults while running, over HTTP on this port of 127.0.0.1; 0 takes a free "
                  "one. A second line on standard output tells it")
+      ->check(isNumber<std::uint16_t>)
       ->group(group);
   app.add_flag("--require-faults", arguments.settings.requireFaults,
                "End with status 3 when a fault never fired")
@@ -255,6 +280,7 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
   app.set_version_flag("--version", "vrmsim " VRMSIM_VERSION);
   app.footer(kExamples);
   app.formatter(std::make_shared<NarrowHelp>());
+  app.failure_message(complaintOf);
   try {
     app.parse(argc, argv);
     if (arguments.helpFaults) {

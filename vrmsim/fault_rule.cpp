@@ -1,13 +1,13 @@
 #include "vrmsim/fault_rule.h"
 
 #include "vrmsim/fault_keys.h"
+#include "vrmsim/json_reader.h"
 #include "vrmsim/options.h"
 
 #include <json/json.h>
 
 #include <algorithm>
 #include <fstream>
-#include <memory>
 #include <set>
 #include <sstream>
 
@@ -307,20 +307,12 @@ std::vector<FaultRule> rulesOf(const Json::Value& list) {
   return rules;
 }
 
-Json::Value parsedJson(const std::string& text) {
-  Json::CharReaderBuilder builder;
-  Json::CharReaderBuilder::strictMode(&builder.settings_);
-  builder["strictRoot"] = false;  // a rule alone may be a text
-  builder["stackLimit"] = 100;
-  Json::Value root;
-  std::string errors;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+Json::Value documentRoot(const std::string& json) {
   try {
-    if (reader->parse(text.data(), text.data() + text.size(), &root, &errors)) return root;
-  } catch (const Json::Exception& error) {  // nesting beyond the limit
-    errors = error.what();
+    return parsedJson(json);
+  } catch (const JsonError& error) {
+    throw FaultRuleError(error.what());
   }
-  throw FaultRuleError("not readable as JSON: " + errors);
 }
 
 std::optional<std::uint64_t> seedOf(const Json::Value& root) {
@@ -364,7 +356,7 @@ FaultRule parseFaultRule(const std::string& text) {
 }
 
 FaultDocument parseFaultDocument(const std::string& json) {
-  const Json::Value root = parsedJson(json);
+  const Json::Value root = documentRoot(json);
   if (root.isArray()) return {std::nullopt, rulesOf(root)};
   if (!root.isObject() || !root.isMember("faults")) return {std::nullopt, {ruleOf(root)}};
   for (const std::string& name : root.getMemberNames()) {

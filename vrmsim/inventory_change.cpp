@@ -1,30 +1,23 @@
 #include "vrmsim/inventory_change.h"
 
 #include "vrmsim/inventory_file.h"
+#include "vrmsim/json_reader.h"
 
 #include <json/json.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <memory>
 
 namespace kestrelvisor::vrmsim {
 namespace {
 
 Json::Value parsed(const std::string& text) {
-  Json::CharReaderBuilder builder;
-  Json::CharReaderBuilder::strictMode(&builder.settings_);
-  builder["stackLimit"] = 100;
-  Json::Value root;
-  std::string errors;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   try {
-    if (reader->parse(text.data(), text.data() + text.size(), &root, &errors)) return root;
-  } catch (const Json::Exception& error) {  // nesting beyond the limit
-    errors = error.what();
+    return parsedJson(text);
+  } catch (const JsonError& error) {
+    throw InventoryError(std::string("the patch is ") + error.what());
   }
-  throw InventoryError("the patch is not readable as JSON: " + errors);
 }
 
 void merge(Json::Value& target, const Json::Value& patch) {

@@ -1,12 +1,12 @@
 #include "vrmsim/inventory_file.h"
 
 #include "vrmsim/inventory_fields.h"
+#include "vrmsim/json_reader.h"
 
 #include <json/json.h>
 
 #include <fstream>
 #include <limits>
-#include <memory>
 #include <set>
 #include <sstream>
 #include <type_traits>
@@ -226,21 +226,12 @@ void checkInventory(const Inventory& inventory) {
 }  // namespace
 
 Inventory parseInventory(const std::string& text) {
-  Json::CharReaderBuilder builder;
-  Json::CharReaderBuilder::strictMode(&builder.settings_);
-  builder["stackLimit"] = 100;
-  Json::Value root;
-  std::string errors;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  try {
-    if (!reader->parse(text.data(), text.data() + text.size(), &root, &errors)) {
-      throw InventoryError("not readable as JSON: " + errors);
-    }
-  } catch (const Json::Exception& error) {  // nesting beyond the limit
-    throw InventoryError(std::string("not readable as JSON: ") + error.what());
-  }
   Inventory inventory;
-  readValue(root, "", inventory);
+  try {
+    readValue(parsedJson(text), "", inventory);
+  } catch (const JsonError& error) {
+    throw InventoryError(error.what());
+  }
   checkInventory(inventory);
   return inventory;
 }

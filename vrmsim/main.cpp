@@ -1,5 +1,6 @@
 #include "vrmsim/certificate_matrix.h"
 #include "vrmsim/command_line.h"
+#include "vrmsim/help_text.h"
 #include "vrmsim/inventory_file.h"
 #include "vrmsim/request_log.h"
 #include "vrmsim/simulator.h"
@@ -8,7 +9,6 @@
 
 #include <csignal>
 #include <fstream>
-#include <iomanip>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -20,10 +20,12 @@ namespace {
 using kestrelvisor::vrmsim::CertificateCase;
 using kestrelvisor::vrmsim::CommandLine;
 using kestrelvisor::vrmsim::ConnectionFault;
+using kestrelvisor::vrmsim::kHelpWidth;
 using kestrelvisor::vrmsim::RecordedRequest;
 using kestrelvisor::vrmsim::RequestLog;
 using kestrelvisor::vrmsim::Settings;
 using kestrelvisor::vrmsim::Simulator;
+using kestrelvisor::vrmsim::wrapped;
 
 constexpr int kCannotServe = 1;
 constexpr int kWrongUsage = 2;
@@ -46,10 +48,12 @@ void writeCertificate(const std::string& path, const std::string& pem) {
 }
 
 void listCertificates() {
-  constexpr int kColumn = 30;
+  constexpr std::size_t kColumn = 30;
   for (const CertificateCase& row : kestrelvisor::vrmsim::certificateCases()) {
-    std::cout << std::left << std::setw(kColumn) << row.name << (row.accepted ? "good: " : "bad: ")
-              << row.description << "\n";
+    std::string name(row.name);
+    name.resize(kColumn, ' ');
+    const std::string meaning = (row.accepted ? "good: " : "bad: ") + std::string(row.description);
+    std::cout << name << wrapped(meaning, kHelpWidth - kColumn, kColumn) << "\n";
   }
   std::cout << std::flush;
 }

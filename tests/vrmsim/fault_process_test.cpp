@@ -153,7 +153,7 @@ std::set<std::string> keysOfTheTable() {
 }
 
 TEST(VrmsimHelp, KeepsToTheWidthOfATerminal) {
-  for (const char* option : {"--help", "--help-faults"}) {
+  for (const char* option : {"--help", "--help-faults", "--list-certificates"}) {
     const Outcome help({option});
     EXPECT_EQ(help.status, 0);
     std::istringstream lines(help.output);

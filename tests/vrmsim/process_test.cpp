@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <regex>
 
 namespace kestrelvisor::vrmsim::test {
 namespace {
@@ -82,7 +83,7 @@ TEST(VrmsimProcess, ListsTheCertificatesItCanServe) {
 
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.errors, "");
-  std::istringstream lines(outcome.output);
+  std::istringstream lines(std::regex_replace(outcome.output, std::regex("\n +"), " "));
   for (const CertificateCase& row : certificateCases()) {
     std::string line;
     std::getline(lines, line);
@@ -286,7 +287,16 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         WrongUsage{"UnknownOption", {"--bogus"}, "--bogus"},
         WrongUsage{"StrayWord", {"start"}, "start"},
-        WrongUsage{"PortOutOfRange", {"--port", "70000"}, "--port"},
+        WrongUsage{"PortOutOfRange",
+                   {"--port", "70000"},
+                   "vrmsim: --port: expected a number from 0 to 65535\n"
+                   "vrmsim --help tells the options.\n"},
+        WrongUsage{"ControlPortOutOfRange",
+                   {"--control-port", "-1"},
+                   "vrmsim: --control-port: expected a number from 0 to 65535\n"},
+        WrongUsage{"NegativeSeed",
+                   {"--fault-seed", "-1"},
+                   "vrmsim: --fault-seed: expected a number from 0 to 18446744073709551615\n"},
         WrongUsage{"SizeThatIsNoNumber", {"--vms", "many"}, "--vms"},
         WrongUsage{"NegativeSize", {"--vms", "-5"}, "--vms"},
         WrongUsage{"NegativeValidity", {"--token-validity", "-1"}, "--token-validity"},
