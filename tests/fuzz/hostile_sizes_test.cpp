@@ -115,13 +115,12 @@ TEST_F(HostileSize, AnErrorBodyOfFourMebibytesTellsItsCode) {
   expectTheNextOperationToWork();
 }
 
-// As large as KESTRELVISOR_BODY_MIB says. The receive buffer grows by a copy of itself at each
-// part, so that 64 take minutes.
+// As large as KESTRELVISOR_BODY_MIB says, and 8 MiB without it. The receive buffer grows by a copy
+// of itself at each part, so that 64 take minutes.
 TEST_F(HostileSize, AsManyMebibytesAsToldAreReadAsAnyAnswer) {
-  const char* const mebibytes = std::getenv("KESTRELVISOR_BODY_MIB");
-  if (mebibytes == nullptr) GTEST_SKIP() << "KESTRELVISOR_BODY_MIB is not set";
-  manager.serves("GET", kSites,
-                 ok(padded(kGoodSites, std::strtoul(mebibytes, nullptr, 10) * kMebibyte)));
+  const char* const told = std::getenv("KESTRELVISOR_BODY_MIB");
+  const std::size_t mebibytes = std::strtoul(told == nullptr ? "8" : told, nullptr, 10);
+  manager.serves("GET", kSites, ok(padded(kGoodSites, mebibytes * kMebibyte)));
 
   EXPECT_TRUE(listSites());
 
