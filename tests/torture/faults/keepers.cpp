@@ -3,24 +3,14 @@
 // as well, and it was made by a call that is not here.
 
 #include "tests/torture/faults/allocator.h"
+#include "tests/torture/faults/next_function.h"
 
 #include <curl/curl.h>
-#include <dlfcn.h>
 #include <openssl/evp.h>
-
-#include <cstdlib>
 
 namespace kestrelvisor::torture {
 namespace {
 
-template <class Function>
-Function* nextOf(const char* name) {
-  void* const address = dlsym(RTLD_NEXT, name);
-  if (address == nullptr) std::abort();
-  return reinterpret_cast<Function*>(address);
-}
-
-// Looked up when the library is loaded: later, memory may be refused.
 const auto nextGlobalInit = nextOf<decltype(curl_global_init)>("curl_global_init");
 const auto nextPerform = nextOf<decltype(curl_easy_perform)>("curl_easy_perform");
 const auto nextCleanup = nextOf<decltype(curl_easy_cleanup)>("curl_easy_cleanup");
