@@ -6,6 +6,7 @@
 #include "tests/torture/faults/next_function.h"
 
 #include <curl/curl.h>
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 
 namespace kestrelvisor::torture {
@@ -15,6 +16,7 @@ const auto nextGlobalInit = nextOf<decltype(curl_global_init)>("curl_global_init
 const auto nextPerform = nextOf<decltype(curl_easy_perform)>("curl_easy_perform");
 const auto nextCleanup = nextOf<decltype(curl_easy_cleanup)>("curl_easy_cleanup");
 const auto nextDecryptInit = nextOf<decltype(EVP_DecryptInit_ex)>("EVP_DecryptInit_ex");
+const auto nextThreadStop = nextOf<decltype(OPENSSL_thread_stop)>("OPENSSL_thread_stop");
 
 }  // namespace
 }  // namespace kestrelvisor::torture
@@ -42,6 +44,12 @@ int EVP_DecryptInit_ex(EVP_CIPHER_CTX* context, const EVP_CIPHER* cipher, ENGINE
                        const unsigned char* key, const unsigned char* nonce) {
   const InsideKeeper inside("EVP_DecryptInit_ex");
   return kestrelvisor::torture::nextDecryptInit(context, cipher, engine, key, nonce);
+}
+
+// Makes what it is to end, when that could not be made before.
+void OPENSSL_thread_stop() {
+  const InsideKeeper inside("OPENSSL_thread_stop");
+  kestrelvisor::torture::nextThreadStop();
 }
 
 }  // extern "C"
