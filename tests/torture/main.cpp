@@ -195,7 +195,8 @@ void printHeading() {
 }
 
 void print(const Row& row, const Run& run, const std::string& fault) {
-  const std::uint64_t crashes = row.of(Kind::crash) + row.of(Kind::terminate);
+  const std::uint64_t crashes =
+      row.of(Kind::crash) + row.of(Kind::terminate) + row.of(Kind::freedTwice);
   const std::uint64_t named =
       crashes + row.of(Kind::hang) + row.of(Kind::leak) + row.of(Kind::next);
   std::uint64_t weaknesses = 0;
@@ -319,6 +320,12 @@ bool findPlantedDefects() {
     const bool found = row.of(planted.kind) != 0;
     std::printf("%s: %s\n", planted.operation.name, found ? "found" : "NOT FOUND");
     all = all && found;
+  }
+  for (const PlantedFinding& planted : plantedFindings()) {
+    const bool right = attribute(planted.finding).ours == planted.ours;
+    std::printf("%s: %s, %s\n", planted.name, planted.ours ? "ours" : "the library's",
+                right ? "put down so" : "NOT PUT DOWN SO");
+    all = all && right;
   }
   return all;
 }

@@ -75,6 +75,14 @@ struct PlantedDefect {
 };
 const std::vector<PlantedDefect>& plantedDefects();
 
+// A finding made by hand, and whether it must count as ours.
+struct PlantedFinding {
+  const char* name;
+  Finding finding;
+  bool ours;
+};
+std::vector<PlantedFinding> plantedFindings();
+
 // Ends what the engine keeps by contract: the sessions of its clients, and what the calling thread
 // keeps inside OpenSSL.
 void emptyCaches();

@@ -47,6 +47,8 @@ __attribute__((always_inline)) inline Stack stackOfBadEnd() { return Stack::here
   _exit(kDied);
 }
 
+void onFreedTwice(const FreedTwice& freed) { boardOfProcess->reportFreedTwice(freed); }
+
 void catchBadEnds(Board& board) {
   static std::array<std::byte, 1U << 16U> stack;  // an exhausted one cannot carry the handler
   stack_t other{};
@@ -114,6 +116,7 @@ class Trial {
       : run_(run), operation_(operation), board_(board), start_(start) {}
 
   void tryFrom(std::uint64_t first) {
+    Allocator::onFreedTwice(onFreedTwice);
     const std::uint64_t most = operation_.needsFreshProcess() ? 1 : ~std::uint64_t{0};
     for (std::uint64_t point = first, tried = 0; tried < most; ++tried) {
       if (!tryOne(point, Purpose::judging)) {

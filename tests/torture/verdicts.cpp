@@ -16,9 +16,9 @@ namespace kestrelvisor::torture {
 namespace {
 
 constexpr std::array<const char*, kKinds> kKindNames{
-    "crash",     "terminate",    "hang",          "leak",          "secret",
-    "exception", "result",       "wrong success", "reply",         "request",
-    "next",      "dead library", "library leak",  "harmless fault"};
+    "crash",   "terminate", "freed twice",  "hang",          "leak",
+    "secret",  "exception", "result",       "wrong success", "reply",
+    "request", "next",      "dead library", "library leak",  "harmless fault"};
 constexpr std::array<const char*, 6> kStageNames{"preparation",    "operation", "verdict",
                                                  "next operation", "settling",  "exit"};
 
@@ -140,6 +140,19 @@ Attribution attributeCrash(const Finding& finding) {
   return {false, place.object, "crashes in a later call after its first use failed"};
 }
 
+// A block is a library's own affair when that library frees it twice, within the very call in which
+// it was refused an allocation: our code had no turn in between but for its callbacks, whose frames
+// would come first.
+Attribution attributeFreedTwice(const Finding& finding) {
+  const std::vector<void*> frames = framesOf(finding.stack);
+  const std::vector<void*> fault = framesOf(finding.fault);
+  if (!finding.withinOneCall || frames.empty() || fault.empty()) return {};
+  if (ownerOf(frames.front()) != Owner::library) return {};
+  const Place place = placeOf(frames.front());
+  if (placeOf(fault.front()).path != place.path) return {};
+  return {false, place.object, "frees a block twice after it found no memory"};
+}
+
 // Where libcurl takes a URL apart, it overlooks that there was no memory for the query: the request
 // goes out without it.
 Attribution attributeRequest(const Stack& fault) {
@@ -158,20 +171,32 @@ const char* nameOf(Kind kind) { return kKindNames[static_cast<std::size_t>(kind)
 
 const char* nameOf(Stage stage) { return kStageNames[static_cast<std::size_t>(stage)]; }
 
-void Board::report(Kind kind, std::string_view text, const Stack& stack) {
-  if (findingCount >= kMostFindings) {
-    ++findingCount;
-    return;
-  }
-  Finding& finding = findings[findingCount++];
-  finding.kind = kind;
+Finding* Board::nextFinding() {
+  const std::uint64_t place = findingCount++;
+  if (place >= kMostFindings) return nullptr;
+  Finding& finding = findings[place];
+  finding = {};
   finding.stage = stage;
   finding.firstUse = firstUse;
   finding.point = point;
-  finding.stack = stack;
   finding.fault = Allocator::firstFault();
-  finding.text = {};
-  std::memcpy(finding.text.data(), text.data(), std::min(text.size(), finding.text.size() - 1));
+  return &finding;
+}
+
+void Board::report(Kind kind, std::string_view text, const Stack& stack) {
+  Finding* const finding = nextFinding();
+  if (finding == nullptr) return;
+  finding->kind = kind;
+  finding->stack = stack;
+  std::memcpy(finding->text.data(), text.data(), std::min(text.size(), finding->text.size() - 1));
+}
+
+void Board::reportFreedTwice(const FreedTwice& freed) {
+  Finding* const finding = nextFinding();
+  if (finding == nullptr) return;
+  finding->kind = Kind::freedTwice;
+  finding->stack = freed.stack;
+  finding->withinOneCall = freed.withinOneCall;
 }
 
 Board::Kept* Board::keptAt(KeptBlocks& kept, void* site) {
@@ -205,6 +230,8 @@ Attribution attribute(const Finding& finding) {
       return {false, finding.text.data(), "cannot be used any more after its first use failed"};
     case Kind::crash:
       return attributeCrash(finding);
+    case Kind::freedTwice:
+      return attributeFreedTwice(finding);
     case Kind::request:
     case Kind::wrongSuccess:
       return attributeRequest(finding.fault);

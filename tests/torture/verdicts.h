@@ -16,6 +16,7 @@ namespace kestrelvisor::torture {
 enum class Kind : std::uint8_t {
   crash,           // a signal
   terminate,       // an exception where none may leave
+  freedTwice,      // a block that had been freed before
   hang,            // longer than the limit
   leak,            // a block that nobody frees any more
   secret,          // the password outside the cache, in memory or in the log
@@ -29,7 +30,7 @@ enum class Kind : std::uint8_t {
   libraryLeak,     // a block that a library owns, and that it does not free any more
   harmlessFailed,  // a fault that libcurl handles, but the operation failed
 };
-inline constexpr std::size_t kKinds = 14;
+inline constexpr std::size_t kKinds = 15;
 const char* nameOf(Kind kind);
 
 // Where in the life of a point something happened.
@@ -39,7 +40,8 @@ const char* nameOf(Stage stage);
 struct Finding {
   Kind kind = Kind::crash;
   Stage stage = Stage::preparation;
-  bool firstUse = false;  // as on the board
+  bool firstUse = false;       // as on the board
+  bool withinOneCall = false;  // as of a block that was freed twice
   std::uint64_t point = 0;
   Stack stack;  // may be empty
   Stack fault;  // of the first allocation that was refused; may be empty
@@ -87,6 +89,11 @@ struct Board {
 
   // Safe in signal handlers.
   void report(Kind kind, std::string_view text, const Stack& stack = {});
+  void reportFreedTwice(const FreedTwice& freed);
+
+ private:
+  // Null when there are too many.
+  Finding* nextFinding();
 };
 
 struct BoardUnmap {

@@ -24,6 +24,7 @@ namespace kestrelvisor::torture {
 namespace {
 
 constexpr int kFreshPattern = 0xA5;
+constexpr int kFreedPattern = 0xDB;
 constexpr std::size_t kMostStacks = std::size_t{1} << 18U;
 
 template <class Record>
@@ -34,15 +35,17 @@ Record* reserve(std::size_t count) {
   return static_cast<Record*>(memory);
 }
 
-// Open addressing with linear probing; a removal moves later entries of its run forward.
-class LiveBlocks {
+// Blocks by their address. Open addressing with linear probing; a removal moves later entries of
+// its run forward.
+template <class Record>
+class Blocks {
  public:
   void prepare(std::size_t slots) {
-    if (slots_ == nullptr) slots_ = reserve<LiveBlock>(slots);
+    if (slots_ == nullptr) slots_ = reserve<Record>(slots);
     mask_ = slots - 1;
   }
 
-  void insert(const LiveBlock& block) {
+  void insert(const Record& block) {
     if (count_ >= mask_ - mask_ / 4) std::abort();  // no operation holds that much
     std::size_t slot = homeOf(block.address);
     while (slots_[slot].address != nullptr) slot = (slot + 1) & mask_;
@@ -50,27 +53,33 @@ class LiveBlocks {
     ++count_;
   }
 
-  bool remove(const void* address) {
-    if (count_ == 0) return false;
+  // Null when it is not there.
+  const Record* find(const void* address) const {
+    if (count_ == 0) return nullptr;
     std::size_t slot = homeOf(address);
     while (slots_[slot].address != address) {
-      if (slots_[slot].address == nullptr) return false;
+      if (slots_[slot].address == nullptr) return nullptr;
       slot = (slot + 1) & mask_;
     }
-    closeGap(slot);
+    return &slots_[slot];
+  }
+
+  void remove(const void* address) {
+    const Record* const block = find(address);
+    if (block == nullptr) return;
+    closeGap(static_cast<std::size_t>(block - slots_));
     --count_;
-    return true;
   }
 
   void clear() {
     for (std::size_t slot = 0; count_ != 0; ++slot) {
       if (slots_[slot].address == nullptr) continue;
-      slots_[slot] = LiveBlock{};
+      slots_[slot] = Record{};
       --count_;
     }
   }
 
-  const LiveBlock* at(std::size_t slot) const {
+  const Record* at(std::size_t slot) const {
     const bool lives = slots_ != nullptr && slots_[slot].address != nullptr;
     return lives ? &slots_[slot] : nullptr;
   }
@@ -91,12 +100,55 @@ class LiveBlocks {
       slots_[gap] = slots_[next];
       gap = next;
     }
-    slots_[gap] = LiveBlock{};
+    slots_[gap] = Record{};
   }
 
-  LiveBlock* slots_ = nullptr;
+  Record* slots_ = nullptr;
   std::size_t mask_ = 0;
   std::size_t count_ = 0;
+};
+
+struct FreedBlock {
+  const void* address = nullptr;
+  std::uint64_t libraryCall = 0;  // in which it was freed; 0: in none
+};
+
+// Holds blocks back that were freed last, so that nobody gets their memory and a second free shows.
+class FreedBlocks {
+ public:
+  void prepare() {
+    if (order_ == nullptr) order_ = reserve<void*>(kMost);
+    blocks_.prepare(2 * kMost);
+  }
+
+  const FreedBlock* find(const void* address) const { return blocks_.find(address); }
+
+  void insert(void* block, std::uint64_t libraryCall) {
+    void*& oldest = order_[next_];
+    next_ = (next_ + 1) % kMost;
+    letGo(oldest);
+    oldest = block;
+    blocks_.insert({block, libraryCall});
+  }
+
+  void clear() {
+    for (std::size_t i = 0; i < kMost; ++i) letGo(order_[i]);
+    next_ = 0;
+  }
+
+ private:
+  static constexpr std::size_t kMost = std::size_t{1} << 13U;
+
+  void letGo(void*& block) {
+    if (block == nullptr) return;
+    blocks_.remove(block);
+    __libc_free(block);
+    block = nullptr;
+  }
+
+  Blocks<FreedBlock> blocks_;
+  void** order_ = nullptr;
+  std::size_t next_ = 0;
 };
 
 // Faults are the calling thread's own.
@@ -104,7 +156,12 @@ struct Faults {
   FaultCounter counter;
   bool busy = false;  // inside the allocator's own bookkeeping
   const char* keeper = nullptr;
+  std::uint64_t libraryCalls = 0;  // of keepers, so far; the last one runs while there is a keeper
   Stack firstFault;
+  std::uint64_t callOfFirstFault = 0;
+
+  // The library call that runs; 0: none.
+  std::uint64_t libraryCall() const { return keeper == nullptr ? 0 : libraryCalls; }
 };
 constinit thread_local Faults faults;
 
@@ -112,7 +169,9 @@ constinit thread_local Faults faults;
 struct Watch {
   std::atomic<bool> active = false;
   std::atomic_flag locked;
-  LiveBlocks live;
+  Blocks<LiveBlock> live;
+  FreedBlocks freed;
+  void (*onFreedTwice)(const FreedTwice&) = nullptr;
   std::string_view secret;
   bool recordStacks = false;
   Stack* stacks = nullptr;
@@ -156,6 +215,7 @@ void noteFault() {
   if (faults.firstFault.depth != 0) return;
   const Bookkeeping guard;
   faults.firstFault = Stack::here();
+  faults.callOfFirstFault = faults.libraryCall();
 }
 
 // Null when the plan says so or memory is out.
@@ -181,13 +241,26 @@ void searchForSecret(const void* block) {
   if (watch.secretsFreed++ == 0) watch.firstSecretFreed = Stack::here();
 }
 
+void tellFreedTwice(const FreedBlock& before) {
+  if (watch.onFreedTwice == nullptr) return;
+  const std::uint64_t call = faults.libraryCall();
+  const bool withinOneCall =
+      call != 0 && before.libraryCall == call && faults.callOfFirstFault == call;
+  watch.onFreedTwice({Stack::here(), withinOneCall});
+}
+
+void watchFreed(void* block) {
+  const Bookkeeping guard;
+  if (const FreedBlock* const before = watch.freed.find(block)) return tellFreedTwice(*before);
+  watch.live.remove(block);
+  searchForSecret(block);
+  std::memset(block, kFreedPattern, malloc_usable_size(block));
+  watch.freed.insert(block, faults.libraryCall());
+}
+
 void release(void* block) {
   if (block == nullptr) return;
-  if (watch.active && !faults.busy) {
-    const Bookkeeping guard;
-    watch.live.remove(block);
-    searchForSecret(block);
-  }
+  if (watch.active && !faults.busy) return watchFreed(block);
   __libc_free(block);
 }
 
@@ -235,7 +308,9 @@ Stack Stack::here() {
 }
 
 InsideKeeper::InsideKeeper(const char* name) : before_(faults.keeper) {
-  if (before_ == nullptr) faults.keeper = name;
+  if (before_ != nullptr) return;
+  faults.keeper = name;
+  ++faults.libraryCalls;
 }
 
 InsideKeeper::~InsideKeeper() { faults.keeper = before_; }
@@ -269,6 +344,7 @@ bool Allocator::installInLibcurl() {
 
 void Allocator::arm(const FaultPlan& plan) {
   faults.firstFault.depth = 0;
+  faults.callOfFirstFault = 0;
   faults.counter.arm(plan);
 }
 
@@ -278,6 +354,7 @@ void Allocator::watch(std::string_view secret, bool recordStacks) {
   using torture::watch;
   Stack::here();  // the first one loads the unwinder
   watch.live.prepare(kSlots);
+  watch.freed.prepare();
   if (recordStacks && watch.stacks == nullptr) watch.stacks = reserve<Stack>(kMostStacks);
   watch.secret = secret;
   watch.recordStacks = recordStacks;
@@ -290,6 +367,11 @@ void Allocator::endWatch() {
   torture::watch.active = false;
   const Bookkeeping guard;
   torture::watch.live.clear();
+  torture::watch.freed.clear();
+}
+
+void Allocator::onFreedTwice(void (*tell)(const FreedTwice&)) {
+  torture::watch.onFreedTwice = tell;
 }
 
 const LiveBlock* Allocator::liveAt(std::size_t slot) { return torture::watch.live.at(slot); }

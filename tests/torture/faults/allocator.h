@@ -39,6 +39,14 @@ struct LiveBlock {
   const Stack* stack = nullptr;  // null unless stacks are recorded, and for a keeper's
 };
 
+// A block that was freed although it had been freed before. The second free has no effect.
+struct FreedTwice {
+  Stack stack;  // of the second free
+  // Whether one and the same library call, of those that own what they allocate, was refused the
+  // first allocation and freed the block both times: nobody else had a hand in it.
+  bool withinOneCall = false;
+};
+
 // While it lives, the calling thread is inside a library call that owns what it allocates. What our
 // code allocates when it is called back comes through operator new and stays our code's.
 class InsideKeeper {
@@ -63,11 +71,14 @@ class Allocator {
   static void arm(const FaultPlan& plan);
   static FaultCount disarm();
 
-  // Watching: remembers each block until it is freed, fills fresh blocks with a pattern, and
-  // searches freed ones for the secret, whose text must outlive the watch.
+  // Watching: remembers each block until it is freed, fills fresh blocks with a pattern, searches
+  // freed ones for the secret, whose text must outlive the watch, fills them with another pattern
+  // and holds the last ones back.
   static void watch(std::string_view secret, bool recordStacks);
   // Ends the watch and forgets the blocks that are left.
   static void endWatch();
+  // Is told of each block that is freed twice during a watch. It must not allocate.
+  static void onFreedTwice(void (*tell)(const FreedTwice&));
   // Calls visit with each watched block that lives.
   template <class Visit>
   static void forEachLive(Visit visit) {
