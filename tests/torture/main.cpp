@@ -11,6 +11,7 @@
 #include <charconv>
 #include <cstdio>
 #include <iostream>
+#include <limits>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -22,12 +23,16 @@ namespace {
 constexpr const char* kUsage =
     "usage: torture --simulator FILE --inventory FILE [--https] [--faults memory|calls]\n"
     "               [--modes once|onwards|both] [--operation NAME]... [--seconds N]\n"
-    "               [--no-heading]\n"
+    "               [--points FIRST[-LAST]] [--no-heading]\n"
     "       torture --planted | --heading\n"
     "  --seconds  how long one operation under one fault may take; points are left out to keep\n"
     "             to it (120)\n"
+    "  --points   tries these points alone, each of them, whatever time they take: once more what\n"
+    "             a DEFECT line tells. Over HTTPS the number of calls before a point differs a\n"
+    "             little from run to run; take some on either side of it.\n"
     "  --planted  shows that planted defects are found\n"
-    "  --heading  prints the head of the table alone\n";
+    "  --heading  prints the head of the table alone\n"
+    "  --help     prints this\n";
 
 struct Options {
   std::string simulator;
@@ -38,9 +43,12 @@ struct Options {
   bool onwards = true;
   std::vector<std::string> operations;
   double seconds = 120;
+  std::uint64_t firstPoint = Run{}.firstPoint;
+  std::uint64_t lastPoint = Run{}.lastPoint;
   bool heading = true;
   bool headingAlone = false;
   bool planted = false;
+  bool help = false;
 };
 
 class WrongUsage : public std::runtime_error {
@@ -78,6 +86,24 @@ double secondsFrom(const std::string& word) {
   return seconds;
 }
 
+std::uint64_t pointFrom(std::string_view word) {
+  std::uint64_t point = 0;
+  const auto [stop, error] = std::from_chars(word.data(), word.data() + word.size(), point);
+  if (error != std::errc() || stop != word.data() + word.size() || point == 0) {
+    throw WrongUsage("not a point: " + std::string(word));
+  }
+  return point;
+}
+
+void takePoints(Options& options, const std::string& word) {
+  const std::size_t dash = word.find('-');
+  options.firstPoint = pointFrom(word.substr(0, dash));
+  options.lastPoint =
+      dash == std::string::npos ? options.firstPoint : pointFrom(word.substr(dash + 1));
+  if (options.lastPoint < options.firstPoint) throw WrongUsage("no point between: " + word);
+  options.seconds = std::numeric_limits<double>::max();  // none is left out
+}
+
 std::string operationFrom(const std::string& word) {
   for (const OperationKind& kind : operationKinds()) {
     if (kind.name == word) return word;
@@ -95,7 +121,7 @@ struct OptionWord {
   void (*take)(Options&, Words&);
 };
 
-constexpr std::array<OptionWord, 10> kOptionWords{{
+constexpr std::array<OptionWord, 12> kOptionWords{{
     {"--simulator", [](Options& o, Words& words) { o.simulator = words.next(); }},
     {"--inventory", [](Options& o, Words& words) { o.inventory = words.next(); }},
     {"--https", [](Options& o, Words&) { o.https = true; }},
@@ -110,9 +136,11 @@ constexpr std::array<OptionWord, 10> kOptionWords{{
     {"--operation",
      [](Options& o, Words& words) { o.operations.push_back(operationFrom(words.next())); }},
     {"--seconds", [](Options& o, Words& words) { o.seconds = secondsFrom(words.next()); }},
+    {"--points", [](Options& o, Words& words) { takePoints(o, words.next()); }},
     {"--no-heading", [](Options& o, Words&) { o.heading = false; }},
     {"--heading", [](Options& o, Words&) { o.headingAlone = true; }},
     {"--planted", [](Options& o, Words&) { o.planted = true; }},
+    {"--help", [](Options& o, Words&) { o.help = true; }},
 }};
 
 Options readOptions(int count, char** arguments) {
@@ -126,7 +154,7 @@ Options readOptions(int count, char** arguments) {
     option->take(options, words);
   }
   const bool complete = !options.simulator.empty() && !options.inventory.empty();
-  if (!complete && !options.planted && !options.headingAlone) {
+  if (!complete && !options.planted && !options.headingAlone && !options.help) {
     throw WrongUsage("--simulator and --inventory are needed");
   }
   return options;
@@ -194,6 +222,13 @@ void printHeading() {
       "|");
 }
 
+const char* transportOf(const Run& run) { return run.route->https ? "HTTPS" : "HTTP"; }
+
+std::string faultOf(const Run& run) {
+  const std::string end = run.onwards ? " from then on" : " once";
+  return (run.callFault != nullptr ? run.callFault->name : "no memory") + end;
+}
+
 void print(const Row& row, const Run& run, const std::string& fault) {
   const std::uint64_t crashes =
       row.of(Kind::crash) + row.of(Kind::terminate) + row.of(Kind::freedTwice);
@@ -201,8 +236,7 @@ void print(const Row& row, const Run& run, const std::string& fault) {
       crashes + row.of(Kind::hang) + row.of(Kind::leak) + row.of(Kind::next);
   std::uint64_t weaknesses = 0;
   for (const auto& [reason, count] : row.weaknesses) weaknesses += count;
-  std::printf("| %s | %s | %s ", run.operation->name, run.route->https ? "HTTPS" : "HTTP",
-              fault.c_str());
+  std::printf("| %s | %s | %s ", run.operation->name, transportOf(run), fault.c_str());
   for (const std::uint64_t number :
        {row.calls, row.points, row.widestStride, row.succeeded, row.failedAsTold, row.threw,
         crashes, row.of(Kind::hang), row.of(Kind::leak), row.defectCount - named, weaknesses}) {
@@ -211,8 +245,8 @@ void print(const Row& row, const Run& run, const std::string& fault) {
   const std::uint64_t bad = row.of(Kind::next);
   std::printf("| %s |\n", bad == 0 ? "yes" : ("no: " + std::to_string(bad)).c_str());
   for (const auto& [reason, count] : row.weaknesses) {
-    std::fprintf(stderr, "%s, %s: %zu times %s\n", run.operation->name, fault.c_str(), count,
-                 reason.c_str());
+    std::fprintf(stderr, "%s over %s, %s: %zu times %s\n", run.operation->name, transportOf(run),
+                 fault.c_str(), count, reason.c_str());
   }
   std::fflush(stdout);
 }
@@ -222,9 +256,9 @@ void explainDefects(const Run& run, Board& board) {
   std::uint64_t explained = 0;
   for (const Finding& finding : board.knownFindings()) {
     if (!attribute(finding).ours || ++explained > kMostExplained) continue;
-    std::fprintf(stderr, "DEFECT in %s, point %zu, %s: %s: %s\n%s", run.operation->name,
-                 finding.point, nameOf(finding.stage), nameOf(finding.kind), finding.text.data(),
-                 describe(finding.stack).c_str());
+    std::fprintf(stderr, "DEFECT in %s over %s, %s, point %zu, %s: %s: %s\n%s", run.operation->name,
+                 transportOf(run), faultOf(run).c_str(), finding.point, nameOf(finding.stage),
+                 nameOf(finding.kind), finding.text.data(), describe(finding.stack).c_str());
     if (finding.fault.depth != 0) {
       std::fprintf(stderr, "  after no memory was left at\n%s", describe(finding.fault).c_str());
     }
@@ -251,7 +285,7 @@ bool tryMemory(const Options& options, Run& run) {
     run.onwards = onwards;
     Row row;
     tryRun(run, row);
-    print(row, run, onwards ? "no memory from then on" : "no memory once");
+    print(row, run, faultOf(run));
     good = good && row.defectCount == 0;
   }
   return good;
@@ -291,6 +325,8 @@ bool tryOperations(const Options& options) {
     run.operation = &kind;
     run.route = &site.route();
     run.seconds = options.seconds;
+    run.firstPoint = options.firstPoint;
+    run.lastPoint = options.lastPoint;
     const bool first = kind.make(site.route())->needsFreshProcess();
     if (first && !options.memory) continue;  // it makes no system call of these
     if (!first && !prepared) {
@@ -332,6 +368,10 @@ bool findPlantedDefects() {
 
 int run(int count, char** arguments) {
   const Options options = readOptions(count, arguments);
+  if (options.help) {
+    std::fputs(kUsage, stdout);
+    return 0;
+  }
   if (options.headingAlone) {
     printHeading();
     return 0;

@@ -119,7 +119,7 @@ class Trial {
     Allocator::onFreedTwice(onFreedTwice);
     const std::uint64_t most = operation_.needsFreshProcess() ? 1 : ~std::uint64_t{0};
     for (std::uint64_t point = first, tried = 0; tried < most; ++tried) {
-      if (!tryOne(point, Purpose::judging)) {
+      if (point > run_.lastPoint || !tryOne(point, Purpose::judging)) {
         board_.done = true;
         return;
       }
@@ -357,8 +357,8 @@ void tryPoints(const Run& run, Board& board) {
     inChild(board, [&] { trial.count(); });
     inChild(board, [&] { trial.learnFirstUse(); });
   }
-  std::uint64_t point = 1;
-  while (!board.done) {
+  std::uint64_t point = run.firstPoint;
+  while (!board.done && point <= run.lastPoint) {
     const std::uint64_t before = board.tried;
     const bool ended = inChild(board, [&] { trial.tryFrom(point); });
     if (!ended && board.stage != Stage::exit) ++board.tried;

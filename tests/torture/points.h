@@ -11,6 +11,8 @@ struct Run {
   const Route* route = nullptr;
   const CallFault* callFault = nullptr;  // null: allocations fail
   bool onwards = false;
+  std::uint64_t firstPoint = 1;
+  std::uint64_t lastPoint = ~std::uint64_t{0};
   double seconds = 0;          // about as long may it take; points are left out to keep to it
   unsigned limitSeconds = 20;  // a point that takes longer hangs
 };
