@@ -9,6 +9,4 @@ VRM_INFO::VRM_INFO() { type = 0; }
 
 VRM_INFO::VRM_INFO(const VRM_INFO&) = default;
 
-VRM_INFO::~VRM_INFO() {
-  if (!clientPassword.empty()) wipeString(clientPassword);
-}
+VRM_INFO::~VRM_INFO() = default;

@@ -25,8 +25,8 @@ class KestrelVisorObj {
 
 // How one operation reaches one manager, and which site it found there.
 //
-// The password is wiped when the record ends. Assignment is deleted: it could leave the characters
-// of the replaced password behind.
+// The password is wiped when the record ends, or when a copy of it finds no memory half-way.
+// Assignment is deleted: a connection is described once, for one operation.
 class VRM_INFO : public KestrelVisorObj {
  public:
   VRM_INFO();
@@ -40,10 +40,11 @@ class VRM_INFO : public KestrelVisorObj {
   std::int32_t spareNumber1 = 0;
   std::string vrmIp;           // from the request, then key "ip" of the local site
   std::string clientUsername;  // from the request
-  std::string clientPassword;  // from the request, encrypted; plaintext in a login's own copy
-  std::string vrmCert;         // from the request, for SecuritySS::enrichSSL
-  bool isSelf = false;         // site, key "isSelf"
-  std::int32_t vrmPort = 0;    // from the request
+  // From the request, encrypted; plaintext in a login's own copy.
+  kestrelvisor::SecretString clientPassword;
+  std::string vrmCert;       // from the request, for SecuritySS::enrichSSL
+  bool isSelf = false;       // site, key "isSelf"
+  std::int32_t vrmPort = 0;  // from the request
   std::int32_t spareNumber2 = 0;
   std::int32_t spareNumber3 = 0;
   std::int32_t useHttps = 0;  // 0: http; anything else: https, with enrichSSL only when exactly 1

@@ -19,6 +19,25 @@ inline void wipeString(std::string& secret) noexcept {
 
 namespace kestrelvisor {
 
+// A string that is wiped when it ends or is replaced.
+//
+// A record that keeps a secret holds one of these rather than wipe in its own destructor, which
+// does not run for a copy that found no memory half-way.
+class SecretString : public std::string {
+ public:
+  SecretString() = default;
+  SecretString(const SecretString&) = default;
+  SecretString& operator=(const SecretString& other) { return *this = std::string(other); }
+  // Takes over a text; what is moved here leaves no secret behind.
+  SecretString& operator=(std::string text) noexcept {
+    wipeString(*this);
+    swap(text);
+    wipeString(text);  // a short one is copied, not swapped
+    return *this;
+  }
+  ~SecretString() { wipeString(*this); }
+};
+
 // Wipes a string that its owner keeps, when the scope ends.
 class WipeOnExit {
  public:

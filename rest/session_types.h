@@ -24,21 +24,9 @@ struct MemoryStruct {
 
 // One session with a manager. The token is wiped when the record ends or is replaced.
 struct KestrelVisorCertToken {
-  KestrelVisorCertToken() = default;
-  KestrelVisorCertToken(const KestrelVisorCertToken&) = default;
-  KestrelVisorCertToken& operator=(const KestrelVisorCertToken& other) {
-    if (this == &other) return *this;
-    wipeString(authToken);
-    validTime = other.validTime;
-    startTime = other.startTime;
-    authToken = other.authToken;
-    return *this;
-  }
-  ~KestrelVisorCertToken() { wipeString(authToken); }
-
   std::uint64_t validTime = 0;  // granted validity in seconds; the manager sends thousandths
   std::uint64_t startTime = 0;  // when it was granted, in seconds since 1970 (UTC)
-  std::string authToken;        // value of the "X-Auth-Token:" header; a secret
+  kestrelvisor::SecretString authToken;  // value of the "X-Auth-Token:" header; a secret
 };
 
 // What the token cache keeps for one manager address.

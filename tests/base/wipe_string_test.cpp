@@ -56,6 +56,28 @@ TEST(WipeString, SurvivesTheOptimiser) {
   EXPECT_FALSE(holds(storage.data(), storage.size(), "secret"));
 }
 
+TEST(SecretString, IsWipedWhenItEnds) {
+  using kestrelvisor::SecretString;
+  alignas(SecretString) std::array<char, sizeof(SecretString)> storage{};
+  auto* const secret = new (storage.data()) SecretString;
+  *secret = "short-secret";
+  ASSERT_TRUE(holds(storage.data(), storage.size(), "short-secret"));
+
+  secret->~SecretString();
+
+  EXPECT_FALSE(holds(storage.data(), storage.size(), "secret"));
+}
+
+TEST(SecretString, SurvivesBeingAssignedToItself) {
+  kestrelvisor::SecretString secret;
+  secret = "token";
+  const kestrelvisor::SecretString& same = secret;
+
+  secret = same;
+
+  EXPECT_EQ(secret, "token");
+}
+
 TEST(WipeOnExit, WipesWhenTheScopeEnds) {
   std::string secret = "token";
 

@@ -16,6 +16,7 @@ struct Watch {
   const char* secrets[kMost] = {};
   std::size_t count = 0;
   std::size_t found[kMost] = {};
+  std::size_t largestBlock = SIZE_MAX;  // in bytes; there is no memory for more
 };
 thread_local Watch* watch = nullptr;
 
@@ -31,6 +32,7 @@ void freeBlock(void* block) {
 }
 
 void* newBlock(std::size_t size) {
+  if (watch != nullptr && size > watch->largestBlock) throw std::bad_alloc();
   // Zeroed, so that nothing of an earlier owner is taken for this one's.
   void* const block = std::calloc(1, size == 0 ? 1 : size);
   if (block == nullptr) throw std::bad_alloc();
@@ -138,6 +140,27 @@ TEST_F(FreedMemory, HoldsNoSecretAfterAnException) {
     }
   });
 
+  expectNothingFound();
+}
+
+TEST_F(FreedMemory, HoldsNoSecretAfterACopyThatFoundNoMemory) {
+  VRM_INFO vrm;
+  vrm.clientPassword = std::string(kPassword);
+  vrm.vrmCert.assign(100'000, 'c');
+  seen.largestBlock = 50'000;  // copied after the password
+
+  watching([&] { EXPECT_THROW(VRM_INFO{vrm}, std::bad_alloc); });
+
+  expectNothingFound();
+}
+
+TEST_F(FreedMemory, HoldsNoSecretThatAnotherOneReplaced) {
+  kestrelvisor::SecretString secret;
+  secret = std::string(kPassword);
+
+  watching([&] { secret = std::string(100, 'x'); });
+
+  EXPECT_EQ(secret, std::string(100, 'x'));
   expectNothingFound();
 }
 

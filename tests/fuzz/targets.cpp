@@ -69,7 +69,7 @@ VRM_INFO makeConnection() {
 
 VRMCertTokenInfo makeSession() {
   VRMCertTokenInfo session{connection(), {}};
-  session.vrmInfo.clientPassword = kPassword;
+  session.vrmInfo.clientPassword = std::string(kPassword);
   session.certToken.validTime = 1800;
   session.certToken.startTime = kNow;
   session.certToken.authToken = "t";

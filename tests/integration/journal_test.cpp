@@ -114,7 +114,8 @@ class OperationJournal : public ::testing::TestWithParam<bool> {
   }
 
   static std::string tokenOf(const KestrelVisor_rest_api& api) {
-    return api.tokenMap.empty() ? "(none)" : api.tokenMap.begin()->second.certToken.authToken;
+    if (api.tokenMap.empty()) return "(none)";
+    return api.tokenMap.begin()->second.certToken.authToken;
   }
 
   LogCapture log;

@@ -494,7 +494,7 @@ TEST_F(Faults, VersionQueryIsEnrichedWithTheCertificateWhenHttpsIsExactlyOne) {
 
 class ScriptedLogin : public Faults {
  protected:
-  ScriptedLogin() { vrm.clientPassword = kPassword; }
+  ScriptedLogin() { vrm.clientPassword = std::string(kPassword); }
 
   bool logIn() { return api.logIn(vrm, status, code, token, message); }
 

@@ -59,7 +59,7 @@ class RestTest : public ::testing::Test {
   // The record as a login sees it, with the plaintext.
   VRM_INFO decrypted() const {
     VRM_INFO plain(vrm);
-    plain.clientPassword = kPassword;
+    plain.clientPassword = std::string(kPassword);
     return plain;
   }
   std::string url(const std::string& path) const {
