@@ -1,6 +1,7 @@
 #include "base/log.h"
 #include "platform/contract/security.h"
 #include "platform/reference/platform_tag.h"
+#include "platform/reference/read_url.h"
 
 #include <arpa/inet.h>
 #include <curl/curl.h>
@@ -8,9 +9,8 @@
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
-#include <memory>
+#include <optional>
 #include <string>
-#include <string_view>
 
 namespace kestrelvisor {
 namespace {
@@ -38,27 +38,6 @@ class TlsOptions {
   CURL* curl_;
   CURLcode result_ = CURLE_OK;
 };
-
-struct CurlFree {
-  void operator()(CURLU* url) const noexcept { curl_url_cleanup(url); }
-  void operator()(char* text) const noexcept { curl_free(text); }
-};
-using ParsedUrl = std::unique_ptr<CURLU, CurlFree>;
-using UrlPart = std::unique_ptr<char, CurlFree>;
-
-// The host of the handle's URL as libcurl looks it up, an IPv6 address in brackets and without its
-// zone; null when there is none to be had.
-UrlPart hostOf(CURL* curl) {
-  const char* text = nullptr;
-  const ParsedUrl url(curl_url());
-  char* host = nullptr;
-  // libcurl's own flags for the URL of a transfer.
-  constexpr unsigned int kAsTransfers = CURLU_GUESS_SCHEME | CURLU_NON_SUPPORT_SCHEME;
-  const bool known = url && curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &text) == CURLE_OK &&
-                     curl_url_set(url.get(), CURLUPART_URL, text, kAsTransfers) == CURLUE_OK &&
-                     curl_url_get(url.get(), CURLUPART_HOST, &host, CURLU_PUNYCODE) == CURLUE_OK;
-  return UrlPart(known ? host : nullptr);
-}
 
 bool isIpv4(const std::string& text) {
   in_addr address;
@@ -96,8 +75,10 @@ CURLcode prepareVerification(CURL* curl, void* context, void*) {
   try {
     auto* const tls = static_cast<SSL_CTX*>(context);
     SSL_CTX_set_cert_verify_callback(tls, verifyChain, nullptr);
-    const UrlPart host = hostOf(curl);
-    if (host && demandHost(tls, host.get())) return CURLE_OK;
+    const char* url = nullptr;
+    curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &url);
+    const std::optional<std::string> host = ReadUrl(url).host();
+    if (host && demandHost(tls, *host)) return CURLE_OK;
     KV_LOG_AS(kPlatformTag, kError, "TLS connection refused, the manager's name cannot be checked");
   } catch (...) {  // of the memory or the log; libcurl's code lets no exception pass
   }

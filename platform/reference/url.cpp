@@ -3,15 +3,13 @@
 #include "base/log.h"
 #include "platform/contract/helpers.h"
 #include "platform/reference/platform_tag.h"
+#include "platform/reference/read_url.h"
 
 #include <arpa/inet.h>
-#include <curl/curl.h>
 
 #include <algorithm>
 #include <cstddef>
-#include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -110,46 +108,6 @@ std::string formatted(const std::string& url) {
   return url.substr(0, start) + server.host + server.port + url.substr(end);
 }
 
-// A URL as libcurl reads it when it connects.
-class ReadUrl {
- public:
-  explicit ReadUrl(const std::string& url) : handle_(curl_url()) {
-    constexpr unsigned kAsForATransfer = CURLU_GUESS_SCHEME | CURLU_NON_SUPPORT_SCHEME;
-    good_ = handle_ != nullptr &&
-            curl_url_set(handle_.get(), CURLUPART_URL, url.c_str(), kAsForATransfer) == CURLUE_OK;
-  }
-
-  bool good() const { return good_; }
-  bool namesUser() const { return part(CURLUPART_USER).has_value(); }
-  bool namesPort() const { return part(CURLUPART_PORT).has_value(); }
-
-  // Host, zone and port, however the URL spells them.
-  std::string server() const {
-    std::string host = part(CURLUPART_HOST).value_or("");
-    std::transform(host.begin(), host.end(), host.begin(), [](char c) {
-      return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    if (const auto zone = part(CURLUPART_ZONEID)) host += "%" + *zone;
-    return host + ":" + part(CURLUPART_PORT, CURLU_DEFAULT_PORT).value_or("");
-  }
-
- private:
-  struct Free {
-    void operator()(CURLU* handle) const noexcept { curl_url_cleanup(handle); }
-    void operator()(char* text) const noexcept { curl_free(text); }
-  };
-
-  std::optional<std::string> part(CURLUPart which, unsigned flags = 0) const {
-    char* text = nullptr;
-    if (curl_url_get(handle_.get(), which, &text, flags) != CURLUE_OK) return std::nullopt;
-    const std::unique_ptr<char, Free> owner(text);
-    return std::string(text);
-  }
-
-  std::unique_ptr<CURLU, Free> handle_;
-  bool good_ = false;
-};
-
 // Returns what speaks against a URL, or an empty text. Of the URL it names the server alone: what
 // stands before "@" may be a password, and paths are the manager's words.
 std::string objectionTo(const std::string& url) {
@@ -161,7 +119,7 @@ std::string objectionTo(const std::string& url) {
   }
   if (allowed.empty()) return {};
 
-  const ReadUrl read(url);
+  const ReadUrl read(url.c_str());
   if (!read.good()) return "cannot be read, so nobody knows where it leads";
   const std::string server = read.server();
   if (std::find(allowed.begin(), allowed.end(), server) == allowed.end()) {
@@ -188,7 +146,7 @@ bool allowOnlyServers(const std::vector<std::string>& servers) {
   for (const std::string& server : servers) {
     if (!std::all_of(server.begin(), server.end(), canStandInHost)) return false;
     const Server parts = splitServer(server);
-    const ReadUrl read("https://" + parts.host + parts.port);
+    const ReadUrl read(("https://" + parts.host + parts.port).c_str());
     if (!read.good() || !read.namesPort()) return false;
     allowed.push_back(read.server());
   }
