@@ -6,6 +6,7 @@
 #include <arpa/inet.h>
 #include <curl/curl.h>
 #include <openssl/err.h>
+#include <openssl/rand.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
@@ -85,6 +86,12 @@ CURLcode prepareVerification(CURL* curl, void* context, void*) {
   return CURLE_ABORTED_BY_CALLBACK;  // not a refused certificate, which a host may overlook
 }
 
+// Once OpenSSL found no memory to renew its random numbers they stay out of order, and libcurl
+// makes no TLS connection any more.
+void repairRandomNumbers() {
+  if (RAND_status() != 1) RAND_poll();
+}
+
 // A trust store that cannot be read ends each exchange, whatever else stands in the handle, and not
 // as a refused certificate, which a host may choose to overlook.
 void trustNothing(CURL* curl) {
@@ -101,6 +108,7 @@ void trustNothing(CURL* curl) {
 // An empty cert leaves a fresh handle with the system's trust store. Any other text replaces that
 // store: a text that holds no certificate lets nobody through.
 void SecuritySS::enrichSSL(void* curl, std::string& cert) {
+  kestrelvisor::repairRandomNumbers();
   kestrelvisor::TlsOptions options(curl);
   options.set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   // HTTP/2 would deliver header names in lower case; the engine's wire is HTTP/1.1.

@@ -1,8 +1,17 @@
 #include "platform/contract/log.h"
+#include "platform/contract/security.h"
 #include "platform/reference/logging.h"
 #include "tests/platform/quiet_log.h"
 #include "tests/support/test_headers.h"
 #include "tests/torture/faults/allocator.h"
+
+#include <curl/curl.h>
+#include <openssl/crypto.h>
+#include <openssl/rand.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
 
 namespace kestrelvisor::test {
 namespace {
@@ -86,6 +95,32 @@ TEST(LogWithoutMemory, CutsNoRecordShort) {
     EXPECT_THAT(seen, ::testing::Each(piece + piece + piece)) << nth;
   }
   EXPECT_THAT(seen, ::testing::SizeIs(1));
+}
+
+// Asks for random numbers, as a thread that is new to OpenSSL, until memory ends while OpenSSL
+// renews them: every hundred threads or so, at some allocation.
+void spoilRandomNumbers() {
+  std::array<unsigned char, 16> bytes{};
+  for (std::uint64_t nth = 1; nth < 60 && RAND_status() == 1; ++nth) {
+    for (int thread = 0; thread < 300 && RAND_status() == 1; ++thread) {
+      OPENSSL_thread_stop();
+      Allocator::arm({nth, true});
+      RAND_bytes(bytes.data(), static_cast<int>(bytes.size()));
+      Allocator::disarm();
+    }
+  }
+}
+
+TEST(TlsWithoutMemory, FindsItsRandomNumbersAgain) {
+  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle(curl_easy_init(),
+                                                                   curl_easy_cleanup);
+  std::string systemStore;
+  spoilRandomNumbers();
+  ASSERT_NE(RAND_status(), 1);
+
+  SecuritySS::enrichSSL(handle.get(), systemStore);
+
+  EXPECT_EQ(RAND_status(), 1);
 }
 
 // With memory: the list of observers changes under a walk over it.
