@@ -8,6 +8,7 @@
 #include <curl/curl.h>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
+#include <openssl/rand.h>
 
 namespace kestrelvisor::torture {
 namespace {
@@ -15,6 +16,7 @@ namespace {
 const auto nextGlobalInit = nextOf<decltype(curl_global_init)>("curl_global_init");
 const auto nextPerform = nextOf<decltype(curl_easy_perform)>("curl_easy_perform");
 const auto nextCleanup = nextOf<decltype(curl_easy_cleanup)>("curl_easy_cleanup");
+const auto nextRandomStatus = nextOf<decltype(RAND_status)>("RAND_status");
 const auto nextDecryptInit = nextOf<decltype(EVP_DecryptInit_ex)>("EVP_DecryptInit_ex");
 const auto nextThreadStop = nextOf<decltype(OPENSSL_thread_stop)>("OPENSSL_thread_stop");
 
@@ -40,6 +42,12 @@ void curl_easy_cleanup(CURL* handle) {
   kestrelvisor::torture::nextCleanup(handle);
 }
 
+// The first of these in a process prepares OpenSSL for all that follow.
+int RAND_status() {
+  const InsideKeeper inside("RAND_status");
+  return kestrelvisor::torture::nextRandomStatus();
+}
+
 int EVP_DecryptInit_ex(EVP_CIPHER_CTX* context, const EVP_CIPHER* cipher, ENGINE* engine,
                        const unsigned char* key, const unsigned char* nonce) {
   const InsideKeeper inside("EVP_DecryptInit_ex");
@@ -50,6 +58,15 @@ int EVP_DecryptInit_ex(EVP_CIPHER_CTX* context, const EVP_CIPHER* cipher, ENGINE
 void OPENSSL_thread_stop() {
   const InsideKeeper inside("OPENSSL_thread_stop");
   kestrelvisor::torture::nextThreadStop();
+}
+
+// The C library keeps its list of what is to run at exit, and makes it longer for whoever comes
+// when it is full. The first caller comes before this library's own objects.
+int __cxa_atexit(void (*function)(void*), void* argument, void* library) {
+  static const auto next =
+      kestrelvisor::torture::nextOf<int(void (*)(void*), void*, void*)>("__cxa_atexit");
+  const InsideKeeper inside("__cxa_atexit");
+  return next(function, argument, library);
 }
 
 }  // extern "C"
