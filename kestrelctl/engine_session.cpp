@@ -86,7 +86,8 @@ void EngineSession::usePassword(const std::string& password) {
 
 LogEvidence EngineSession::run(const std::string& what, const Operation& operation) const {
   LogEvidence evidence;
-  const LogObserver observer([&](const LogRecord& record) { evidence.take(record); });
+  const LogObserver observer([&](const LogRecord& record) { evidence.take(record); }, nullptr,
+                             LogEvidence::kLowestLevel);
   Attempt attempt = attempt_;
   attempt.what = what;
   std::string description;

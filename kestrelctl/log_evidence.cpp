@@ -5,7 +5,7 @@
 namespace kestrelvisor::ctl {
 namespace {
 
-constexpr int kWarningLevel = 3;
+constexpr int kWarningLevel = LogEvidence::kLowestLevel;
 constexpr int kErrorLevel = 4;
 constexpr std::string_view kRefusedUrlMark = "Request refused: its URL ";
 constexpr std::string_view kRefusedUrlEnd = ". ";

@@ -19,6 +19,8 @@ class LogEvidence {
     std::string text;
   };
 
+  static constexpr int kLowestLevel = 3;  // records below tell it nothing
+
   void take(const LogRecord& record);
 
   // Of the last request that failed. A logout that fails says nothing about the operation, nor does

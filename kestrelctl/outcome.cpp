@@ -1,6 +1,6 @@
 #include "kestrelctl/outcome.h"
 
-#include "platform/contract/security.h"
+#include "platform/reference/redaction.h"
 
 #include <curl/curl.h>
 
@@ -165,7 +165,7 @@ void explainRefusedUrl(const LogEvidence& evidence, Failure& failure) {
 
 // The manager's words may quote the request, its headers included.
 std::string described(const Cause& cause) {
-  const std::string text = WipeSensitiveData(cause.text);
+  const std::string text = withoutSecrets(cause.text);
   if (cause.code.empty()) return text;
   return text.empty() ? "code " + cause.code : text + " (code " + cause.code + ")";
 }

@@ -35,6 +35,9 @@ class SecuritySS {
   static int KmcDecryptInfo(const std::string& cipher, SecString& plain);
 };
 
-// Returns a copy of text without tokens, passwords, keys and session ids, fit for the log. It may
-// be called at any time, process exit included.
+// Returns what a record of level 1 may quote of an answer: a copy of text without tokens,
+// passwords, keys and session ids. It may be called at any time, process exit included.
+//
+// The engine asks for the body of each answer, whatever the log wants, and streams the result into
+// such a record and nowhere else. A host that drops that record may return an empty text at once.
 std::string WipeSensitiveData(const std::string& text);

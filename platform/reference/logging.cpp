@@ -1,9 +1,9 @@
 #include "platform/reference/logging.h"
 
 #include "platform/contract/log.h"
-#include "platform/contract/security.h"
 #include "platform/reference/clock.h"
 #include "platform/reference/log_line.h"
+#include "platform/reference/redaction.h"
 
 #include <spdlog/logger.h>
 #include <spdlog/pattern_formatter.h>
@@ -14,7 +14,6 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
-#include <limits>
 #include <locale>
 #include <mutex>
 #include <new>
@@ -56,7 +55,11 @@ LogState& logState() {
 constinit std::atomic<int> wantedFrom{kDefaultLogThreshold};
 
 void updateWantedFrom(const LogState& state) {
-  wantedFrom = state.observers.empty() ? state.threshold : std::numeric_limits<int>::min();
+  int lowest = state.threshold;
+  for (const auto& observer : state.observers) {
+    if (observer) lowest = std::min(lowest, observer->lowestLevel);
+  }
+  wantedFrom = lowest;
 }
 
 thread_local bool insideCallback = false;
@@ -77,10 +80,10 @@ class Walk {
   LogState& state_;
 };
 
-// Calls the callbacks of the observers that exist now. Nothing is copied: a statement must not fail
-// because there is no memory for its observers.
+// Calls the callbacks of the observers of that level that exist now. Nothing is copied: a statement
+// must not fail because there is no memory for its observers.
 template <class Call>
-void forEachObserver(Call call) {
+void forEachObserver(int level, Call call) {
   if (insideCallback) return;
   LogState& state = logState();
   const std::lock_guard lock(state.mutex);
@@ -88,18 +91,18 @@ void forEachObserver(Call call) {
   const Walk walk(state);
   for (std::size_t i = 0; i < count; ++i) {
     const auto callbacks = state.observers[i];  // a callback may end its own observer
-    if (callbacks) call(*callbacks);
+    if (callbacks && level >= callbacks->lowestLevel) call(*callbacks);
   }
 }
 
 void announce(int level, std::string_view function) {
-  forEachObserver([&](const LogObserver::Callbacks& callbacks) {
+  forEachObserver(level, [&](const LogObserver::Callbacks& callbacks) {
     if (callbacks.onStatement) callbacks.onStatement(level, function);
   });
 }
 
 void showToObservers(const LogRecord& record) {
-  forEachObserver([&](const LogObserver::Callbacks& callbacks) {
+  forEachObserver(record.level, [&](const LogObserver::Callbacks& callbacks) {
     try {
       if (callbacks.onRecord) callbacks.onRecord(record);
     } catch (...) {  // dropped, as LogObserver::OnRecord says
@@ -146,9 +149,11 @@ bool configureLogging(const LogOptions& options, std::string& problem) {
   return true;
 }
 
-LogObserver::LogObserver(OnRecord onRecord, OnStatement onStatement)
+bool isLogWanted(int level) { return level >= wantedFrom.load(std::memory_order_relaxed); }
+
+LogObserver::LogObserver(OnRecord onRecord, OnStatement onStatement, int lowestLevel)
     : callbacks_(std::make_shared<const Callbacks>(
-          Callbacks{std::move(onRecord), std::move(onStatement)})) {
+          Callbacks{std::move(onRecord), std::move(onStatement), lowestLevel})) {
   LogState& state = logState();
   const std::lock_guard lock(state.mutex);
   state.observers.push_back(callbacks_);
@@ -177,7 +182,7 @@ LogProxy::LogProxy(int level, std::string_view tag, std::uint64_t requestId,
       function_(function),
       requestId_(requestId),
       stream_(nullptr) {
-  if (level < kestrelvisor::wantedFrom.load(std::memory_order_relaxed)) return;
+  if (!kestrelvisor::isLogWanted(level)) return;
   kestrelvisor::announce(level, function);
   // A record that finds no memory is lost; the statement goes on.
   stream_ = new (std::nothrow) std::ostringstream;
@@ -187,7 +192,8 @@ LogProxy::LogProxy(int level, std::string_view tag, std::uint64_t requestId,
 LogProxy& LogProxy::operator<<(const std::string& piece) {
   if (stream_ == nullptr) return *this;
   try {
-    *stream_ << WipeSensitiveData(piece);
+    std::string room;
+    *stream_ << kestrelvisor::withoutSecrets(piece, room);
   } catch (const std::bad_alloc&) {  // the record is lost, the statement goes on
     delete std::exchange(stream_, nullptr);
   }
@@ -200,7 +206,8 @@ LogProxy::~LogProxy() {
   if (!*text) return;  // a piece found no memory: a part of a record would mislead
   try {
     const kestrelvisor::LogRecord record{
-        level_, std::string(tag_), requestId_, std::string(function_), line_, code_, text->str()};
+        level_, std::string(tag_),     requestId_, std::string(function_), line_,
+        code_,  std::move(*text).str()};
     kestrelvisor::showToObservers(record);
     kestrelvisor::write(record);
   } catch (...) {  // a log that cannot be written fails nobody

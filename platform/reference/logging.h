@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,6 +38,10 @@ struct LogOptions {
 // Returns false and tells why in problem when the file cannot be opened; nothing is changed then.
 bool configureLogging(const LogOptions& options, std::string& problem);
 
+// Whether anybody wants records of that level: the threshold, or an observer. A statement of
+// another level costs next to nothing.
+bool isLogWanted(int level);
+
 // One finished record, as an observer gets it.
 struct LogRecord {
   int level = 0;
@@ -45,10 +50,12 @@ struct LogRecord {
   std::string function;
   int line = 0;
   int code = 0;      // the first integer of the statement; the engine's is 0
-  std::string text;  // its pieces of type std::string as WipeSensitiveData leaves them
+  std::string text;  // its pieces of type std::string without secrets
 };
 
-// Sees every record of the process, whatever the threshold, from its construction to its end.
+// Sees every record of the process from lowestLevel on, whatever the threshold, from its
+// construction to its end. What it sees has to be made and cleaned: it should not ask for levels
+// that it does not look at.
 //
 // Several may exist at once; they are called in the order of construction, one record at a time.
 // Destruction waits for a running callback of another thread, so a callback must not wait for a
@@ -63,7 +70,10 @@ class LogObserver {
   // which is how tests see what an exception does at that place.
   using OnStatement = std::function<void(int level, std::string_view function)>;
 
-  explicit LogObserver(OnRecord onRecord, OnStatement onStatement = nullptr);
+  static constexpr int kEveryLevel = std::numeric_limits<int>::min();
+
+  explicit LogObserver(OnRecord onRecord, OnStatement onStatement = nullptr,
+                       int lowestLevel = kEveryLevel);
   ~LogObserver();
   LogObserver(const LogObserver&) = delete;
   LogObserver& operator=(const LogObserver&) = delete;
@@ -71,6 +81,7 @@ class LogObserver {
   struct Callbacks {
     OnRecord onRecord;
     OnStatement onStatement;
+    int lowestLevel;
   };
 
  private:

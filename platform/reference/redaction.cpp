@@ -1,10 +1,15 @@
+#include "platform/reference/redaction.h"
+
+#include "base/log.h"
 #include "platform/contract/security.h"
+#include "platform/reference/logging.h"
 #include "platform/reference/sensitive_name.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
-#include <utility>
 
 namespace kestrelvisor {
 namespace {
@@ -17,10 +22,22 @@ constexpr std::size_t kLongestPemLabel = 64;
 
 bool isIn(char c, std::string_view set) { return set.find(c) != std::string_view::npos; }
 
-bool isNameCharacter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-         isIn(c, "-_.%");
-}
+// What a character is to the scan.
+enum class Role : unsigned char { nothing, ofName, special };
+
+constexpr std::array<Role, 256> kRoles = [] {
+  std::array<Role, 256> roles{};
+  const auto give = [&](std::string_view characters, Role role) {
+    for (const char c : characters) roles[static_cast<unsigned char>(c)] = role;
+  };
+  give("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.%", Role::ofName);
+  give("\"\\:\n", Role::special);
+  return roles;
+}();
+
+Role roleOf(char c) { return kRoles[static_cast<unsigned char>(c)]; }
+
+bool isNameCharacter(char c) { return roleOf(c) == Role::ofName; }
 
 bool isControlOrBlank(char c) { return static_cast<unsigned char>(c) <= ' '; }
 
@@ -56,6 +73,34 @@ std::string replacementIn(std::optional<Delimiter> quote) {
   return around + std::string(kReplacement) + around;
 }
 
+// Judges names. The keys of an answer come back with each of its elements.
+class NameJudge {
+ public:
+  NameKind kindOf(std::string_view name) {
+    if (name.empty() || name.size() > kLongest) return kindOfName(name);
+    Known& known = known_[placeOf(name)];
+    if (known.name != name) known = {name, kindOfName(name)};
+    return known.kind;
+  }
+
+ private:
+  static constexpr std::size_t kLongest = 64;
+  static constexpr std::size_t kPlaces = 64;
+
+  struct Known {
+    std::string_view name;  // in the text that is scanned
+    NameKind kind = NameKind::harmless;
+  };
+
+  static std::size_t placeOf(std::string_view name) {
+    std::uint32_t hash = 2166136261U;
+    for (const char c : name) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619U;
+    return (hash ^ (hash >> 16U)) % kPlaces;
+  }
+
+  std::array<Known, kPlaces> known_{};
+};
+
 // One pass over a text of any kind: JSON, headers, URLs, settings, or a mixture.
 //
 // Names are looked for, not a grammar: a run of name characters that stands before ":" or "=",
@@ -64,12 +109,15 @@ std::string replacementIn(std::optional<Delimiter> quote) {
 // missing. Every character is looked at a small, fixed number of times.
 class Redactor {
  public:
-  explicit Redactor(std::string_view text) : text_(text) { out_.reserve(text.size()); }
+  // out gets the cleaned text, and nothing when there is nothing to replace.
+  Redactor(std::string_view text, std::string& out) : text_(text), out_(out) {}
 
-  std::string run() {
+  // False when there is nothing to replace.
+  bool run() {
     while (at_ < text_.size()) step();
+    if (!replaced_) return false;
     out_ += text_.substr(copied_);
-    return std::move(out_);
+    return true;
   }
 
  private:
@@ -87,8 +135,12 @@ class Redactor {
   bool startsAt(std::size_t at, std::string_view piece) const {
     return text_.substr(at, piece.size()) == piece;
   }
+  bool startsPem(std::size_t at) const {
+    return text_[at] == kPemBegin.front() && startsAt(at, kPemBegin);
+  }
   std::size_t skip(std::size_t at, std::string_view set) const {
-    return std::min(text_.find_first_not_of(set, at), text_.size());
+    while (at < text_.size() && isIn(text_[at], set)) ++at;
+    return at;
   }
   bool isSeparator(std::size_t at) const { return at < text_.size() && isIn(text_[at], ":="); }
   std::optional<Delimiter> delimiterAt(std::size_t at) const;
@@ -103,8 +155,10 @@ class Redactor {
   std::size_t endOfQuoted(std::size_t at, Delimiter delimiter) const;
   std::size_t endOfNested(std::size_t at) const;
 
-  std::string_view text_;
-  std::string out_;
+  const std::string_view text_;
+  std::string& out_;
+  NameJudge names_;
+  bool replaced_ = false;
   std::size_t at_ = 0;               // first character not judged yet
   std::size_t copied_ = 0;           // everything before it stands in out_ or has been replaced
   std::optional<Delimiter> string_;  // the JSON string that is open at at_
@@ -121,8 +175,13 @@ struct Redactor::Secret {
 
 void Redactor::step() {
   const char c = text_[at_];
-  if (startsAt(at_, kPemBegin) && redactPrivateKey()) return;
-  if (isNameCharacter(c)) return readName();
+  const Role role = roleOf(c);
+  if (role == Role::nothing) {
+    ++at_;
+    return;
+  }
+  if (startsPem(at_) && redactPrivateKey()) return;
+  if (role == Role::ofName) return readName();
   if (c == '"' || c == '\\') return readQuote();
   if (c == ':') return passColon();
   if (c == '\n') string_.reset();  // no JSON string goes past its line
@@ -130,6 +189,8 @@ void Redactor::step() {
 }
 
 void Redactor::redact(std::size_t from, std::size_t to, const std::string& replacement) {
+  if (!replaced_) out_.reserve(text_.size());
+  replaced_ = true;
   out_ += text_.substr(copied_, from - copied_);
   out_ += replacement;
   copied_ = at_ = to;
@@ -154,7 +215,7 @@ void Redactor::readName() {
   std::size_t start = at_;
   do {
     ++at_;
-  } while (at_ < text_.size() && isNameCharacter(text_[at_]) && !startsAt(at_, kPemBegin));
+  } while (at_ < text_.size() && isNameCharacter(text_[at_]) && !startsPem(at_));
   if (isSecondWord(start)) start = lastName_;
   lastName_ = start;
 
@@ -164,7 +225,7 @@ void Redactor::readName() {
   if (quote) next += quote->size();
   next = skip(next, quote ? " \t\r\n" : " \t");
   if (!isSeparator(next)) return;
-  const NameKind kind = kindOfName(text_.substr(start, at_ - start));
+  const NameKind kind = names_.kindOf(text_.substr(start, at_ - start));
   if (kind != NameKind::harmless) redactValue({next, quote, kind});
 }
 
@@ -185,7 +246,7 @@ void Redactor::readQuote() {
   string_.reset();
   const std::size_t next = skip(at_, " \t\r\n");
   if (next == text_.size() || text_[next] != ':') return;
-  const NameKind kind = kindOfName(text_.substr(stringStart_, quote - stringStart_));
+  const NameKind kind = names_.kindOf(text_.substr(stringStart_, quote - stringStart_));
   if (kind != NameKind::harmless) redactValue({next, closed, kind});
 }
 
@@ -334,8 +395,22 @@ std::size_t Redactor::endOfNested(std::size_t at) const {
 }
 
 }  // namespace
+
+std::string_view withoutSecrets(std::string_view text, std::string& room) {
+  room.clear();
+  return Redactor(text, room).run() ? std::string_view(room) : text;
+}
+
+std::string withoutSecrets(std::string_view text) {
+  std::string room;
+  if (!Redactor(text, room).run()) room = text;
+  return room;
+}
+
 }  // namespace kestrelvisor
 
 std::string WipeSensitiveData(const std::string& text) {
-  return kestrelvisor::Redactor(text).run();
+  // What nobody reads need not be cleaned. The engine asks for each answer, whatever is logged.
+  if (!kestrelvisor::isLogWanted(kestrelvisor::kInfo)) return {};
+  return kestrelvisor::withoutSecrets(text);
 }

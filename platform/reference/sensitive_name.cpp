@@ -20,6 +20,8 @@ constexpr std::array<std::string_view, 2> kSecretLineParts{"authorization", "coo
 // "sshKey", but not "monkey".
 constexpr std::array<std::string_view, 3> kSecretEndings{"key", "keys", "pass"};
 
+constexpr std::size_t kShortestSecretName = 3;  // of all that is listed here
+
 // What may stand before such a word when all is written in one case: "ACCESSKEY".
 constexpr std::array<std::string_view, 20> kStems{
     "access",  "account", "admin",   "aes",        "api",     "auth",   "cert",
@@ -111,6 +113,7 @@ bool holdsOneOf(std::string_view text, const Parts& parts) {
 }  // namespace
 
 NameKind kindOfName(std::string_view name) {
+  if (name.size() < kShortestSecretName) return NameKind::harmless;
   const FoldedName folded(withoutEscapes(name));
   if (holdsOneOf(folded.text, kSecretLineParts)) return NameKind::secretLine;
   if (holdsOneOf(folded.text, kSecretParts) || endsInSecretWord(folded)) return NameKind::secret;

@@ -1,6 +1,6 @@
 // Texts that answers hold, or are.
 
-#include "platform/contract/security.h"
+#include "platform/reference/redaction.h"
 #include "rest/json_utils.h"
 #include "tests/fuzz/session.h"
 #include "tests/fuzz/targets.h"
@@ -80,13 +80,13 @@ void uuid(std::string_view input) {
 
 void redaction(std::string_view input) {
   const std::string text(input);
-  const std::string clean = WipeSensitiveData(text);
-  require(WipeSensitiveData(text) == clean, "the same text gives the same copy");
+  const std::string clean = withoutSecrets(text);
+  require(withoutSecrets(text) == clean, "the same text gives the same copy");
   // Whatever stands behind it, a named secret is found.
   const std::string secret = "fake-session-token-0123456789abcdef";
   if (text.find(secret) != std::string::npos) return;
   const std::string answer = "{\"authToken\":\"" + secret + "\",\"more\":\"" + text + "\"}";
-  require(WipeSensitiveData(answer).find(secret) == std::string::npos, "a named secret is removed");
+  require(withoutSecrets(answer).find(secret) == std::string::npos, "a named secret is removed");
 }
 
 }  // namespace kestrelvisor::fuzz

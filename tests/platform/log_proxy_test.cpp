@@ -92,6 +92,38 @@ TEST_F(LogProxyTest, ShowsARecordToSeveralObserversInTheirOrder) {
   EXPECT_THAT(seen, ElementsAre("second a", "third a"));
 }
 
+TEST_F(LogProxyTest, ShowsAnObserverTheLevelsThatItAskedFor) {
+  std::vector<std::string> seen;
+  std::vector<int> statements;
+  const LogObserver second([&](const LogRecord& record) { seen.push_back(record.text); },
+                           [&](int level, std::string_view) { statements.push_back(level); }, 3);
+
+  for (int level = 0; level <= 4; ++level) log(level, std::to_string(level));
+
+  EXPECT_THAT(texts(), ElementsAre("0", "1", "2", "3", "4"));
+  EXPECT_THAT(seen, ElementsAre("3", "4"));
+  EXPECT_THAT(statements, ElementsAre(3, 4));
+}
+
+TEST(LogLevels, AreWantedByTheThresholdOrAnObserver) {
+  const kestrelvisor::test::QuietLog quiet;
+  const auto wanted = [] {
+    std::vector<int> levels;
+    for (int level = 0; level <= 5; ++level) {
+      if (kestrelvisor::isLogWanted(level)) levels.push_back(level);
+    }
+    return levels;
+  };
+  EXPECT_THAT(wanted(), ElementsAre(5));
+  {
+    const LogObserver third([](const LogRecord&) {}, nullptr, 3);
+    EXPECT_THAT(wanted(), ElementsAre(3, 4, 5));
+    const LogObserver first([](const LogRecord&) {}, nullptr, 1);
+    EXPECT_THAT(wanted(), ElementsAre(1, 2, 3, 4, 5));
+  }
+  EXPECT_THAT(wanted(), ElementsAre(5));
+}
+
 TEST_F(LogProxyTest, ShowsNothingToAnObserverThatEnded) {
   std::vector<std::string> seen;
   {

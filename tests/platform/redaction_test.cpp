@@ -1,13 +1,23 @@
+#include "platform/reference/redaction.h"
+
 #include "platform/contract/security.h"
+#include "platform/reference/logging.h"
 #include "platform/reference/sensitive_name.h"
+#include "tests/platform/plain_redaction.h"
+#include "tests/platform/quiet_log.h"
 #include "tests/support/test_headers.h"
 
 #include <json/json.h>
+
+#include <array>
+#include <random>
 
 namespace {
 
 using kestrelvisor::kindOfName;
 using kestrelvisor::NameKind;
+using kestrelvisor::withoutSecrets;
+using kestrelvisor::test::plainlyWithoutSecrets;
 
 struct NameRow {
   const char* name;
@@ -60,7 +70,7 @@ struct TextRow {
 class RedactionTest : public ::testing::TestWithParam<TextRow> {};
 
 TEST_P(RedactionTest, RemovesSecretsAndNothingElse) {
-  EXPECT_EQ(WipeSensitiveData(GetParam().text), GetParam().cleaned);
+  EXPECT_EQ(withoutSecrets(GetParam().text), GetParam().cleaned);
 }
 
 std::string nameOf(const ::testing::TestParamInfo<TextRow>& row) { return row.param.name; }
@@ -189,7 +199,7 @@ TEST(Redaction, LeavesJsonReadable) {
       R"("password":true,"list":[{"pwd":1.5e3},{"n":"{\"secret\":[1]}"}]})";
 
   Json::Value root;
-  ASSERT_TRUE(Json::Reader().parse(WipeSensitiveData(text), root));
+  ASSERT_TRUE(Json::Reader().parse(withoutSecrets(text), root));
 
   EXPECT_EQ(root["a"], "b");
   EXPECT_EQ(root["token"], "***");
@@ -206,7 +216,7 @@ TEST(Redaction, LeavesNoTraceOfASecretHoweverTheTextIsCut) {
       R"({"token":"s3cr3t","a":{"password":"s3cr3t"},"b":"\"key\":\"s3cr3t\""})"
       "\r\nX-Auth-Token: s3cr3t\r\n/x?pwd=s3cr3t pwd : s3cr3t";
   for (std::size_t size = 0; size <= text.size(); ++size) {
-    const std::string cleaned = WipeSensitiveData(text.substr(0, size));
+    const std::string cleaned = withoutSecrets(text.substr(0, size));
     EXPECT_EQ(cleaned.find("s3cr3t"), std::string::npos) << size;
   }
 }
@@ -219,7 +229,7 @@ TEST_P(HostileTextTest, TakesOnePass) {
   std::string text = GetParam().cleaned;  // what stands in front
   while (text.size() < kSize) text += GetParam().text;
 
-  const std::string cleaned = WipeSensitiveData(text);
+  const std::string cleaned = withoutSecrets(text);
 
   EXPECT_LE(cleaned.size(), 3 * text.size());
   EXPECT_GE(cleaned.size(), 3U);
@@ -244,5 +254,136 @@ INSTANTIATE_TEST_SUITE_P(
                       TextRow{"LongName", "k", ""}, TextRow{"LongNamePercent", "%", ""},
                       TextRow{"Nuls", std::string(16, '\0'), ""}),
     [](const auto& row) { return std::string(row.param.name); });
+
+// Texts of what the scan looks at, in every order.
+std::string hostileText(std::mt19937& random) {
+  static constexpr std::array<std::string_view, 44> kPieces{"token",
+                                                            "password",
+                                                            "Cookie",
+                                                            "Authorization",
+                                                            "key",
+                                                            "name",
+                                                            "id",
+                                                            "Session",
+                                                            "a",
+                                                            "0123456789",
+                                                            "\"",
+                                                            "'",
+                                                            "\\",
+                                                            "\\\"",
+                                                            "\\\\\\\"",
+                                                            ":",
+                                                            "=",
+                                                            "=>",
+                                                            "://",
+                                                            "user:pw@",
+                                                            "10.0.0.1:80",
+                                                            "/",
+                                                            " ",
+                                                            "\t",
+                                                            "\n",
+                                                            "\r\n",
+                                                            ",",
+                                                            ";",
+                                                            "{",
+                                                            "}",
+                                                            "[",
+                                                            "]",
+                                                            "&",
+                                                            "?",
+                                                            "-",
+                                                            "-----BEGIN ",
+                                                            "-----END ",
+                                                            "PRIVATE KEY-----",
+                                                            "%61",
+                                                            "\\u0061",
+                                                            "\xC3\xA9",
+                                                            "\xFF",
+                                                            "urn:sites:S1:vms:i-1",
+                                                            "\"uri\":\"/service/sites/S1\","};
+  std::uniform_int_distribution<std::size_t> piece(0, kPieces.size() - 1);
+  std::string text;
+  for (std::size_t left = random() % 40; left > 0; --left) text += kPieces[piece(random)];
+  if (random() % 8 == 0) text += '\0';
+  return text;
+}
+
+TEST(Redaction, GivesWhatThePlainFormGives) {
+  std::mt19937 random(7);
+  for (int i = 0; i < 20000; ++i) {
+    const std::string text = hostileText(random);
+    ASSERT_EQ(withoutSecrets(text), plainlyWithoutSecrets(text)) << i << ": " << text;
+  }
+}
+
+TEST(Redaction, GivesWhatThePlainFormGivesOfRandomBytes) {
+  std::mt19937 random(7);
+  for (int i = 0; i < 2000; ++i) {
+    std::string text(random() % 200, ' ');
+    for (char& c : text) c = static_cast<char>(random());
+    ASSERT_EQ(withoutSecrets(text), plainlyWithoutSecrets(text)) << i;
+  }
+}
+
+// More names than are remembered at once, and each of them again.
+TEST(Redaction, ConfusesNoNames) {
+  std::string text;
+  for (int round = 0; round < 2; ++round) {
+    for (int i = 0; i < 1000; ++i) {
+      const std::string number = std::to_string(i);
+      text += (i % 3 == 0 ? "token" + number + "x" : "thing" + number) + "=" + number + " ";
+    }
+  }
+
+  EXPECT_EQ(withoutSecrets(text), plainlyWithoutSecrets(text));
+}
+
+TEST(Redaction, CopiesNothingWhenThereIsNothingToRemove) {
+  const std::string text = R"({"name":"vm-1","uri":"/service/sites/S1/vms/1"})";
+  std::string room;
+
+  const std::string_view cleaned = withoutSecrets(text, room);
+
+  EXPECT_EQ(cleaned.data(), text.data());
+  EXPECT_EQ(cleaned, text);
+  EXPECT_TRUE(room.empty());
+}
+
+TEST(Redaction, LeavesTheCleanedTextInTheGivenRoom) {
+  std::string room = "of before";
+
+  EXPECT_EQ(withoutSecrets("token=abc", room), "token=***");
+  EXPECT_EQ(room, "token=***");
+}
+
+// The engine asks for the text of a record of level 1.
+class RedactionOfAnswers : public ::testing::Test {
+ protected:
+  const std::string answer_ = R"({"token":"abc"})";
+  const std::string cleaned_ = R"({"token":"***"})";
+  const kestrelvisor::test::QuietLog quiet_;
+};
+
+TEST_F(RedactionOfAnswers, IsLeftOutWhenNobodyWantsTheRecord) {
+  EXPECT_EQ(WipeSensitiveData(answer_), "");
+
+  const kestrelvisor::LogObserver higher([](const kestrelvisor::LogRecord&) {}, nullptr, 2);
+  EXPECT_EQ(WipeSensitiveData(answer_), "");
+}
+
+TEST_F(RedactionOfAnswers, IsDoneForAnObserver) {
+  const kestrelvisor::LogObserver observer([](const kestrelvisor::LogRecord&) {}, nullptr, 1);
+
+  EXPECT_EQ(WipeSensitiveData(answer_), cleaned_);
+}
+
+TEST_F(RedactionOfAnswers, IsDoneForTheLog) {
+  kestrelvisor::LogOptions options;
+  options.threshold = 1;
+  std::string problem;
+  ASSERT_TRUE(kestrelvisor::configureLogging(options, problem));
+
+  EXPECT_EQ(WipeSensitiveData(answer_), cleaned_);
+}
 
 }  // namespace

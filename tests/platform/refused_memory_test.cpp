@@ -46,11 +46,26 @@ TEST(LogWithoutMemory, FailsNoStatementThatIsObserved) {
   EXPECT_FALSE(statementThrows());
 }
 
+TEST(LogWithoutMemory, NeedsNoneForARecordThatNobodyWants) {
+  const QuietLog quiet;
+  const LogObserver higher([](const LogRecord&) {}, nullptr, 2);
+  const std::string piece =
+      "token=secret and more that is too long to stand in place without memory";
+
+  Allocator::arm({0, false});
+  LogProxy(1, "tag", 0, "function", 1) << 0 << "words" << piece << 7 << "";
+  const std::string cleaned = WipeSensitiveData(piece);
+
+  EXPECT_EQ(Allocator::disarm().calls, 0U);
+  EXPECT_EQ(cleaned, "");
+}
+
 TEST(LogWithoutMemory, LosesARecordOfWhichAPieceCannotBeCleaned) {
   const QuietLog quiet;
   std::vector<std::string> seen;
   const LogObserver observer([&](const LogRecord& record) { seen.push_back(record.text); });
-  const std::string piece = "a text that is too long to stand in place, so that it needs memory";
+  const std::string piece =
+      "token=secret and more that is too long to stand in place without memory";
   bool threw = false;
   {
     LogProxy record(4, "tag", 0, "function", 1);
