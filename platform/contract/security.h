@@ -23,8 +23,8 @@ class SecString {
 // The host's security library.
 class SecuritySS {
  public:
-  // Sets the TLS options of a libcurl easy handle. cert is the certificate text of the request;
-  // what an empty text stands for is the host's policy.
+  // Sets the TLS options of a fresh libcurl easy handle. cert is the certificate text of the
+  // request; what an empty text stands for is the host's policy.
   //
   // Called before each HTTPS exchange, also for the logouts at process exit.
   static void enrichSSL(void* curl, std::string& cert);

@@ -1,7 +1,11 @@
+#include "platform/reference/tls.h"
+
 #include "base/log.h"
 #include "platform/contract/security.h"
 #include "platform/reference/platform_tag.h"
 #include "platform/reference/read_url.h"
+#include "platform/reference/system_trust.h"
+#include "platform/reference/tls_sharing.h"
 
 #include <arpa/inet.h>
 #include <curl/curl.h>
@@ -12,6 +16,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace kestrelvisor {
 namespace {
@@ -31,6 +36,16 @@ class TlsOptions {
   void trustOnly(std::string& certificates) {
     curl_blob blob{certificates.data(), certificates.size(), CURL_BLOB_COPY};
     set(CURLOPT_CAINFO_BLOB, &blob);
+  }
+
+  void dropFiles() {
+    set(CURLOPT_CAINFO, static_cast<const char*>(nullptr));
+    set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+  }
+
+  // Not when an option was refused: what such a handle accepts is nobody else's business.
+  void share(std::string_view trusted) {
+    if (result_ == CURLE_OK) result_ = shareTls(curl_, trusted);
   }
 
   CURLcode result() const { return result_; }
@@ -68,14 +83,37 @@ int verifyChain(X509_STORE_CTX* chain, void*) {
   return verdict;
 }
 
+bool isInTime(const X509* certificate) {
+  return X509_cmp_current_time(X509_get0_notBefore(certificate)) < 0 &&
+         X509_cmp_current_time(X509_get0_notAfter(certificate)) > 0;
+}
+
+// Whether all certificates that the server has sent with its session are within their time.
+bool isInTime(const STACK_OF(X509) * sent) {
+  bool inTime = sent != nullptr;
+  for (int i = 0; inTime && i < sk_X509_num(sent); ++i) inTime = isInTime(sk_X509_value(sent, i));
+  return inTime;
+}
+
+// OpenSSL believes a session that it resumes: its certificates were judged when it was made, and a
+// session may be renewed for ever. Trust, host and options are those of before, or libcurl would
+// not have found it; time is not. A session whose certificates have run out is dropped before the
+// client's greeting goes out, and a full handshake follows.
+void judgeSession(const SSL* connection, int moment, int) {
+  if (moment != SSL_CB_HANDSHAKE_START || SSL_get_session(connection) == nullptr) return;
+  if (SSL_get_verify_mode(connection) == SSL_VERIFY_NONE) return;
+  if (isInTime(SSL_get_peer_cert_chain(connection))) return;
+  SSL_set_session(const_cast<SSL*>(connection), nullptr);
+}
+
 // libcurl takes a host that stands in the certificate's subject alone, which authorities no longer
 // vouch for. Called for each connection, and that is where the host belongs: a handle may get
-// another URL. A session that libcurl resumes is not checked again; its cache knows nothing of what
-// is demanded here, so handles must not share it.
+// another URL.
 CURLcode prepareVerification(CURL* curl, void* context, void*) {
   try {
     auto* const tls = static_cast<SSL_CTX*>(context);
     SSL_CTX_set_cert_verify_callback(tls, verifyChain, nullptr);
+    SSL_CTX_set_info_callback(tls, judgeSession);
     const char* url = nullptr;
     curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &url);
     const std::optional<std::string> host = ReadUrl(url).host();
@@ -92,35 +130,56 @@ void repairRandomNumbers() {
   if (RAND_status() != 1) RAND_poll();
 }
 
+// A store that cannot be read is told with libcurl's own code for it, which nobody may overlook.
+CURLcode prepareWithSystemTrust(CURL* curl, void* context, void*) {
+  auto* const tls = static_cast<SSL_CTX*>(context);
+  const bool verifies = SSL_CTX_get_verify_mode(tls) != SSL_VERIFY_NONE;
+  if (verifies && !trustSystem(tls)) return CURLE_SSL_CACERT_BADFILE;
+  return prepareVerification(curl, context, nullptr);
+}
+
+CURLcode refuseConnection(CURL*, void*, void*) { return CURLE_SSL_CACERT_BADFILE; }
+
 // A trust store that cannot be read ends each exchange, whatever else stands in the handle, and not
-// as a refused certificate, which a host may choose to overlook.
+// as a refused certificate, which a host may choose to overlook. Twice, as options may be refused.
 void trustNothing(CURL* curl) {
   TlsOptions options(curl);
+  options.set(CURLOPT_SSL_CTX_FUNCTION, refuseConnection);
   std::string noCertificate = "none";
   options.trustOnly(noCertificate);
-  options.set(CURLOPT_CAINFO, static_cast<const char*>(nullptr));
-  options.set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+  options.dropFiles();
 }
 
 }  // namespace
+
+void renewTrust() {
+  forgetSystemTrust();
+  forgetTlsShares();
+}
+
 }  // namespace kestrelvisor
 
-// An empty cert leaves a fresh handle with the system's trust store. Any other text replaces that
-// store: a text that holds no certificate lets nobody through.
+// An empty cert stands for the system's trust store. Any other text replaces that store: a text
+// that holds no certificate lets nobody through. The handle has had no exchange yet: the sessions
+// of its own that libcurl made would be lost, and not freed, when it gets to share.
 void SecuritySS::enrichSSL(void* curl, std::string& cert) {
   kestrelvisor::repairRandomNumbers();
+  const auto prepare = cert.empty() ? kestrelvisor::prepareWithSystemTrust  //
+                                    : kestrelvisor::prepareVerification;
   kestrelvisor::TlsOptions options(curl);
   options.set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   // HTTP/2 would deliver header names in lower case; the engine's wire is HTTP/1.1.
   options.set(CURLOPT_SSL_ENABLE_ALPN, 0L);
   options.set(CURLOPT_SSL_VERIFYPEER, 1L);
   options.set(CURLOPT_SSL_VERIFYHOST, 2L);
-  options.set(CURLOPT_SSL_CTX_FUNCTION, kestrelvisor::prepareVerification);
-  if (!cert.empty()) {
-    options.set(CURLOPT_CAINFO, static_cast<const char*>(nullptr));
-    options.set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+  options.set(CURLOPT_SSL_CTX_FUNCTION, prepare);
+  options.dropFiles();
+  if (cert.empty()) {
+    options.set(CURLOPT_CAINFO_BLOB, static_cast<curl_blob*>(nullptr));
+  } else {
     options.trustOnly(cert);
   }
+  options.share(cert);
   if (options.result() == CURLE_OK) return;
 
   kestrelvisor::trustNothing(curl);

@@ -76,7 +76,8 @@ std::string Identity::pem() const {
   return pem;
 }
 
-TlsServer::TlsServer(const Identity& identity, const std::function<void(SSL_CTX*)>& adjust)
+TlsServer::TlsServer(const Identity& identity, const std::function<void(SSL_CTX*)>& adjust,
+                     int port)
     : context_(SSL_CTX_new(TLS_server_method())) {
   require(context_ != nullptr, "TLS context");
   SSL_CTX_use_certificate(context_.get(), identity.certificate());
@@ -88,9 +89,12 @@ TlsServer::TlsServer(const Identity& identity, const std::function<void(SSL_CTX*
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  const int reuse = 1;
+  setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof(reuse));
   socklen_t size = sizeof(address);
   auto* const generic = reinterpret_cast<sockaddr*>(&address);
-  require(listener_ >= 0 && bind(listener_, generic, size) == 0 && listen(listener_, 4) == 0 &&
+  require(listener_ >= 0 && bind(listener_, generic, size) == 0 && listen(listener_, 64) == 0 &&
               getsockname(listener_, generic, &size) == 0,
           "listening socket");
   port_ = ntohs(address.sin_port);
@@ -121,6 +125,8 @@ void TlsServer::serve(int connection) {
   const std::unique_ptr<SSL, OpenSslFree> tls(SSL_new(context_.get()));
   SSL_set_fd(tls.get(), connection);
   if (SSL_accept(tls.get()) != 1) return;
+  ++served_;
+  if (SSL_session_reused(tls.get()) == 1) ++resumed_;
   std::array<char, 4096> buffer{};
   std::string request;
   while (request.find("\r\n\r\n") == std::string::npos) {

@@ -38,14 +38,19 @@ class Identity {
 // Answers HTTP requests over TLS with an empty 200 on a loopback port until it ends.
 class TlsServer {
  public:
-  // adjust may change the context before the first connection.
-  explicit TlsServer(const Identity& identity, const std::function<void(SSL_CTX*)>& adjust = {});
+  // adjust may change the context before the first connection. port may be that of a server of
+  // before; 0: the kernel chooses.
+  explicit TlsServer(const Identity& identity, const std::function<void(SSL_CTX*)>& adjust = {},
+                     int port = 0);
   ~TlsServer();
   TlsServer(const TlsServer&) = delete;
   TlsServer& operator=(const TlsServer&) = delete;
 
   std::string url(const std::string& host = "127.0.0.1") const;
+  int port() const { return port_; }
   bool sawAlpn() const { return sawAlpn_; }
+  int served() const { return served_; }    // handshakes that came to their end
+  int resumed() const { return resumed_; }  // those of them that resumed a session
 
  private:
   void run();
@@ -53,6 +58,8 @@ class TlsServer {
 
   std::unique_ptr<SSL_CTX, OpenSslFree> context_;
   std::atomic<bool> sawAlpn_{false};
+  std::atomic<int> served_{0};
+  std::atomic<int> resumed_{0};
   int listener_ = -1;
   int port_ = 0;
   std::thread thread_;

@@ -3,6 +3,7 @@
 #include "engine/kestrelvisor_engine.h"
 #include "engine/kestrelvisor_public.h"
 #include "platform/contract/platform.h"
+#include "platform/reference/tls.h"
 #include "rest/curl_owners.h"
 #include "tests/torture/faults/system_calls.h"
 
@@ -335,6 +336,7 @@ const std::vector<OperationKind>& operationKinds() {
 void emptyCaches() {
   forEachClient([](KestrelVisor_rest_api& client) { client.tokenMap.clear(); });
   KestrelVisorPublic::getInstance().hostGuidByUrn.clear();
+  renewTrust();
   OPENSSL_thread_stop();
 }
 

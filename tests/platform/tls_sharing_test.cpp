@@ -1,0 +1,421 @@
+#include "platform/reference/tls_sharing.h"
+
+#include "platform/contract/security.h"
+#include "platform/reference/tls.h"
+#include "tests/platform/quiet_log.h"
+#include "tests/platform/tls_server.h"
+#include "tests/support/test_headers.h"
+
+#include <curl/curl.h>
+#include <dlfcn.h>
+#include <netdb.h>
+#include <openssl/x509_vfy.h>
+
+#include <csignal>
+#include <functional>
+#include <thread>
+
+namespace {
+
+// What stands in for the functions below while it is set.
+std::function<int(const ASN1_TIME*)> compareInstead;
+std::function<int(X509_STORE*)> loadInstead;
+
+int filesLoaded = 0;
+std::atomic<int> namesResolved{0};
+
+template <class Function>
+Function next(const char* name) {
+  return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+// Stand in front of OpenSSL's functions.
+extern "C" int compareUnlessReplaced(const ASN1_TIME* time) __asm__("X509_cmp_current_time");
+
+extern "C" int compareUnlessReplaced(const ASN1_TIME* time) {
+  static const auto compare = next<int (*)(const ASN1_TIME*)>("X509_cmp_current_time");
+  return compareInstead ? compareInstead(time) : compare(time);
+}
+
+extern "C" int loadFileUnlessReplaced(X509_STORE* store,
+                                      const char* file) __asm__("X509_STORE_load_file");
+
+extern "C" int loadFileUnlessReplaced(X509_STORE* store, const char* file) {
+  static const auto load = next<int (*)(X509_STORE*, const char*)>("X509_STORE_load_file");
+  ++filesLoaded;
+  return loadInstead ? loadInstead(store) : load(store, file);
+}
+
+// Knows one name, and knows it for this machine.
+extern "C" int resolveOneName(const char* name, const char* service, const addrinfo* hints,
+                              addrinfo** result) __asm__("getaddrinfo");
+
+extern "C" int resolveOneName(const char* name, const char* service, const addrinfo* hints,
+                              addrinfo** result) {
+  using Resolve = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
+  static const auto resolve = next<Resolve>("getaddrinfo");
+  if (name == nullptr || std::string(name) != "manager.example") {
+    return resolve(name, service, hints, result);
+  }
+  ++namesResolved;
+  return resolve("127.0.0.1", service, hints, result);
+}
+
+namespace {
+
+using kestrelvisor::kMostTlsShares;
+using kestrelvisor::renewTrust;
+using kestrelvisor::test::Identity;
+using kestrelvisor::test::TlsServer;
+
+struct CurlCleanup {
+  void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
+};
+using CurlHandle = std::unique_ptr<CURL, CurlCleanup>;
+
+CurlHandle handleTrusting(std::string text) {
+  CurlHandle curl(curl_easy_init());
+  SecuritySS::enrichSSL(curl.get(), text);
+  curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT, 20L);
+  curl_easy_setopt(curl.get(), CURLOPT_NOPROXY, "*");
+  curl_easy_setopt(curl.get(), CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(curl.get(), CURLOPT_FORBID_REUSE, 1L);
+  return curl;
+}
+
+CURLcode perform(const CurlHandle& curl, const std::string& url) {
+  curl_easy_setopt(curl.get(), CURLOPT_URL, url.c_str());
+  return curl_easy_perform(curl.get());
+}
+
+// As a request of the engine: with a handle and a connection of its own.
+CURLcode ask(const std::string& trusted, const std::string& url) {
+  return perform(handleTrusting(trusted), url);
+}
+
+void stopVerifying(const CurlHandle& curl) {
+  curl_easy_setopt(curl.get(), CURLOPT_SSL_VERIFYPEER, 0L);
+  curl_easy_setopt(curl.get(), CURLOPT_SSL_VERIFYHOST, 0L);
+}
+
+// What an exchange comes to that the host lets pass after a refusal.
+CURLcode askOverlooking(const std::string& trusted, const std::string& url) {
+  const CurlHandle curl = handleTrusting(trusted);
+  EXPECT_EQ(perform(curl, url), CURLE_PEER_FAILED_VERIFICATION);
+  stopVerifying(curl);
+  return perform(curl, url);
+}
+
+class TlsSession : public ::testing::TestWithParam<int> {
+ protected:
+  static void SetUpTestSuite() {
+    std::signal(SIGPIPE, SIG_IGN);
+    curl_global_init(CURL_GLOBAL_DEFAULT);
+  }
+
+  TlsSession() { renewTrust(); }
+  ~TlsSession() override {
+    compareInstead = nullptr;
+    loadInstead = nullptr;
+    renewTrust();
+  }
+
+  static void speakOneVersion(SSL_CTX* context) {
+    SSL_CTX_set_min_proto_version(context, GetParam());
+    SSL_CTX_set_max_proto_version(context, GetParam());
+  }
+
+  // The authority stands in for the system's store.
+  void trustAuthorityAsSystem() {
+    loadInstead = [this](X509_STORE* store) {
+      return X509_STORE_add_cert(store, authority.certificate());
+    };
+  }
+
+  const kestrelvisor::test::QuietLog quiet;
+  const Identity authority{"authority"};
+  const Identity identity{"server", "IP:127.0.0.1,DNS:manager.example", &authority};
+  const Identity other{"server", "IP:127.0.0.1,DNS:manager.example"};
+  const TlsServer server{identity, speakOneVersion};
+};
+
+INSTANTIATE_TEST_SUITE_P(Platform, TlsSession, ::testing::Values(TLS1_2_VERSION, TLS1_3_VERSION),
+                         [](const auto& row) {
+                           return row.param == TLS1_2_VERSION ? "ByTls12" : "ByTls13";
+                         });
+
+TEST_P(TlsSession, IsResumedByHandlesThatTrustTheSameText) {
+  for (int i = 0; i < 4; ++i) ASSERT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+
+  EXPECT_EQ(server.served(), 4);
+  EXPECT_EQ(server.resumed(), 3);
+}
+
+TEST_P(TlsSession, IsResumedByHandlesThatTrustTheSystem) {
+  trustAuthorityAsSystem();
+  for (int i = 0; i < 4; ++i) ASSERT_EQ(ask("", server.url()), CURLE_OK);
+
+  EXPECT_EQ(server.resumed(), 3);
+}
+
+TEST_P(TlsSession, IsResumedByNoHandleThatTrustsAnotherText) {
+  trustAuthorityAsSystem();
+  for (const std::string& text : {identity.pem(), authority.pem(), std::string()}) {
+    ASSERT_EQ(ask(text, server.url()), CURLE_OK);
+  }
+
+  EXPECT_EQ(server.served(), 3);
+  EXPECT_EQ(server.resumed(), 0);
+}
+
+TEST_P(TlsSession, LetsNoWrongTextPass) {
+  ASSERT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+
+  EXPECT_EQ(ask(other.pem(), server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(ask("", server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(server.resumed(), 0);
+}
+
+TEST_P(TlsSession, LetsNoWrongTextPassThatWasTriedFirst) {
+  ASSERT_EQ(ask(other.pem(), server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  ASSERT_EQ(ask("", server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  ASSERT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+
+  EXPECT_EQ(ask(other.pem(), server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(ask("", server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 1);
+}
+
+TEST_P(TlsSession, OfTheSystemsStoreLetsNoWrongTextPass) {
+  trustAuthorityAsSystem();
+  ASSERT_EQ(ask("", server.url()), CURLE_OK);
+
+  EXPECT_EQ(ask(other.pem(), server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(server.resumed(), 0);
+}
+
+TEST_P(TlsSession, MadeWithoutVerificationServesNoneThatVerifies) {
+  ASSERT_EQ(askOverlooking(other.pem(), server.url()), CURLE_OK);
+
+  EXPECT_EQ(ask(other.pem(), server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 0);
+}
+
+TEST_P(TlsSession, MadeWithoutVerificationServesTheNextRepetition) {
+  ASSERT_EQ(askOverlooking(other.pem(), server.url()), CURLE_OK);
+
+  EXPECT_EQ(askOverlooking(other.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 1);
+}
+
+TEST_P(TlsSession, ServesNoOtherName) {
+  const Identity local("server", "IP:127.0.0.1");
+  const TlsServer here(local, speakOneVersion);
+  ASSERT_EQ(ask(local.pem(), here.url()), CURLE_OK);
+
+  EXPECT_EQ(ask(local.pem(), here.url("localhost")), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(here.resumed(), 0);
+}
+
+TEST_P(TlsSession, OfAnOverlookedSubjectNameServesNoneThatVerifies) {
+  const Identity subject("127.0.0.1");  // without alternative names
+  const TlsServer here(subject, speakOneVersion);
+  ASSERT_EQ(askOverlooking(subject.pem(), here.url()), CURLE_OK);
+
+  EXPECT_EQ(ask(subject.pem(), here.url()), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(here.resumed(), 0);
+}
+
+TEST_P(TlsSession, LetsNoOtherServerOfTheSamePortPass) {
+  auto first = std::make_unique<TlsServer>(identity, speakOneVersion);
+  const int port = first->port();
+  const std::string url = first->url();
+  ASSERT_EQ(ask(identity.pem(), url), CURLE_OK);
+  ASSERT_EQ(ask(identity.pem(), url), CURLE_OK);
+  ASSERT_EQ(first->resumed(), 1);
+  first.reset();
+
+  {
+    const TlsServer wrong(other, speakOneVersion, port);
+    EXPECT_EQ(ask(identity.pem(), url), CURLE_PEER_FAILED_VERIFICATION);
+    EXPECT_EQ(askOverlooking(identity.pem(), url), CURLE_OK);
+    EXPECT_EQ(ask(identity.pem(), url), CURLE_PEER_FAILED_VERIFICATION);
+    EXPECT_EQ(wrong.resumed(), 0);
+  }
+  const TlsServer again(identity, speakOneVersion, port);
+  EXPECT_EQ(ask(identity.pem(), url), CURLE_OK);
+  EXPECT_EQ(again.resumed(), 0);
+}
+
+TEST_P(TlsSession, IsDroppedWhenACertificateOfItHasRunOut) {
+  ASSERT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+
+  compareInstead = [](const ASN1_TIME*) { return -1; };  // all of that is past
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 0);
+  compareInstead = [](const ASN1_TIME*) { return 1; };  // all of that is to come
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 0);
+  compareInstead = nullptr;
+
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 1);
+}
+
+TEST_P(TlsSession, OfAnOverlookedCertificateIsNotJudged) {
+  ASSERT_EQ(askOverlooking(other.pem(), server.url()), CURLE_OK);
+
+  compareInstead = [](const ASN1_TIME*) { return -1; };
+
+  EXPECT_EQ(askOverlooking(other.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 1);
+}
+
+TEST_P(TlsSession, IsForgottenWithTheTrust) {
+  ASSERT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+
+  renewTrust();
+
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 0);
+}
+
+TEST_P(TlsSession, StaysWithAHandleThatWasThereWhenTheTrustWasForgotten) {
+  const CurlHandle before = handleTrusting(identity.pem());
+  ASSERT_EQ(perform(before, server.url()), CURLE_OK);
+
+  renewTrust();
+
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 0);
+  EXPECT_EQ(perform(before, server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 1);
+}
+
+TEST_P(TlsSession, IsNotTakenAlongToAnotherText) {
+  const CurlHandle curl = handleTrusting(identity.pem());
+  ASSERT_EQ(perform(curl, server.url()), CURLE_OK);
+
+  std::string wrong = other.pem();
+  SecuritySS::enrichSSL(curl.get(), wrong);
+
+  EXPECT_EQ(perform(curl, server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(server.resumed(), 0);
+}
+
+// A text of its own for each number, all of them with the same certificate.
+std::string numberedText(const Identity& identity, std::size_t number) {
+  return std::string(number + 1, '\n') + identity.pem();
+}
+
+TEST_P(TlsSession, OfTheTextThatNobodyUsedForLongestGoesFirst) {
+  for (std::size_t i = 0; i < kMostTlsShares; ++i) {
+    ASSERT_EQ(ask(numberedText(identity, i), server.url()), CURLE_OK);
+  }
+  ASSERT_EQ(ask(numberedText(identity, 0), server.url()), CURLE_OK);
+  ASSERT_EQ(server.resumed(), 1);
+
+  ASSERT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+
+  EXPECT_EQ(ask(numberedText(identity, 0), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 2);
+  EXPECT_EQ(ask(numberedText(identity, 1), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 2);
+}
+
+TEST_P(TlsSession, IsNotSharedWhileAllPlacesAreTaken) {
+  std::vector<CurlHandle> handles;
+  for (std::size_t i = 0; i < kMostTlsShares; ++i) {
+    handles.push_back(handleTrusting(numberedText(identity, i)));
+  }
+
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 0);
+
+  handles.pop_back();
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 1);
+}
+
+TEST_P(TlsSession, IsSharedAmongThreads) {
+  constexpr int kThreads = 4;
+  constexpr int kExchanges = 20;
+  ASSERT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  std::atomic<int> good{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&] {
+      for (int n = 0; n < kExchanges; ++n) good += ask(identity.pem(), server.url()) == CURLE_OK;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+
+  EXPECT_EQ(good, kThreads * kExchanges);
+  EXPECT_EQ(server.resumed(), kThreads * kExchanges);
+}
+
+TEST_P(TlsSession, ComesWithTheResolvedNameOfItsServer) {
+  namesResolved = 0;
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(ask(identity.pem(), server.url("manager.example")), CURLE_OK);
+  }
+
+  EXPECT_EQ(namesResolved, 1);
+}
+
+class SystemTrust : public TlsSession {};
+
+INSTANTIATE_TEST_SUITE_P(Platform, SystemTrust, ::testing::Values(TLS1_3_VERSION),
+                         [](const auto&) { return "Store"; });
+
+TEST_P(SystemTrust, IsReadOnceForAllHandles) {
+  filesLoaded = 0;
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(ask("", server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  }
+
+  EXPECT_EQ(filesLoaded, 1);
+}
+
+TEST_P(SystemTrust, IsNotReadForAPinnedCertificate) {
+  filesLoaded = 0;
+  ASSERT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+
+  EXPECT_EQ(filesLoaded, 0);
+}
+
+TEST_P(SystemTrust, LetsNobodyThroughUntilItCanBeRead) {
+  loadInstead = [](X509_STORE*) { return 0; };
+  EXPECT_EQ(ask("", server.url()), CURLE_SSL_CACERT_BADFILE);
+  EXPECT_EQ(ask("", server.url()), CURLE_SSL_CACERT_BADFILE);
+
+  trustAuthorityAsSystem();
+  EXPECT_EQ(ask("", server.url()), CURLE_OK);
+}
+
+TEST_P(SystemTrust, IsNotNeededWithoutVerification) {
+  loadInstead = [](X509_STORE*) { return 0; };
+  const CurlHandle curl = handleTrusting("");
+  stopVerifying(curl);
+
+  EXPECT_EQ(perform(curl, server.url()), CURLE_OK);
+}
+
+TEST_P(SystemTrust, IsReadAnewWhenItIsRenewed) {
+  trustAuthorityAsSystem();
+  ASSERT_EQ(ask("", server.url()), CURLE_OK);
+  loadInstead = [](X509_STORE*) { return 1; };  // the authority has gone
+  ASSERT_EQ(ask("", server.url()), CURLE_OK);
+
+  renewTrust();
+
+  EXPECT_EQ(ask("", server.url()), CURLE_PEER_FAILED_VERIFICATION);
+}
+
+}  // namespace
