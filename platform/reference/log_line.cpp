@@ -101,11 +101,10 @@ void appendForJson(std::string& out, const Character& c, std::string_view bytes)
   }
 }
 
-// What stands for itself in both forms. Most of a text is of it and is taken over in one piece.
-bool isPlain(char c) { return c >= ' ' && c < 0x7F && c != '"' && c != '\\'; }
-
 void append(std::string& out, std::string_view text,
             void (*appendOne)(std::string&, const Character&, std::string_view)) {
+  // What stands for itself in both forms: most of a text, taken over in pieces.
+  const auto isPlain = [](char c) { return c >= ' ' && c < 0x7F && c != '"' && c != '\\'; };
   while (!text.empty()) {
     const auto plain = static_cast<std::size_t>(
         std::find_if_not(text.begin(), text.end(), isPlain) - text.begin());

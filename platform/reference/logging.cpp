@@ -54,6 +54,8 @@ LogState& logState() {
 // Lowest level that anybody wants. One look at it is all that an unwanted statement costs.
 constinit std::atomic<int> wantedFrom{kDefaultLogThreshold};
 
+bool isWanted(int level) { return level >= wantedFrom.load(std::memory_order_relaxed); }
+
 void updateWantedFrom(const LogState& state) {
   int lowest = state.threshold;
   for (const auto& observer : state.observers) {
@@ -149,7 +151,7 @@ bool configureLogging(const LogOptions& options, std::string& problem) {
   return true;
 }
 
-bool isLogWanted(int level) { return level >= wantedFrom.load(std::memory_order_relaxed); }
+bool isLogWanted(int level) { return isWanted(level); }
 
 LogObserver::LogObserver(OnRecord onRecord, OnStatement onStatement, int lowestLevel)
     : callbacks_(std::make_shared<const Callbacks>(
@@ -182,7 +184,7 @@ LogProxy::LogProxy(int level, std::string_view tag, std::uint64_t requestId,
       function_(function),
       requestId_(requestId),
       stream_(nullptr) {
-  if (!kestrelvisor::isLogWanted(level)) return;
+  if (!kestrelvisor::isWanted(level)) return;
   kestrelvisor::announce(level, function);
   // A record that finds no memory is lost; the statement goes on.
   stream_ = new (std::nothrow) std::ostringstream;

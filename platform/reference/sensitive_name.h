@@ -5,7 +5,7 @@
 namespace kestrelvisor {
 
 // What the name of a JSON key, header, parameter or setting says about its value.
-enum class NameKind {
+enum class NameKind : unsigned char {
   harmless,
   secret,
   secretLine,  // as a header, the whole rest of the line belongs to the value
