@@ -20,6 +20,7 @@ struct TlsIdentity {
   TlsVersion newestVersion = TlsVersion::v1_3;
   bool takesWeakCryptography = false;     // which OpenSSL would refuse to serve
   bool demandsClientCertificate = false;  // signed by what a client has to trust
+  bool resumesSessions = true;            // which spares both sides most of a handshake
 };
 
 // Makes a self-signed certificate for 127.0.0.1, ::1, localhost and the bind address, with a fresh

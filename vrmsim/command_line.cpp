@@ -85,6 +85,7 @@ struct Arguments {
   std::vector<std::string> faults;
   std::string faultFile;
   bool helpFaults = false;
+  bool resumesTls = false;
 };
 
 // An empty value comes from a script's variable that is not set; nobody means the default by it.
@@ -141,6 +142,10 @@ void addServerOptions(CLI::App& app, Arguments& arguments) {
                  "Serve a certificate with this fault or peculiarity instead")
       ->type_name("NAME")
       ->check(isCertificateCase)
+      ->needs(tls)
+      ->group(group);
+  app.add_flag("--tls-resumption,!--no-tls-resumption", arguments.resumesTls,
+               "Let clients resume TLS sessions, or not [yes, but not with --certificate]")
       ->needs(tls)
       ->group(group);
   app.add_flag("--list-certificates", arguments.settings.listCertificates,
@@ -264,6 +269,7 @@ Settings settingsFrom(const CLI::App& app, Arguments arguments) {
   options.users = {arguments.user};
   options.tokenValidity = std::chrono::seconds(arguments.tokenValiditySeconds);
   options.keepJournal = false;
+  if (app.count("--tls-resumption") > 0) options.tlsResumption = arguments.resumesTls;
   takeFaults(arguments);
   return std::move(arguments.settings);
 }

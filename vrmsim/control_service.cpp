@@ -36,8 +36,9 @@ struct ControlService::Route {
 };
 
 ControlService::ControlService(FaultPlan& plan, RestService& service,
-                               std::function<void(std::vector<FaultRule>)> add)
-    : plan_(plan), service_(service), add_(std::move(add)) {}
+                               std::function<void(std::vector<FaultRule>)> add,
+                               std::function<Handshakes()> handshakes)
+    : plan_(plan), service_(service), add_(std::move(add)), handshakes_(std::move(handshakes)) {}
 
 const std::vector<ControlService::Route>& ControlService::routes() {
   static const std::vector<Route> kRoutes{
@@ -47,6 +48,7 @@ const std::vector<ControlService::Route>& ControlService::routes() {
       {"POST", "/sessions/kill", &ControlService::killSessions},
       {"POST", "/sessions/expire", &ControlService::expireSessions},
       {"GET", "/requests", &ControlService::countRequests},
+      {"GET", "/handshakes", &ControlService::countHandshakes},
   };
   return kRoutes;
 }
@@ -106,5 +108,12 @@ HttpReply ControlService::expireSessions(const HttpRequest&) {
 }
 
 HttpReply ControlService::countRequests(const HttpRequest&) { return told("requests", requests_); }
+
+HttpReply ControlService::countHandshakes(const HttpRequest&) {
+  const Handshakes count = handshakes_();
+  JsonText body;
+  body.open('{').member("handshakes", count.begun).member("resumed", count.resumed).close('}');
+  return good(body);
+}
 
 }  // namespace kestrelvisor::vrmsim

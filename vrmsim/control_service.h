@@ -2,6 +2,7 @@
 
 #include "vrmsim/fault_plan.h"
 #include "vrmsim/http_message.h"
+#include "vrmsim/http_server.h"
 #include "vrmsim/rest_service.h"
 
 #include <cstdint>
@@ -15,7 +16,8 @@ class ControlService {
  public:
   // Rules that come in are handed to add, which takes all of them or throws FaultRuleError.
   ControlService(FaultPlan& plan, RestService& service,
-                 std::function<void(std::vector<FaultRule>)> add);
+                 std::function<void(std::vector<FaultRule>)> add,
+                 std::function<Handshakes()> handshakes);
 
   HttpReply answer(const HttpRequest& request);
 
@@ -32,10 +34,12 @@ class ControlService {
   HttpReply killSessions(const HttpRequest& request);
   HttpReply expireSessions(const HttpRequest& request);
   HttpReply countRequests(const HttpRequest& request);
+  HttpReply countHandshakes(const HttpRequest& request);
 
   FaultPlan& plan_;
   RestService& service_;
   const std::function<void(std::vector<FaultRule>)> add_;
+  const std::function<Handshakes()> handshakes_;
   std::uint64_t requests_ = 0;
 };
 

@@ -14,6 +14,7 @@
 #include <boost/beast/http/error.hpp>
 #include <boost/beast/http/read.hpp>
 
+#include <atomic>
 #include <chrono>
 #include <list>
 #include <stdexcept>
@@ -91,11 +92,22 @@ class Interrupted : public std::enable_shared_from_this<Interrupted> {
 template <class Stream>
 class Connection : public std::enable_shared_from_this<Connection<Stream>> {
  public:
-  Connection(Stream stream, HttpRequest origin, const HttpServer::Endpoint& endpoint)
+  Connection(Stream stream, HttpRequest origin, const HttpServer::Endpoint& endpoint,
+             std::atomic<std::uint64_t>& resumed)
       : stream_(std::move(stream)),
         origin_(std::move(origin)),
         endpoint_(endpoint),
+        resumed_(resumed),
         channel_(stream_) {}
+
+  // A client that hangs up without a goodbye may come back with its session all the same.
+  ~Connection() {
+    if constexpr (std::is_same_v<Stream, TlsStream>) {
+      SSL_set_shutdown(stream_.native_handle(), SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN);
+    }
+  }
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
 
   void start() {
     if constexpr (std::is_same_v<Stream, TlsStream>) {
@@ -110,6 +122,9 @@ class Connection : public std::enable_shared_from_this<Connection<Stream>> {
 
  private:
   void onHandshake() {
+    if constexpr (std::is_same_v<Stream, TlsStream>) {
+      if (SSL_session_reused(stream_.native_handle()) == 1) ++resumed_;
+    }
     auto script = interruption(endpoint_, FaultMoment::kHandshake, origin_);
     script ? play(std::move(*script)) : read();
   }
@@ -139,10 +154,23 @@ class Connection : public std::enable_shared_from_this<Connection<Stream>> {
   Stream stream_;
   const HttpRequest origin_;
   const HttpServer::Endpoint& endpoint_;
+  std::atomic<std::uint64_t>& resumed_;  // handshakes of the endpoint
   ReplyChannel<Stream> channel_;
   boost::beast::flat_buffer buffer_;
   std::optional<RequestParser> parser_;
 };
+
+void setResumption(SSL_CTX* tls, bool resumes) {
+  if (resumes) {
+    // A server that asks for certificates has to have a name for its sessions.
+    constexpr unsigned char kName[] = {'v', 'r', 'm', 's', 'i', 'm'};
+    SSL_CTX_set_session_id_context(tls, kName, sizeof kName);
+    return;
+  }
+  SSL_CTX_set_session_cache_mode(tls, SSL_SESS_CACHE_OFF);
+  SSL_CTX_set_options(tls, SSL_OP_NO_TICKET);
+  SSL_CTX_set_num_tickets(tls, 0);
+}
 
 void useIdentity(asio::ssl::context& context, const TlsIdentity& identity) {
   SSL_CTX* const tls = context.native_handle();
@@ -151,6 +179,7 @@ void useIdentity(asio::ssl::context& context, const TlsIdentity& identity) {
   SSL_CTX_set_min_proto_version(tls, static_cast<int>(identity.oldestVersion));
   SSL_CTX_set_max_proto_version(tls, static_cast<int>(identity.newestVersion));
   context.set_options(asio::ssl::context::default_workarounds);
+  setResumption(tls, identity.resumesSessions);
   context.use_certificate_chain(asio::buffer(identity.chainPem));
   context.use_private_key(asio::buffer(identity.privateKeyPem), asio::ssl::context::pem);
   if (!identity.demandsClientCertificate) return;
@@ -173,9 +202,9 @@ class Listener {
 
   std::uint16_t port() const { return acceptor_.local_endpoint().port(); }
 
-  std::uint64_t handshakes() {
-    if (!tls_) return 0;
-    return static_cast<std::uint64_t>(SSL_CTX_sess_accept(tls_->native_handle()));
+  Handshakes handshakes() {
+    if (!tls_) return {};
+    return {static_cast<std::uint64_t>(SSL_CTX_sess_accept(tls_->native_handle())), resumed_};
   }
 
  private:
@@ -219,10 +248,11 @@ class Listener {
     if (interrupted(socket, origin)) return;
     if (tls_) {
       std::make_shared<Connection<TlsStream>>(TlsStream(std::move(socket), *tls_),
-                                              std::move(origin), endpoint_)
+                                              std::move(origin), endpoint_, resumed_)
           ->start();
     } else {
-      std::make_shared<Connection<PlainStream>>(std::move(socket), std::move(origin), endpoint_)
+      std::make_shared<Connection<PlainStream>>(std::move(socket), std::move(origin), endpoint_,
+                                                resumed_)
           ->start();
     }
   }
@@ -244,6 +274,7 @@ class Listener {
   const HttpServer::Endpoint endpoint_;
   std::optional<asio::ssl::context> tls_;
   std::uint64_t connections_ = 0;
+  std::atomic<std::uint64_t> resumed_{0};
   tcp::acceptor acceptor_;
   asio::steady_timer pause_;
 };
@@ -272,9 +303,13 @@ std::uint16_t HttpServer::port(std::size_t endpoint) const {
   return std::next(impl_->listeners.begin(), static_cast<std::ptrdiff_t>(endpoint))->port();
 }
 
-std::uint64_t HttpServer::handshakes() const {
-  std::uint64_t sum = 0;
-  for (Listener& listener : impl_->listeners) sum += listener.handshakes();
+Handshakes HttpServer::handshakes() const {
+  Handshakes sum;
+  for (Listener& listener : impl_->listeners) {
+    const Handshakes own = listener.handshakes();
+    sum.begun += own.begun;
+    sum.resumed += own.resumed;
+  }
   return sum;
 }
 

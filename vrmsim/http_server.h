@@ -14,6 +14,12 @@
 
 namespace kestrelvisor::vrmsim {
 
+// TLS handshakes so far.
+struct Handshakes {
+  std::uint64_t begun = 0;    // whatever became of them
+  std::uint64_t resumed = 0;  // came to their end with a session of before
+};
+
 // Accepts connections and plays what it is told to say to their requests, on one thread of its own.
 class HttpServer {
  public:
@@ -44,8 +50,8 @@ class HttpServer {
   // Of the endpoint at that place of the list.
   std::uint16_t port(std::size_t endpoint) const;
 
-  // TLS handshakes that were begun, whatever became of them. Callable from any thread.
-  std::uint64_t handshakes() const;
+  // Callable from any thread.
+  Handshakes handshakes() const;
 
  private:
   struct Impl;

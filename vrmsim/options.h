@@ -1,5 +1,6 @@
 #pragma once
 
+#include "vrmsim/certificate.h"
 #include "vrmsim/fault_rule.h"
 #include "vrmsim/http_message.h"
 #include "vrmsim/inventory.h"
@@ -66,6 +67,10 @@ struct SimulatorOptions {
   std::chrono::milliseconds tokenValidity = std::chrono::minutes(30);
   bool tls = false;
   std::string certificate;  // a name of vrmsim/certificate_matrix.h; empty: a good self-signed one
+  // Whether a client may resume a TLS session. Nothing: only with the good self-signed certificate;
+  // one of the matrix is shown in each handshake.
+  std::optional<bool> tlsResumption;
+  std::optional<TlsVersion> tlsVersion;  // the only one that it speaks
   std::string bindAddress = "127.0.0.1";
   std::uint16_t port = 0;   // 0: the kernel chooses
   bool keepJournal = true;  // false for a process that runs long

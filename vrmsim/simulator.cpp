@@ -22,8 +22,13 @@ constexpr const char* kTokenHeader = "X-Auth-Token";
 
 std::optional<TlsIdentity> identityFor(const SimulatorOptions& options) {
   if (!options.tls) return std::nullopt;
-  if (options.certificate.empty()) return makeSelfSignedIdentity(options.bindAddress);
-  return certificateCase(options.certificate).make(options.bindAddress);
+  const bool selfSigned = options.certificate.empty();
+  TlsIdentity identity = selfSigned
+                             ? makeSelfSignedIdentity(options.bindAddress)
+                             : certificateCase(options.certificate).make(options.bindAddress);
+  identity.resumesSessions = options.tlsResumption.value_or(selfSigned);
+  if (options.tlsVersion) identity.oldestVersion = identity.newestVersion = *options.tlsVersion;
+  return identity;
 }
 
 }  // namespace
@@ -34,7 +39,9 @@ struct Simulator::Impl {
         identity(identityFor(options)),
         service(options),
         plan(options.faultSeed.value_or(kUsualSeed)),
-        control(plan, service, [this](auto rules) { addFaults(std::move(rules)); }) {
+        control(
+            plan, service, [this](auto rules) { addFaults(std::move(rules)); },
+            [this] { return server->handshakes(); }) {
     options.inventory = {};  // the service has its own
     addFaults(std::move(options.faults));
     server.emplace(endpoints());
@@ -164,7 +171,9 @@ std::string Simulator::certificatePem() const {
   return impl_->identity ? impl_->identity->trustedPem : std::string();
 }
 
-std::uint64_t Simulator::handshakes() const { return impl_->server->handshakes(); }
+std::uint64_t Simulator::handshakes() const { return impl_->server->handshakes().begun; }
+
+std::uint64_t Simulator::resumedHandshakes() const { return impl_->server->handshakes().resumed; }
 
 std::string Simulator::controlUrl() const {
   if (!impl_->options.controlPort) return {};

@@ -23,11 +23,12 @@ class Simulator {
   Simulator& operator=(const Simulator&) = delete;
 
   std::uint16_t port() const;
-  std::string address() const;         // that it listens on, without brackets
-  std::string url() const;             // "https://127.0.0.1:43127"
-  std::string certificatePem() const;  // what a client has to trust; empty without TLS
-  std::string controlUrl() const;      // "http://127.0.0.1:43128"; empty without such a port
-  std::uint64_t handshakes() const;    // of TLS that clients began, whatever became of them
+  std::string address() const;              // that it listens on, without brackets
+  std::string url() const;                  // "https://127.0.0.1:43127"
+  std::string certificatePem() const;       // what a client has to trust; empty without TLS
+  std::string controlUrl() const;           // "http://127.0.0.1:43128"; empty without such a port
+  std::uint64_t handshakes() const;         // of TLS that clients began, whatever became of them
+  std::uint64_t resumedHandshakes() const;  // those of them that resumed a session, to their end
 
   // The requests so far, oldest first. A request stands here before its answer is sent.
   std::vector<RecordedRequest> journal() const;

@@ -376,6 +376,37 @@ INSTANTIATE_TEST_SUITE_P(Host, PlainMemory,
                                            Setup{"OverHttps", true, kLongPassword}),
                          [](const auto& row) { return std::string(row.param.name); });
 
+// Whichever allocators libcurl and OpenSSL have, sessions stay usable.
+class ResumedSessions : public SecretMemory {
+ protected:
+  explicit ResumedSessions(const std::string& allocators = "wiping") : SecretMemory(allocators) {}
+
+  void expectAllButTheFirstResumed() {
+    run("scan", "status 0");
+    run("verify", "status 0");
+    host.write("end\n");
+    ASSERT_EQ(host.readLine(), "ended");
+
+    EXPECT_GT(manager.handshakes(), 10U);
+    EXPECT_EQ(manager.resumedHandshakes(), manager.handshakes() - 1);
+  }
+};
+class ResumedSessionsInPlainMemory : public ResumedSessions {
+ protected:
+  ResumedSessionsInPlainMemory() : ResumedSessions("plain") {}
+};
+
+TEST_P(ResumedSessions, SpareEveryHandshakeButTheFirst) { expectAllButTheFirstResumed(); }
+
+TEST_P(ResumedSessionsInPlainMemory, SpareEveryHandshakeButTheFirst) {
+  expectAllButTheFirstResumed();
+}
+
+INSTANTIATE_TEST_SUITE_P(Host, ResumedSessions,
+                         ::testing::Values(Setup{"OverHttps", true, kLongPassword}));
+INSTANTIATE_TEST_SUITE_P(Host, ResumedSessionsInPlainMemory,
+                         ::testing::Values(Setup{"OverHttps", true, kLongPassword}));
+
 // kestrelctl is a host like any other, which reads the password itself.
 class KestrelctlMemory : public WatchedManager, public ::testing::WithParamInterface<Setup> {
  protected:

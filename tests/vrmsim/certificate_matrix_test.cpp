@@ -1,6 +1,7 @@
 #include "vrmsim/certificate_matrix.h"
 
 #include "tests/vrmsim/process.h"
+#include "tests/vrmsim/returning_client.h"
 #include "tests/vrmsim/simulator_fixture.h"
 #include "vrmsim/http_server.h"
 
@@ -197,7 +198,7 @@ class TlsOfACase : public ::testing::Test {
                           ("127.0.0.1:" + std::to_string(server.port(0))).c_str());
     const bool agreed =
         BIO_do_connect(connection.get()) == 1 && BIO_do_handshake(connection.get()) == 1;
-    EXPECT_EQ(server.handshakes(), 1U);
+    EXPECT_EQ(server.handshakes().begun, 1U);
     SSL* tls = nullptr;
     BIO_get_ssl(connection.get(), &tls);
     return agreed ? SSL_version(tls) : 0;
@@ -221,6 +222,71 @@ TEST_F(TlsOfACase, IsNotOldWithoutReason) {
 TEST_F(TlsOfACase, NeedsAClientsCertificateWhereOneIsDemanded) {
   EXPECT_EQ(agreedVersion("client-certificate-demanded", TLS1_3_VERSION), 0);
   EXPECT_EQ(agreedVersion("client-certificate-demanded", TLS1_3_VERSION, true), TLS1_2_VERSION);
+}
+
+class TlsResumption : public ::testing::TestWithParam<int> {
+ protected:
+  static SimulatorOptions options() {
+    SimulatorOptions options = smallSiteOptions();
+    options.tls = true;
+    return options;
+  }
+
+  static bool isThere(const Simulator& simulator) {
+    ReturningClient client(simulator.port(), GetParam());
+    EXPECT_FALSE(client.resumes());
+    const bool resumed = client.resumes();
+    EXPECT_EQ(client.resumes(), resumed);
+    EXPECT_TRUE(client.wasAnswered());
+    EXPECT_EQ(simulator.handshakes(), 3U);
+    EXPECT_EQ(simulator.resumedHandshakes(), resumed ? 2U : 0U);
+    return resumed;
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(Simulator, TlsResumption,
+                         ::testing::Values(TLS1_2_VERSION, TLS1_3_VERSION), [](const auto& row) {
+                           return row.param == TLS1_2_VERSION ? "ByTls12" : "ByTls13";
+                         });
+
+TEST_P(TlsResumption, IsThereWithTheGoodCertificate) { EXPECT_TRUE(isThere(Simulator(options()))); }
+
+TEST_P(TlsResumption, CanBeSwitchedOff) {
+  SimulatorOptions chosen = options();
+  chosen.tlsResumption = false;
+  EXPECT_FALSE(isThere(Simulator(std::move(chosen))));
+}
+
+TEST_P(TlsResumption, KeepsNoCertificateOfTheMatrixFromBeingShown) {
+  SimulatorOptions chosen = options();
+  chosen.certificate = "intermediate";
+  EXPECT_FALSE(isThere(Simulator(std::move(chosen))));
+}
+
+TEST_P(TlsResumption, CanBeHadWithACertificateOfTheMatrix) {
+  SimulatorOptions chosen = options();
+  chosen.certificate = "ecdsa";
+  chosen.tlsResumption = true;
+  EXPECT_TRUE(isThere(Simulator(std::move(chosen))));
+}
+
+TEST(TlsVersions, AreOneWhenOneIsAskedFor) {
+  for (const TlsVersion version : {TlsVersion::v1_2, TlsVersion::v1_3}) {
+    SimulatorOptions options = smallSiteOptions();
+    options.tls = true;
+    options.tlsVersion = version;
+    const Simulator simulator(std::move(options));
+    const Owned<SSL_CTX> context(SSL_CTX_new(TLS_client_method()));
+    SSL_CTX_set_max_proto_version(context.get(),
+                                  version == TlsVersion::v1_2 ? TLS1_3_VERSION : TLS1_2_VERSION);
+    const Owned<BIO> connection(BIO_new_ssl_connect(context.get()));
+    BIO_set_conn_hostname(connection.get(),
+                          ("127.0.0.1:" + std::to_string(simulator.port())).c_str());
+
+    const bool agreed = BIO_do_handshake(connection.get()) == 1;
+
+    EXPECT_EQ(agreed, version == TlsVersion::v1_2);
+  }
 }
 
 TEST(CertificateGuide, TellsEveryCase) {

@@ -307,6 +307,23 @@ TEST_F(ControlPort, CountsTheRequestsToTheManager) {
   EXPECT_EQ(simulator.journal().size(), 2U);
 }
 
+TEST_F(ControlPort, CountsTheHandshakesOfTheManager) {
+  EXPECT_EQ(control("GET", "/handshakes").body, "{\"handshakes\":0,\"resumed\":0}\n");
+}
+
+TEST(ControlPortOverTls, CountsTheHandshakesOfTheManager) {
+  SimulatorOptions options = smallSiteOptions();
+  options.tls = true;
+  options.controlPort = 0;
+  const Simulator manager(std::move(options));
+  const std::string url = manager.controlUrl();
+  const auto port = static_cast<std::uint16_t>(std::stoul(url.substr(url.rfind(':') + 1)));
+  RestClient client(manager.port(), manager.certificatePem());
+  for (int i = 0; i < 2; ++i) client.get("/service/versions");
+
+  EXPECT_EQ(Connection(port).ask("GET", "/handshakes").body, "{\"handshakes\":2,\"resumed\":0}\n");
+}
+
 TEST_F(ControlPort, SaysWhatIsWrongAndTakesNothing) {
   const auto refused = [this](const std::string& body) {
     const Answer answer = control("POST", "/faults", body);
@@ -330,7 +347,7 @@ TEST_F(ControlPort, SaysWhatItServes) {
   EXPECT_EQ(
       answer.json()["error"].asString(),
       "nobody serves GET /nonsense; what is served: GET /faults, POST /faults, DELETE /faults, "
-      "POST /sessions/kill, POST /sessions/expire, GET /requests");
+      "POST /sessions/kill, POST /sessions/expire, GET /requests, GET /handshakes");
   EXPECT_EQ(control("PUT", "/faults").status, 404);
 }
 

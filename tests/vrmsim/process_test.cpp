@@ -2,6 +2,7 @@
 
 #include "tests/support/test_headers.h"
 #include "tests/vrmsim/rest_client.h"
+#include "tests/vrmsim/returning_client.h"
 #include "tests/vrmsim/running_simulator.h"
 #include "tests/vrmsim/simulator_fixture.h"
 #include "vrmsim/certificate_matrix.h"
@@ -76,6 +77,20 @@ TEST(VrmsimProcess, ServesTheCertificateThatIsNamed) {
   const std::string root = TemporaryFolder::read(file);
   EXPECT_EQ(RestClient(good.port(), root).get("/service/versions").status, 200);
   EXPECT_THROW(RestClient(bad.port(), root).get("/service/versions"), std::runtime_error);
+}
+
+TEST(VrmsimProcess, LetsClientsResumeSessionsAsTold) {
+  const auto resumes = [](const Arguments& arguments) {
+    RunningSimulator simulator(arguments);
+    ReturningClient client(simulator.port());
+    const bool first = client.resumes();
+    return !first && client.resumes();
+  };
+
+  EXPECT_TRUE(resumes({"--tls"}));
+  EXPECT_FALSE(resumes({"--tls", "--no-tls-resumption"}));
+  EXPECT_FALSE(resumes({"--tls", "--certificate", "ecdsa"}));
+  EXPECT_TRUE(resumes({"--tls", "--certificate", "ecdsa", "--tls-resumption"}));
 }
 
 TEST(VrmsimProcess, ListsTheCertificatesItCanServe) {
@@ -248,6 +263,8 @@ TEST(VrmsimCommandLine, HelpsWithExamplesOfOptionsItHas) {
                              "--port",
                              "--tls",
                              "--certificate",
+                             "--tls-resumption",
+                             "--no-tls-resumption",
                              "--list-certificates",
                              "--cert-out",
                              "--request-log",
@@ -304,6 +321,8 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUsage{"NamedCertificateWithoutTls",
                    {"--certificate", "expired"},
                    "--certificate requires --tls"},
+        WrongUsage{
+            "ResumptionWithoutTls", {"--no-tls-resumption"}, "--tls-resumption requires --tls"},
         WrongUsage{"UnknownCertificate",
                    {"--tls", "--certificate", "outdated"},
                    "--certificate: no certificate is called outdated; there are: expired not-yet"},
