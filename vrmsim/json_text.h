@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <concepts>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -25,9 +26,12 @@ class JsonText {
     return *this;
   }
 
+  // Names are words of ours: nothing in them is escaped.
   JsonText& key(std::string_view name) {
-    value(name);
-    text_ += ':';
+    separate();
+    text_ += '"';
+    text_ += name;
+    text_ += "\":";
     first_ = true;
     return *this;
   }
@@ -35,7 +39,14 @@ class JsonText {
   JsonText& value(std::string_view content) {
     separate();
     text_ += '"';
-    for (const char c : content) append(c);
+    std::size_t written = 0;
+    for (std::size_t at = 0; at < content.size(); ++at) {
+      if (!isEscaped(content[at])) continue;
+      text_ += content.substr(written, at - written);
+      appendEscaped(content[at]);
+      written = at + 1;
+    }
+    text_ += content.substr(written);
     text_ += '"';
     return *this;
   }
@@ -57,6 +68,13 @@ class JsonText {
     return *this;
   }
 
+  // A value that is JSON already.
+  JsonText& written(std::string_view json) {
+    separate();
+    text_ += json;
+    return *this;
+  }
+
   template <class Value>
   JsonText& member(std::string_view name, const Value& content) {
     return key(name).value(content);
@@ -70,17 +88,19 @@ class JsonText {
     first_ = false;
   }
 
-  void append(char c) {
+  static bool isEscaped(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\';
+  }
+
+  void appendEscaped(char c) {
     constexpr std::string_view kHex = "0123456789abcdef";
     const auto code = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      text_ += '\\';
-      text_ += c;
-    } else if (code < 0x20) {
+    if (code < 0x20) {
       text_ += "\\u00";
       text_ += kHex[code >> 4];
       text_ += kHex[code & 0xF];
     } else {
+      text_ += '\\';
       text_ += c;
     }
   }

@@ -55,9 +55,11 @@ HttpReply noSuchObject(const std::string& name) {
   return refuse(kNoSuchObject, "The object does not exist: " + name);
 }
 
+using Segments = std::vector<std::string_view>;
+
 // What stands between the slashes; the first slash opens the path.
-std::vector<std::string> segments(std::string_view path) {
-  std::vector<std::string> parts;
+Segments segments(std::string_view path) {
+  Segments parts;
   std::size_t begin = 1;
   while (begin <= path.size()) {
     const std::size_t end = std::min(path.find('/', begin), path.size());
@@ -68,17 +70,14 @@ std::vector<std::string> segments(std::string_view path) {
 }
 
 // The segments for which the pattern has "*"; nothing when the path has another form.
-std::optional<std::vector<std::string>> match(const char* pattern, const std::string& path) {
-  const std::vector<std::string> wanted = segments(pattern);
-  const std::vector<std::string> given = segments(path);
-  if (wanted.size() != given.size()) return std::nullopt;
+std::optional<std::vector<std::string>> match(const Segments& wanted, const Segments& given) {
+  const bool matches = std::equal(
+      wanted.begin(), wanted.end(), given.begin(), given.end(),
+      [](std::string_view one, std::string_view other) { return one == "*" || one == other; });
+  if (!matches) return std::nullopt;
   std::vector<std::string> open;
   for (std::size_t i = 0; i < wanted.size(); ++i) {
-    if (wanted[i] == "*") {
-      open.push_back(given[i]);
-    } else if (wanted[i] != given[i]) {
-      return std::nullopt;
-    }
+    if (wanted[i] == "*") open.emplace_back(given[i]);
   }
   return open;
 }
@@ -151,18 +150,19 @@ RestService::RestService(const SimulatorOptions& options)
 
 const std::vector<RestService::Route>& RestService::routes() {
   static const std::vector<Route> kRoutes{
-      {"GET", "/service/versions", &RestService::listVersions, false},
-      {"POST", "/service/session", &RestService::logIn, false},
-      {"DELETE", "/service/session", &RestService::logOut, true},
-      {"GET", "/service/sites", &RestService::listSites, true},
-      {"GET", "/service/sites/*/clusters", &RestService::listClusters, true},
-      {"GET", "/service/sites/*/hosts", &RestService::listHosts, true},
-      {"GET", "/service/sites/*/datastores", &RestService::listDatastores, true},
-      {"GET", "/service/sites/*/vms", &RestService::listVms, true},
-      {"GET", "/service/sites/*/vms/osversions", &RestService::listOsVersions, true},
-      {"GET", "/service/sites/*/volumes/compatibility/discovery", &RestService::discoverVolumes,
+      {"GET", segments("/service/versions"), &RestService::listVersions, false},
+      {"POST", segments("/service/session"), &RestService::logIn, false},
+      {"DELETE", segments("/service/session"), &RestService::logOut, true},
+      {"GET", segments("/service/sites"), &RestService::listSites, true},
+      {"GET", segments("/service/sites/*/clusters"), &RestService::listClusters, true},
+      {"GET", segments("/service/sites/*/hosts"), &RestService::listHosts, true},
+      {"GET", segments("/service/sites/*/datastores"), &RestService::listDatastores, true},
+      {"GET", segments("/service/sites/*/vms"), &RestService::listVms, true},
+      {"GET", segments("/service/sites/*/vms/osversions"), &RestService::listOsVersions, true},
+      {"GET", segments("/service/sites/*/volumes/compatibility/discovery"),
+       &RestService::discoverVolumes, true},
+      {"DELETE", segments("/service/sites/*/vms/*/action/CBTbackup"), &RestService::disableCbt,
        true},
-      {"DELETE", "/service/sites/*/vms/*/action/CBTbackup", &RestService::disableCbt, true},
   };
   return kRoutes;
 }
@@ -175,9 +175,10 @@ HttpReply RestService::answer(const HttpRequest& request) {
   }
   const std::lock_guard<std::mutex> lock(mutex_);
   Target target = parseTarget(request.target);
+  const Segments path = segments(target.path);
   std::string allowed;
   for (const Route& route : routes()) {
-    auto arguments = match(route.pattern, target.path);
+    auto arguments = match(route.pattern, path);
     if (!arguments) continue;
     if (request.method == route.method) {
       return dispatch(route, Call{request, std::move(target), std::move(*arguments)});
@@ -311,9 +312,22 @@ HttpReply RestService::listDatastores(const Call& call) {
   }
   JsonText body;
   body.open('{').member("total", chosen.size()).key("datastores").open('[');
-  for (const std::size_t at : chosen) writeDatastore(body, *index_, datastores[at]);
+  for (const std::size_t at : chosen) body.written(datastoreText(at));
   body.close(']').close('}');
   return good(body);
+}
+
+// A datastore names all of its hosts, and each of them asks for it.
+const std::string& RestService::datastoreText(std::size_t position) {
+  const std::vector<Datastore>& datastores = index_->inventory().datastores;
+  datastoreTexts_.resize(datastores.size());
+  std::string& text = datastoreTexts_[position];
+  if (text.empty()) {
+    JsonText datastore;
+    writeDatastore(datastore, *index_, datastores[position]);
+    text = datastore.take();
+  }
+  return text;
 }
 
 HttpReply RestService::listVms(const Call& call) {
@@ -432,6 +446,7 @@ void RestService::changeInventory(const std::function<void(Inventory&)>& change)
 
 void RestService::serve(Inventory inventory) {
   index_ = std::make_unique<const InventoryIndex>(std::move(inventory));
+  datastoreTexts_.clear();
   cbtDisabled_.clear();
 }
 

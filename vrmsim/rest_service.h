@@ -6,12 +6,14 @@
 #include "vrmsim/options.h"
 #include "vrmsim/sessions.h"
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kestrelvisor::vrmsim {
@@ -51,7 +53,8 @@ class RestService {
   using Handler = HttpReply (RestService::*)(const Call&);
   struct Route {
     const char* method;
-    const char* pattern;  // "*" stands for one segment; below a site the first is the site's id
+    std::vector<std::string_view> pattern;  // "*" stands for one segment, the first of them for a
+                                            // site's id
     Handler handler;
     bool needsSession;
   };
@@ -74,6 +77,7 @@ class RestService {
   HttpReply listOsVersions(const Call& call);
   HttpReply disableCbt(const Call& call);
 
+  const std::string& datastoreText(std::size_t position);
   bool cbtIsSupportedBelow(const Vm& vm) const;
   Inventory currentInventory() const;
   void serve(Inventory inventory);
@@ -84,8 +88,9 @@ class RestService {
   mutable std::mutex mutex_;
   Sessions sessions_;
   std::unique_ptr<const InventoryIndex> index_;
-  std::optional<std::string> siteAddress_;  // nothing: the one that the client reached
-  std::set<std::string> cbtDisabled_;       // uris of the VMs for which a request switched it off
+  std::vector<std::string> datastoreTexts_;  // JSON by position; empty: nobody has asked yet
+  std::optional<std::string> siteAddress_;   // nothing: the one that the client reached
+  std::set<std::string> cbtDisabled_;        // uris of the VMs for which a request switched it off
 };
 
 }  // namespace kestrelvisor::vrmsim

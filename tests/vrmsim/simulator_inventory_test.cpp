@@ -159,6 +159,18 @@ TEST_F(SimulatorDatastores, TellTheUnitBelowThem) {
   EXPECT_EQ(store["version"].asString(), "2.0");
 }
 
+TEST_F(SimulatorDatastores, AreToldAnewAfterAChange) {
+  client.get(under("/datastores"));
+  simulator.changeInventory([](Inventory& inventory) {
+    inventory.datastores[0].name = "another name";
+    inventory.datastores.pop_back();
+  });
+
+  const Json::Value answer = client.get(under("/datastores?status=NORMAL")).json();
+
+  EXPECT_THAT(eachOf(answer["datastores"], "name"), ElementsAre("another name", "store d2"));
+}
+
 TEST_F(SimulatorVms, ProbeTellsTheWholeCount) {
   const Json::Value answer =
       client.get(under("/vms?limit=1&offset=0&scope=urn:sites:S1:clusters:c1")).json();
