@@ -188,7 +188,8 @@ LogProxy::LogProxy(int level, std::string_view tag, std::uint64_t requestId,
   kestrelvisor::announce(level, function);
   // A record that finds no memory is lost; the statement goes on.
   stream_ = new (std::nothrow) std::ostringstream;
-  if (stream_ != nullptr) stream_->imbue(std::locale::classic());
+  if (stream_ == nullptr || stream_->getloc() == std::locale::classic()) return;
+  stream_->imbue(std::locale::classic());
 }
 
 LogProxy& LogProxy::operator<<(const std::string& piece) {

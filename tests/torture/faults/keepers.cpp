@@ -17,6 +17,7 @@ const auto nextGlobalInit = nextOf<decltype(curl_global_init)>("curl_global_init
 const auto nextPerform = nextOf<decltype(curl_easy_perform)>("curl_easy_perform");
 const auto nextCleanup = nextOf<decltype(curl_easy_cleanup)>("curl_easy_cleanup");
 const auto nextRandomStatus = nextOf<decltype(RAND_status)>("RAND_status");
+const auto nextDigest = nextOf<decltype(EVP_Digest)>("EVP_Digest");
 const auto nextDecryptInit = nextOf<decltype(EVP_DecryptInit_ex)>("EVP_DecryptInit_ex");
 const auto nextThreadStop = nextOf<decltype(OPENSSL_thread_stop)>("OPENSSL_thread_stop");
 
@@ -46,6 +47,12 @@ void curl_easy_cleanup(CURL* handle) {
 int RAND_status() {
   const InsideKeeper inside("RAND_status");
   return kestrelvisor::torture::nextRandomStatus();
+}
+
+int EVP_Digest(const void* text, std::size_t size, unsigned char* digest, unsigned int* digestSize,
+               const EVP_MD* kind, ENGINE* engine) {
+  const InsideKeeper inside("EVP_Digest");
+  return kestrelvisor::torture::nextDigest(text, size, digest, digestSize, kind, engine);
 }
 
 int EVP_DecryptInit_ex(EVP_CIPHER_CTX* context, const EVP_CIPHER* cipher, ENGINE* engine,
