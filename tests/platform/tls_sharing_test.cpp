@@ -197,6 +197,36 @@ TEST_P(TlsSession, OfTheSystemsStoreLetsNoWrongTextPass) {
   EXPECT_EQ(server.resumed(), 0);
 }
 
+CURLcode trustIdentity(CURL*, void* context, void* identity) {
+  X509_STORE* const store = X509_STORE_new();
+  X509_STORE_add_cert(store, static_cast<const Identity*>(identity)->certificate());
+  X509_STORE_set_flags(store, X509_V_FLAG_PARTIAL_CHAIN);
+  SSL_CTX_set_cert_store(static_cast<SSL_CTX*>(context), store);
+  return CURLE_OK;
+}
+
+// With a store that libcurl sees nothing of, and that nobody asks again about a resumed session.
+CURLcode askByStoreOf(const Identity& trusted, std::string_view text, const std::string& url) {
+  const CurlHandle curl(curl_easy_init());
+  curl_easy_setopt(curl.get(), CURLOPT_CAINFO, static_cast<const char*>(nullptr));
+  curl_easy_setopt(curl.get(), CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+  curl_easy_setopt(curl.get(), CURLOPT_SSL_CTX_FUNCTION, trustIdentity);
+  curl_easy_setopt(curl.get(), CURLOPT_SSL_CTX_DATA, &trusted);
+  curl_easy_setopt(curl.get(), CURLOPT_NOPROXY, "*");
+  kestrelvisor::shareTls(curl.get(), text);
+  return perform(curl, url);
+}
+
+TEST_P(TlsSession, OfAStoreThatLibcurlKnowsNothingOfStaysWithItsText) {
+  ASSERT_EQ(askByStoreOf(identity, "right", server.url()), CURLE_OK);
+
+  EXPECT_EQ(askByStoreOf(other, "wrong", server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(askByStoreOf(other, "", server.url()), CURLE_PEER_FAILED_VERIFICATION);
+  // The danger: within one share a store that refuses the certificate is not even asked.
+  EXPECT_EQ(askByStoreOf(other, "right", server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 1);
+}
+
 TEST_P(TlsSession, MadeWithoutVerificationServesNoneThatVerifies) {
   ASSERT_EQ(askOverlooking(other.pem(), server.url()), CURLE_OK);
 
