@@ -2,6 +2,7 @@
 
 #include <json/json.h>
 
+#include <atomic>
 #include <memory>
 #include <new>
 #include <sstream>
@@ -16,10 +17,7 @@ class CJsonUtils {
   // holds nothing of use. Throws std::bad_alloc alone.
   static bool StringToJson(const std::string& text, Json::Value& root) {
     try {
-      Json::CharReaderBuilder builder;
-      // The reader recurses: its own limit would need more stack than a host's thread may have.
-      builder["stackLimit"] = kMaximumNesting;
-      const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+      const BorrowedReader reader;
       return reader->parse(text.data(), text.data() + text.size(), &root, nullptr);
     } catch (const Json::Exception& problem) {
       if (tellsOfNoMemory(problem)) throw std::bad_alloc();
@@ -29,6 +27,34 @@ class CJsonUtils {
 
  private:
   static constexpr int kMaximumNesting = 200;
+
+  // The reader of an earlier text, since the settings of one cost more than many a text. It goes
+  // back after an exception too: each text finds it as a new one.
+  class BorrowedReader {
+   public:
+    BorrowedReader() : reader_(idle_.exchange(nullptr)) {
+      if (!reader_) reader_ = newReader();
+    }
+    ~BorrowedReader() { reader_.reset(idle_.exchange(reader_.release())); }
+    BorrowedReader(const BorrowedReader&) = delete;
+    BorrowedReader& operator=(const BorrowedReader&) = delete;
+
+    Json::CharReader* operator->() const { return reader_.get(); }
+
+   private:
+    static std::unique_ptr<Json::CharReader> newReader() {
+      Json::CharReaderBuilder builder;
+      // The reader recurses: its own limit would need more stack than a host's thread may have.
+      builder["stackLimit"] = kMaximumNesting;
+      return std::unique_ptr<Json::CharReader>(builder.newCharReader());
+    }
+
+    // Null while a thread has it; another one makes its own. It is never freed: texts are read at
+    // process exit.
+    static inline std::atomic<Json::CharReader*> idle_ = nullptr;
+
+    std::unique_ptr<Json::CharReader> reader_;
+  };
 
   // JsonCpp has one exception for both: only its text tells that a string found no memory.
   static bool tellsOfNoMemory(const Json::Exception& problem) {
