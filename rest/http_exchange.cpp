@@ -244,8 +244,9 @@ std::size_t KestrelVisor_rest_api::writeMemoryCallback(char* source, std::size_t
     ReceiveBuffer::freeMemory(chunk);
     return received;
   }
-  memset_s(grown.memory, newSize, 0, newSize);
   const bool hasOld = chunk.memory != nullptr && chunk.size != 0;
+  // A prefix that was lost reads as NULs. All else is written below.
+  if (!hasOld) memset_s(grown.memory, newSize, 0, chunk.size);
   if (hasOld && memcpy_s(grown.memory, newSize, chunk.memory, chunk.size) != 0) {
     ReceiveBuffer::freeMemory(grown);
     ReceiveBuffer::freeMemory(chunk);

@@ -14,6 +14,7 @@
 #include <array>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -131,12 +132,13 @@ bool KestrelVisor_rest_api::getResponse(void* curl, curl_slist*, MemoryStruct& c
   long httpCode = 0;
   curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &httpCode);
   const std::string status = std::to_string(httpCode);
+  std::string body(chunk.memory != nullptr ? chunk.memory : "");
   if (chunk.memory != nullptr) {
-    KV_LOG(kInfo, "Get returned info from VRM:", WipeSensitiveData(chunk.memory),
+    KV_LOG(kInfo, "Get returned info from VRM:", WipeSensitiveData(body),
            ",returned http code:", status);
   }
   if (status == kStatusOk) {
-    response = chunk.memory != nullptr ? chunk.memory : "";
+    response = std::move(body);
     return true;
   }
   processReponseCodeNOK("getResponse", chunk, status, errorCode, errorMsg);
