@@ -76,7 +76,8 @@ inline std::string GetFunctionName(const std::string& prettySignature) {
 // The one form of a log statement: KV_LOG(kError, "Get response failed, url=", url).
 //
 // KV_LOG writes with the module tag, KV_LOG_AS with another, KV_LOG_WITHOUT_REQUEST with request id
-// 0. The record names the enclosing function, also from within a lambda.
+// 0. The record names the enclosing function, also from within a lambda; that of KV_LOG_BY names
+// the function for which a helper writes it.
 #define KV_LOG(level, ...) KV_LOG_AS(::kestrelvisor::kModuleTag, level, __VA_ARGS__)
 #define KV_LOG_AS(tag, level, ...) \
   KV_LOG_RECORD(tag, level, *KCPTSP::get(TSP_RequestID), __VA_ARGS__)
@@ -88,3 +89,6 @@ inline std::string GetFunctionName(const std::string& prettySignature) {
     ::kestrelvisor::writeLogRecord(tag, ::kestrelvisor::level, requestId, kvFunction.view(), \
                                    __LINE__, __VA_ARGS__);                                   \
   } while (false)
+#define KV_LOG_BY(function, tag, level, ...)                                              \
+  ::kestrelvisor::writeLogRecord(tag, ::kestrelvisor::level, *KCPTSP::get(TSP_RequestID), \
+                                 function, __LINE__, __VA_ARGS__)

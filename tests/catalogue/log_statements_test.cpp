@@ -130,7 +130,8 @@ int levelOf(const std::string& name) {
 }
 
 std::string tagOf(const std::string& name) {
-  static const std::map<std::string, std::string> tags{{"kApiTag", "KESTRELVISOR_API"},
+  static const std::map<std::string, std::string> tags{{"kModuleTag", "KestrelVisorEngine"},
+                                                       {"kApiTag", "KESTRELVISOR_API"},
                                                        {"kDiskLibTag", "VIRDISKLIB_API"},
                                                        {"kEnvEngineTag", "EnvEngine"}};
   return tags.at(name.substr(name.rfind(':') + 1));
@@ -138,8 +139,8 @@ std::string tagOf(const std::string& name) {
 
 Statement statementOf(const std::string& file, const std::string& macro,
                       const std::vector<std::string>& arguments) {
-  const bool ownTag = macro == "KV_LOG_AS";
-  std::size_t next = 0;
+  const bool ownTag = macro == "KV_LOG_AS" || macro == "KV_LOG_BY";
+  std::size_t next = macro == "KV_LOG_BY" ? 1 : 0;  // behind the function's name
   Statement statement{file, 0, ownTag ? tagOf(arguments.at(next++)) : "KestrelVisorEngine", ""};
   statement.level = levelOf(arguments.at(next++));
   for (; next < arguments.size(); ++next) statement.text += wordsOf(arguments[next]);
@@ -154,7 +155,8 @@ void readStatements(const std::string& file, std::vector<Statement>& statements)
     const std::string name = match->str();
     const auto behind = static_cast<std::size_t>(match->position() + match->length());
     ASSERT_EQ(source.at(behind), '(') << file << ": " << name;
-    ASSERT_TRUE(name == "KV_LOG" || name == "KV_LOG_AS" || name == "KV_LOG_WITHOUT_REQUEST")
+    ASSERT_TRUE(name == "KV_LOG" || name == "KV_LOG_AS" || name == "KV_LOG_BY" ||
+                name == "KV_LOG_WITHOUT_REQUEST")
         << file << " writes a record by " << name;
     statements.push_back(statementOf(file, name, argumentsAt(source, behind + 1)));
   }
