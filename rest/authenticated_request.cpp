@@ -2,6 +2,7 @@
 
 #include "base/log.h"
 #include "platform/contract/bounded_memory.h"
+#include "rest/document_request.h"
 #include "rest/json_utils.h"
 #include "rest/kestrelvisor_rest_api.h"
 
@@ -71,29 +72,37 @@ bool KestrelVisor_rest_api::sendMessageToVrmRetry(VRM_INFO& vrm, const KestrelVi
   return false;
 }
 
-bool KestrelVisor_rest_api::getJSonObjFromKestrelVisor(VRM_INFO& vrm, const std::string& uri,
-                                                       const std::string& key,
-                                                       KestrelVisorErrorMessage& err,
-                                                       Json::Value& root) {
+bool kestrelvisor::requestDocument(KestrelVisor_rest_api& api, VRM_INFO& vrm,
+                                   const std::string& uri, KestrelVisorErrorMessage& err,
+                                   std::string& text) {
+  constexpr std::string_view kTold = "KestrelVisor_rest_api::getJSonObjFromKestrelVisor()";
   KestrelVisorCertToken token;
-  if (!checkLoginAgainAndCert(vrm, err, token)) {
-    KV_LOG(kError, "checkLoginAgainAndCert failed ");
+  if (!api.checkLoginAgainAndCert(vrm, err, token)) {
+    KV_LOG_BY(kTold, kModuleTag, kError, "checkLoginAgainAndCert failed ");
     return false;
   }
   std::array<char, kUrlBufferSize> url{};
   const char* const scheme = vrm.useHttps != 0 ? "https" : "http";
   if (snprintf_s(url.data(), url.size(), url.size() - 1, "%s://%s:%d%s", scheme, vrm.vrmIp.c_str(),
                  vrm.vrmPort, uri.c_str()) < 0) {
-    KV_LOG(kError, "snprintf_s faild!");
+    KV_LOG_BY(kTold, kModuleTag, kError, "snprintf_s faild!");
     return false;
   }
-  std::string response;
-  if (!sendMessageToVrmRetry(vrm, token, SEND_METHOD_GET, url.data(), "", response, err)) {
+  if (!api.sendMessageToVrmRetry(vrm, token, SEND_METHOD_GET, url.data(), "", text, err)) {
     // Any failed query ends the session; the next one logs in anew.
-    logoutFromKestrelVisor(vrm, token);
+    api.logoutFromKestrelVisor(vrm, token);
     return false;
   }
-  return getJSonObjFromJsonStr(key, response, root);
+  return true;
+}
+
+bool KestrelVisor_rest_api::getJSonObjFromKestrelVisor(VRM_INFO& vrm, const std::string& uri,
+                                                       const std::string& key,
+                                                       KestrelVisorErrorMessage& err,
+                                                       Json::Value& root) {
+  std::string text;
+  return kestrelvisor::requestDocument(*this, vrm, uri, err, text) &&
+         getJSonObjFromJsonStr(key, text, root);
 }
 
 bool KestrelVisor_rest_api::getJSonObjFromJsonStr(const std::string& key, const std::string& text,
