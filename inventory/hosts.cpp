@@ -2,6 +2,7 @@
 
 #include "base/log.h"
 #include "inventory/allocation.h"
+#include "inventory/datastores.h"
 #include "inventory/inventory_records.h"
 #include "platform/contract/helpers.h"
 #include "rest/json_utils.h"
@@ -66,6 +67,7 @@ bool KestrelVisor_rest_api::getCnaFromVrm(VRM_INFO& vrm, const std::string& scop
   }
   const Json::Value& hosts = std::as_const(root)[kHostsKey];
   KV_LOG(kProgress, "cna Count = ", hosts.size());
+  kestrelvisor::DatastoreList datastores;  // the site's, which come anew with each host
   for (const Json::Value& element : hosts) {
     const auto host = kestrelvisor::allocateOrNull<CNA_INFO>();
     if (!host) {
@@ -74,7 +76,8 @@ bool KestrelVisor_rest_api::getCnaFromVrm(VRM_INFO& vrm, const std::string& scop
     }
     readHost(element, *host);
     std::string errorCode;  // stays here: error tells of the host query alone
-    if (!getDataStoreOfCna(vrm, host->urn, host->datastores, errorCode)) {
+    if (!kestrelvisor::appendDatastoresOfHost(*this, vrm, host->urn, host->datastores, errorCode,
+                                              datastores)) {
       KV_LOG(kProgress, "Failed to query the Data Stores");
       return false;
     }

@@ -1,5 +1,7 @@
-// Turns the text of one machine into its record. The manager's spellings "vncAcessInfo" and
+// Turns one machine into its record. The manager's spellings "vncAcessInfo" and
 // "reoverByHost" stand.
+
+#include "inventory/machine_detail.h"
 
 #include "base/log.h"
 #include "inventory/inventory_records.h"
@@ -9,6 +11,7 @@
 #include <cstdint>
 #include <list>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -183,7 +186,7 @@ static void FillNICSInfoInVMDetail(const Json::Value& nics, std::list<ST_VM_NICS
       nic.bootOrder = element["bootOrder"].asInt();
       KV_LOG(kInfo, "NIC bootOrder is: ", nic.bootOrder);
     }
-    out.push_back(nic);
+    out.push_back(std::move(nic));
   }
 }
 
@@ -197,7 +200,7 @@ void readDisks(const Json::Value& root, bool (*accepted)(std::string_view),
     SetDefaultValueForVDIInfo(vdi);
     vdi.vmUrn = root["urn"].asString();
     SetVDIInfoSub(element, vdi);
-    if (accepted(vdi.pciType)) out.push_back(vdi);
+    if (accepted(vdi.pciType)) out.push_back(std::move(vdi));
   }
 }
 
@@ -215,32 +218,37 @@ void readDevices(const Json::Value& root, ST_VM_CONFIG_INFO& config) {
 
 }  // namespace
 
-bool KestrelVisor_rest_api::getVMDetail(const std::string& json, VM_DETAIL* detail) {
-  Json::Value document;
-  if (!CJsonUtils::StringToJson(json, document)) return false;
-  const Json::Value& root = kestrelvisor::asDocument(document);
+void kestrelvisor::readMachineDetail(const Json::Value& element, VM_DETAIL& detail) {
+  const Json::Value& root = asDocument(element);
   const Json::Value& vmConfig = root["vmConfig"];
   const Json::Value& properties = vmConfig["properties"];
-  ST_VM_CONFIG_INFO& config = detail->vmConfig;
+  ST_VM_CONFIG_INFO& config = detail.vmConfig;
 
-  readIdentity(root, *detail);
-  readState(root, *detail);
-  readVncAccess(root["vncAcessInfo"], detail->vncAcessInfo);
-  readGuestSystem(root["osOptions"], detail->osOptions);
+  readIdentity(root, detail);
+  readState(root, detail);
+  readVncAccess(root["vncAcessInfo"], detail.vncAcessInfo);
+  readGuestSystem(root["osOptions"], detail.osOptions);
   readCpu(vmConfig["cpu"], config.cpu);
   readMemory(vmConfig["memory"], config.memory);
   readBehaviour(properties, config.properties);
   if (properties["cdRomBootOrder"].isInt()) {
     config.properties.cdRomBootOrder = properties["cdRomBootOrder"].asInt();
-    KV_LOG(kInfo, "cdRomBootOrder: ", config.properties.cdRomBootOrder);
+    KV_LOG_BY("KestrelVisor_rest_api::getVMDetail()", kModuleTag, kInfo,
+              "cdRomBootOrder: ", config.properties.cdRomBootOrder);
   }
   readClock(properties, config.properties);
-  detail->uuid = root["uuid"].asString();
-  detail->externalUuid = nestedText(root, "params", "externalUuid");
+  detail.uuid = root["uuid"].asString();
+  detail.externalUuid = nestedText(root, "params", "externalUuid");
   readPlacement(properties, config.properties);
   readDevices(root, config);
-  readSecurityGroups(root["securityGroupSet"], detail->securityGroupSet);
+  readSecurityGroups(root["securityGroupSet"], detail.securityGroupSet);
   readUsb(vmConfig["usb"], config.usb);
-  readTexts(root["dataStoreUrns"], detail->dataStoreUrns);
+  readTexts(root["dataStoreUrns"], detail.dataStoreUrns);
+}
+
+bool KestrelVisor_rest_api::getVMDetail(const std::string& json, VM_DETAIL* detail) {
+  Json::Value document;
+  if (!CJsonUtils::StringToJson(json, document)) return false;
+  kestrelvisor::readMachineDetail(document, *detail);
   return true;
 }

@@ -3,12 +3,16 @@
 #include "base/log.h"
 #include "inventory/allocation.h"
 #include "inventory/inventory_records.h"
+#include "inventory/machine_detail.h"
 #include "platform/contract/helpers.h"
+#include "rest/document_request.h"
 #include "rest/json_utils.h"
 #include "rest/kestrelvisor_rest_api.h"
+#include "rest/rewriting.h"
 
 #include <cstdint>
 #include <list>
+#include <typeinfo>
 #include <utility>
 
 namespace {
@@ -30,6 +34,12 @@ std::string pageQuery(std::int64_t offset, const std::string& scope) {
 bool belongs(const Json::Value& element, const std::string& scope) {
   if (element["location"].asString() != scope) return false;
   return !element["isTemplate"].asBool() && !element["isLinkClone"].asBool();
+}
+
+// Hands an element to getVMDetail as the text that it takes.
+bool readRewritten(KestrelVisor_rest_api& api, const Json::Value& element, VM_DETAIL& detail) {
+  const Json::StreamWriterBuilder writer;
+  return api.getVMDetail(kestrelvisor::writeJson(writer, element), &detail);
 }
 
 }  // namespace
@@ -87,14 +97,18 @@ bool KestrelVisor_rest_api::getVmInfoFromVrmSub(VRM_INFO& vrm, const std::string
                                                 std::list<boost::shared_ptr<VM_INFO>>& page,
                                                 const std::string& query,
                                                 KestrelVisorErrorMessage& error) {
+  std::string text;
   Json::Value root;
-  if (!getJSonObjFromKestrelVisor(vrm, vrm.uri + "/vms?" + query, kMachinesKey, error, root)) {
+  if (!kestrelvisor::requestDocument(*this, vrm, vrm.uri + "/vms?" + query, error, text) ||
+      !getJSonObjFromJsonStr(kMachinesKey, text, root)) {
     KV_LOG(kError, "Failed to get vm jsonObj");
     return false;
   }
   const Json::Value& machines = std::as_const(root)[kMachinesKey];
   KV_LOG(kInfo, "getAllVMInfo: Vm Count = ", machines.size());
-  const Json::StreamWriterBuilder writer;
+  // Only a derived client may read a machine otherwise than this one does.
+  const bool readsInPlace =
+      typeid(*this) == typeid(KestrelVisor_rest_api) && kestrelvisor::survivesRewriting(text);
   for (const Json::Value& element : machines) {
     if (!belongs(element, scope)) continue;
     const auto machine = kestrelvisor::allocateOrNull<VM_INFO>();
@@ -103,7 +117,9 @@ bool KestrelVisor_rest_api::getVmInfoFromVrmSub(VRM_INFO& vrm, const std::string
       return false;
     }
     SetDefaultValueForVMDetail(machine->detail);
-    if (!getVMDetail(kestrelvisor::writeJson(writer, element), &machine->detail)) {
+    if (readsInPlace) {
+      kestrelvisor::readMachineDetail(element, machine->detail);
+    } else if (!readRewritten(*this, element, machine->detail)) {
       KV_LOG(kError, "Failed to parse vm jsonObj");
       return false;
     }

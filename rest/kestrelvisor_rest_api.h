@@ -222,7 +222,8 @@ class KestrelVisor_rest_api {
   bool getClusterFromVrm(VRM_INFO& vrm, std::list<boost::shared_ptr<KestrelVisorObj>>& out,
                          KestrelVisorErrorMessage& error);
   // Lists hosts as CNA_INFO, likewise: of the whole site for an empty scope, else of the cluster
-  // whose URN scope is; "default" names those without a cluster.
+  // whose URN scope is; "default" names those without a cluster. Hosts share the records of their
+  // datastores while the manager repeats its answer about those to the byte.
   bool getCnaFromVrm(VRM_INFO& vrm, const std::string& scope,
                      std::list<boost::shared_ptr<KestrelVisorObj>>& out,
                      KestrelVisorErrorMessage& error);

@@ -5,6 +5,7 @@
 #include "tests/fuzz/scripted_manager.h"
 #include "tests/fuzz/session.h"
 #include "tests/fuzz/targets.h"
+#include "tests/support/record_text.h"
 
 #include <algorithm>
 #include <list>
@@ -64,6 +65,22 @@ void requireProjection(const VM_DETAIL& detail, const VMInfoForTreeView& view) {
   require(view.diskCount == view.disks.size(), "the count is that of the disks");
   require(view.disks.size() <= detail.vmConfig.disks.size(), "no disk is projected twice");
   require(view.uuid == detail.uuid, "a projected machine keeps its uuid");
+}
+
+// What a client makes of a script: the records, and how the listing ends.
+std::string listMachines(KestrelVisor_rest_api& client, std::string_view script) {
+  const ScriptedManager manager(script);
+  VRM_INFO vrm = connection();
+  KestrelVisorErrorMessage error;
+  Objects found;
+  std::string end;
+  try {
+    end = client.getVMFromVrm(vrm, kScope, found, error) ? "good" : "failed";
+  } catch (const Json::Exception& problem) {
+    end = problem.what();
+  }
+  for (const auto& object : found) end += test::textOf(dynamic_cast<const VM_INFO&>(*object));
+  return end + error.errorCode + error.errorDescription;
 }
 
 }  // namespace
@@ -170,6 +187,10 @@ void datastores(std::string_view input) {
 }
 
 void machinePage(std::string_view input) {
+  Client rewriting;
+  PlainClient inPlace;
+  require(listMachines(rewriting, input) == listMachines(inPlace.api, input),
+          "a machine that is read in place is the one that is written out and parsed again");
   Client client;
   VRM_INFO vrm = connection();
   KestrelVisorErrorMessage error;

@@ -26,4 +26,15 @@ class Client : public KestrelVisor_rest_api {
   void requireToWork();
 };
 
+// As Client, but of the engine's own class: only that one reads the machines of a page in place.
+class PlainClient {
+ public:
+  PlainClient() { api.tokenMap = Client().tokenMap; }
+  ~PlainClient() { api.tokenMap.clear(); }
+  PlainClient(const PlainClient&) = delete;
+  PlainClient& operator=(const PlainClient&) = delete;
+
+  KestrelVisor_rest_api api;
+};
+
 }  // namespace kestrelvisor::fuzz
