@@ -44,7 +44,7 @@ void addTreeRecord(const T& node, std::uint64_t parent, bool direct, ScanEnviron
   record.set_guid(node.objectGUID);
   if (parent != kNoParentIndex) record.set_parentid(parent);
   record.set_directparent(direct);
-  withRoomForOne(*reply.mutable_tree_records()).Add()->CopyFrom(record);
+  withRoomForOne(*reply.mutable_tree_records()).Add()->Swap(&record);
 }
 
 template <class T>
@@ -171,7 +171,7 @@ void dumpNonVmObjects(const T& node, ScanEnvironmentReply& reply) {
   record.set_cpuvendor(node.cpuVendor);
   record.set_default_moref(kestrelvisor::recordedReference(node));
   record.set_drs(node.DRS);
-  kestrelvisor::withRoomForOne(*reply.mutable_non_vm_records()).Add()->CopyFrom(record);
+  kestrelvisor::withRoomForOne(*reply.mutable_non_vm_records()).Add()->Swap(&record);
 }
 
 // Turns a tree into the records of a reply, and prints a reply for testers. T is the tree's node;

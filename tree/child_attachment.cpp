@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <list>
+#include <utility>
 
 namespace {
 
@@ -44,6 +45,7 @@ void attach(KestrelVisorPublic& owner, ObjectIndex& index, std::uint64_t parent,
     tree.node(parent).needExpand = false;
     return;
   }
+  tree.reserveMore(children.size());
   for (const auto& object : children) {
     kestrelVisor_TreeNode node;
     node.index = index.getIndex();  // taken before anything can fail
@@ -68,7 +70,7 @@ void attach(KestrelVisorPublic& owner, ObjectIndex& index, std::uint64_t parent,
       owner.addDatastore(cluster->datastores, node);
     }
     if (keepObjects) node.object = object;
-    tree.add_child(parent, node);
+    tree.add_child(parent, std::move(node));
   }
 }
 

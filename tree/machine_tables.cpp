@@ -113,13 +113,13 @@ bool KestrelVisorPublic::CreateVMAndDiskTable(const VRM_INFO& vrm, Tree& tree, O
            " object str is :", vrm.urn + record.canonicaluuid(),
            " machine object GUID is:", record.objectguid(), " vm group is  :", info.group,
            " host urn :", info.hostUrn);
-    kestrelvisor::withRoomForOne(*reply.mutable_machine_records()).Add()->CopyFrom(record);
+    kestrelvisor::withRoomForOne(*reply.mutable_machine_records()).Add()->Swap(&record);
   };
   const auto addDisk = [&](const kestrelVisor_TreeNode& node, const DiskInfoForTreeView& disk) {
     disk_record record = describeDisk(vrm, node, disk);
     KV_LOG(kTrace, "disk GUID is :", disk.uuid, "  disk object GUID is:", record.objectguid());
     record.set_datastoremoref(restApi.urnToUri(disk.datastoreUrn));
-    kestrelvisor::withRoomForOne(*reply.mutable_disk_records()).Add()->CopyFrom(record);
+    kestrelvisor::withRoomForOne(*reply.mutable_disk_records()).Add()->Swap(&record);
   };
 
   Tree::leaf_iterator leaf(tree);

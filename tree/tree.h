@@ -3,7 +3,9 @@
 #include <boost/graph/adjacency_list.hpp>
 #include <boost/graph/properties.hpp>
 
+#include <algorithm>
 #include <cstdint>
+#include <utility>
 
 // A rooted tree whose nodes stand by value in one vector and are addressed by position.
 //
@@ -74,8 +76,8 @@ class tree {
   virtual ~tree() = default;
 
   // Adds a root. In a tree that has nodes the new root becomes a child of the old one.
-  iterator add_root(const T& node) {
-    const std::uint64_t position = append(node);
+  iterator add_root(T node) {
+    const std::uint64_t position = append(std::move(node));
     if (begin != end) boost::add_edge(root, position, graph);
     root = position;
     refresh();
@@ -83,11 +85,21 @@ class tree {
   }
 
   // Adds a node as the last child of a parent and returns its position.
-  std::uint64_t add_child(std::uint64_t parent, const T& node) {
-    const std::uint64_t position = append(node);
+  std::uint64_t add_child(std::uint64_t parent, T node) {
+    const std::uint64_t position = append(std::move(node));
     boost::add_edge(parent, position, graph);
     refresh();
     return position;
+  }
+
+  // Makes room for more nodes at once. The vector still at least doubles when it grows, however few
+  // are announced at a time.
+  void reserveMore(std::uint64_t count) {
+    auto& vertices = graph.m_vertices;
+    const std::uint64_t wanted = vertices.size() + count;
+    if (wanted > vertices.capacity()) {
+      vertices.reserve(std::max<std::uint64_t>(wanted, 2 * vertices.capacity()));
+    }
   }
 
   T& node(std::uint64_t position) { return boost::get(_tree_node_t(), graph)[position]; }
@@ -103,8 +115,11 @@ class tree {
   std::uint64_t end = 0;    // number of nodes
 
  private:
-  std::uint64_t append(const T& node) {
-    return boost::add_vertex(boost::property<_tree_node_t, T>(node), graph);
+  std::uint64_t append(T&& fresh) {
+    // A graph takes a node only by a copy; what stands in its vector can be moved into.
+    const std::uint64_t position = boost::add_vertex(graph);
+    node(position) = std::move(fresh);
+    return position;
   }
 
   void refresh() {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <list>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 // What the reply needs of one inventory object, by value.
@@ -44,3 +45,7 @@ class kestrelVisor_TreeNode : public ObjectTreeNode {
  public:
   boost::any object;  // empty, or a boost::shared_ptr<KestrelVisorObj>
 };
+
+// The tree's vector moves its nodes when it grows, and copies those that may refuse.
+static_assert(std::is_nothrow_move_constructible_v<kestrelVisor_TreeNode>);
+static_assert(std::is_nothrow_move_assignable_v<kestrelVisor_TreeNode>);
