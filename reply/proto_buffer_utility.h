@@ -5,15 +5,14 @@
 #include "environment.pb.h"
 #include "platform/contract/helpers.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <iomanip>
 #include <iostream>
-#include <locale>
 #include <map>
-#include <sstream>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 template <class T>
 class tree;
@@ -60,35 +59,53 @@ const std::string& recordedReference(const T& node) {
   return node.moRef;
 }
 
-inline std::ostringstream newTesterLine() {
-  std::ostringstream line;
-  line.imbue(std::locale::classic());
-  return line;
+// Add a piece to a line of the tester dump: texts as they are, numbers in plain decimal, whatever
+// flags and locale the host gave to std::cout.
+inline void addPiece(std::string& line, std::string_view text) { line.append(text); }
+inline void addPiece(std::string& line, char c) { line += c; }
+template <class Number, std::enable_if_t<std::is_integral_v<Number>, int> = 0>
+void addPiece(std::string& line, Number number) {
+  line += std::to_string(number);
 }
 
-// Ends a line of the tester dump: it goes to standard output as it is and is flushed, whatever
-// flags and locale the host gave to std::cout.
-inline void endTesterLine(const std::ostringstream& line) {
-  const std::string text = line.str() + '\n';
-  std::cout.write(text.data(), static_cast<std::streamsize>(text.size()));
+// Ends a line of the tester dump: it goes to standard output as it is and is flushed.
+inline void endTesterLine(std::string& line) {
+  line += '\n';
+  std::cout.write(line.data(), static_cast<std::streamsize>(line.size()));
   std::cout.flush();
 }
 
 template <class... Pieces>
 void printTesterLine(const Pieces&... pieces) {
-  std::ostringstream line = newTesterLine();
-  ((line << pieces), ...);
+  std::string line;
+  (addPiece(line, pieces), ...);
   endTesterLine(line);
+}
+
+// Adds a column of a table, filled up with blanks to its width. A longer value is not cut.
+template <class Value>
+void addColumn(std::string& line, std::size_t width, const Value& value) {
+  const std::size_t end = line.size() + width;
+  addPiece(line, value);
+  if (line.size() < end) line.append(end - line.size(), ' ');
 }
 
 // Prints one row of the datastores' table, left-justified, a blank after each column but the last.
 template <class Id, class Size, class Count>
 void printDatastoreRow(const Id& id, const std::string& name, const std::string& reference,
                        const Size& size, const Size& freeSize, const Count& count) {
-  std::ostringstream line = newTesterLine();
-  line << std::left << std::setw(8) << id << ' ' << std::setw(16) << name << ' ' << std::setw(48)
-       << reference << ' ' << std::setw(8) << size << ' ' << std::setw(12) << freeSize << ' '
-       << std::setw(12) << count;
+  std::string line;
+  addColumn(line, 8, id);
+  addPiece(line, ' ');
+  addColumn(line, 16, name);
+  addPiece(line, ' ');
+  addColumn(line, 48, reference);
+  addPiece(line, ' ');
+  addColumn(line, 8, size);
+  addPiece(line, ' ');
+  addColumn(line, 12, freeSize);
+  addPiece(line, ' ');
+  addColumn(line, 12, count);
   endTesterLine(line);
 }
 

@@ -108,7 +108,8 @@ bool expandByEngine(KestrelVisorPublic& engine, VRM_INFO& vrm, ObjectIndex& inde
 }
 
 void expandHosts(benchmark::State& state, decltype(expandByEngine) expand) {
-  const ScriptedManager manager(pageText(1), ScriptedManager::Sessions::granted, kForever);
+  const std::string answer = pageText(1);
+  const ScriptedManager manager(answer, ScriptedManager::Sessions::granted, kForever);
   VRM_INFO vrm = fuzz::connection();
   KestrelVisorPublic engine;
   engine.restApi.tokenMap = fuzz::Client().tokenMap;
