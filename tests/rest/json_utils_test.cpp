@@ -2,6 +2,9 @@
 
 #include "tests/support/test_headers.h"
 
+#include <atomic>
+#include <thread>
+
 namespace {
 
 std::string nested(int levels) {
@@ -53,6 +56,42 @@ TEST(JsonReader, AcceptsAnyRoot) {
     Json::Value root;
     EXPECT_TRUE(CJsonUtils::StringToJson(text, root)) << text;
   }
+}
+
+// One reader serves many texts.
+
+TEST(JsonReader, ReadsTheNextTextAfterAnyThatItRefused) {
+  for (const std::string& refused : {nested(201), std::string("{"), std::string("[1e999,{]")}) {
+    Json::Value root;
+    EXPECT_FALSE(CJsonUtils::StringToJson(refused, root));
+    ASSERT_TRUE(CJsonUtils::StringToJson("{\"a\":[1]}", root));
+    EXPECT_EQ(root["a"][0].asInt(), 1);
+  }
+}
+
+TEST(JsonReader, KeepsNothingOfOneTextForTheNext) {
+  Json::Value root;
+  ASSERT_TRUE(CJsonUtils::StringToJson("/* before */ [1] // behind", root));
+  EXPECT_FALSE(CJsonUtils::StringToJson("// at the end of a text that is none", root));
+  Json::Value next;
+  ASSERT_TRUE(CJsonUtils::StringToJson("[2]", next));
+  EXPECT_EQ(kestrelvisor::writeJson(Json::StreamWriterBuilder(), next), "[\n\t2\n]");
+}
+
+TEST(JsonReader, ReadsInSeveralThreadsAtOnce) {
+  std::atomic<int> wrong = 0;
+  const auto read = [&wrong](int thread) {
+    for (int text = 0; text < 500; ++text) {
+      const int number = thread * 1000 + text;
+      Json::Value root;
+      const bool good = CJsonUtils::StringToJson("{\"n\":[" + std::to_string(number) + "]}", root);
+      if (!good || root["n"][0].asInt() != number) ++wrong;
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 4; ++thread) threads.emplace_back(read, thread);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
 }
 
 }  // namespace

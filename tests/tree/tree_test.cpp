@@ -1,6 +1,7 @@
 #include "tree/tree.h"
 
 #include "tests/support/test_headers.h"
+#include "tree/tree_node.h"
 
 namespace {
 
@@ -187,6 +188,47 @@ TEST(Tree, KeepsNodesByValueAtTheirPositions) {
   for (int i = 0; i < 100; ++i) tree.add_child(0, std::to_string(i));
   EXPECT_EQ(tree.node(0), "root");
   EXPECT_EQ(tree.node(100), "99");
+}
+
+TEST(Tree, MovesItsNodesWhenItGrows) {
+  static_assert(
+      std::is_nothrow_move_constructible_v<tree<kestrelVisor_TreeNode>::graph_t::stored_vertex>);
+  TextTree tree;
+  tree.add_root(std::string(100, 'r'));
+  const char* const text = tree.node(0).data();
+  for (int i = 0; i < 1000; ++i) tree.add_child(0, "a");
+  EXPECT_EQ(tree.node(0).data(), text);
+}
+
+TEST(Tree, TakesCopiesOfItsOwnNodesWhileItGrows) {
+  TextTree tree;
+  tree.add_root(std::string(100, 'r'));
+  for (int i = 0; i < 100; ++i) tree.add_child(0, tree.node(0));
+  EXPECT_EQ(tree.node(0), std::string(100, 'r'));
+  EXPECT_EQ(tree.node(100), std::string(100, 'r'));
+}
+
+TEST(Tree, MakesRoomForMoreNodesAtOnce) {
+  TextTree tree;
+  tree.add_root("root");
+  tree.reserveMore(50);
+  const std::string* const root = &tree.node(0);
+  for (int i = 0; i < 50; ++i) tree.add_child(0, "a");
+  EXPECT_EQ(&tree.node(0), root);
+}
+
+// Otherwise a tree of many small families would be moved once for each.
+TEST(Tree, DoublesHoweverFewNodesAreAnnouncedAtATime) {
+  TextTree tree;
+  tree.add_root("root");
+  int moves = 0;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string* const before = &tree.node(0);
+    tree.reserveMore(1);
+    if (&tree.node(0) != before) ++moves;
+    tree.add_child(0, "a");
+  }
+  EXPECT_LE(moves, 10);
 }
 
 TEST(Tree, LetsANodeBeChangedThroughAnIterator) {
