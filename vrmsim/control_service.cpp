@@ -2,6 +2,7 @@
 
 #include "vrmsim/json_text.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace kestrelvisor::vrmsim {
@@ -49,6 +50,7 @@ const std::vector<ControlService::Route>& ControlService::routes() {
       {"POST", "/sessions/expire", &ControlService::expireSessions},
       {"GET", "/requests", &ControlService::countRequests},
       {"GET", "/handshakes", &ControlService::countHandshakes},
+      {"GET", "/counters", &ControlService::tellCounters},
   };
   return kRoutes;
 }
@@ -107,7 +109,24 @@ HttpReply ControlService::expireSessions(const HttpRequest&) {
   return told("expired", count);
 }
 
-HttpReply ControlService::countRequests(const HttpRequest&) { return told("requests", requests_); }
+void ControlService::countRequest(const HttpRequest& request) {
+  connections_ = std::max(connections_, request.connection);
+  ++requests_[request.method];
+}
+
+HttpReply ControlService::countRequests(const HttpRequest&) {
+  std::uint64_t all = 0;
+  for (const auto& [method, count] : requests_) all += count;
+  return told("requests", all);
+}
+
+HttpReply ControlService::tellCounters(const HttpRequest&) {
+  JsonText body;
+  body.open('{').member("connections", connections_).key("requests").open('{');
+  for (const auto& [method, count] : requests_) body.member(method, count);
+  body.close('}').close('}');
+  return good(body);
+}
 
 HttpReply ControlService::countHandshakes(const HttpRequest&) {
   const Handshakes count = handshakes_();

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
+#include <string>
 #include <vector>
 
 namespace kestrelvisor::vrmsim {
@@ -22,7 +24,7 @@ class ControlService {
   HttpReply answer(const HttpRequest& request);
 
   // Tells it of a request to the manager.
-  void countRequest() { ++requests_; }
+  void countRequest(const HttpRequest& request);
 
  private:
   struct Route;
@@ -35,12 +37,14 @@ class ControlService {
   HttpReply expireSessions(const HttpRequest& request);
   HttpReply countRequests(const HttpRequest& request);
   HttpReply countHandshakes(const HttpRequest& request);
+  HttpReply tellCounters(const HttpRequest& request);
 
   FaultPlan& plan_;
   RestService& service_;
   const std::function<void(std::vector<FaultRule>)> add_;
   const std::function<Handshakes()> handshakes_;
-  std::uint64_t requests_ = 0;
+  std::uint64_t connections_ = 0;                  // up to the newest that has made a request
+  std::map<std::string, std::uint64_t> requests_;  // by method
 };
 
 }  // namespace kestrelvisor::vrmsim

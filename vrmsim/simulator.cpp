@@ -88,7 +88,7 @@ struct Simulator::Impl {
   }
 
   Script answer(const HttpRequest& request, bool keepAlive) {
-    control.countRequest();
+    control.countRequest(request);
     auto hit = plan.next(FaultMoment::kRequest, request, service.sessionOf(request));
     if (!hit) {
       const HttpReply reply = service.answer(request);

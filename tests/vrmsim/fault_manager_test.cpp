@@ -324,6 +324,20 @@ TEST(ControlPortOverTls, CountsTheHandshakesOfTheManager) {
   EXPECT_EQ(Connection(port).ask("GET", "/handshakes").body, "{\"handshakes\":2,\"resumed\":0}\n");
 }
 
+TEST_F(ControlPort, CountsConnectionsAndRequestsByMethod) {
+  EXPECT_EQ(control("GET", "/counters").body, "{\"connections\":0,\"requests\":{}}\n");
+
+  client.logIn();
+  client.get("/service/sites");
+  Connection kept(simulator.port());
+  kept.ask("GET", "/service/versions");
+  kept.ask("GET", "/service/versions");
+
+  EXPECT_EQ(control("GET", "/counters").body,
+            "{\"connections\":3,\"requests\":{\"GET\":3,\"POST\":1}}\n");
+  EXPECT_EQ(control("GET", "/requests").body, "{\"requests\":4}\n");
+}
+
 TEST_F(ControlPort, SaysWhatIsWrongAndTakesNothing) {
   const auto refused = [this](const std::string& body) {
     const Answer answer = control("POST", "/faults", body);
@@ -347,7 +361,8 @@ TEST_F(ControlPort, SaysWhatItServes) {
   EXPECT_EQ(
       answer.json()["error"].asString(),
       "nobody serves GET /nonsense; what is served: GET /faults, POST /faults, DELETE /faults, "
-      "POST /sessions/kill, POST /sessions/expire, GET /requests, GET /handshakes");
+      "POST /sessions/kill, POST /sessions/expire, GET /requests, GET /handshakes, "
+      "GET /counters");
   EXPECT_EQ(control("PUT", "/faults").status, 404);
 }
 
