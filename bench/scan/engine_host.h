@@ -1,0 +1,25 @@
+#pragma once
+
+#include "bench/scan/manager.h"
+#include "environment.pb.h"
+
+namespace kestrelvisor::bench {
+
+// The host of the engine: what it asks, and what it must get.
+class EngineHost {
+ public:
+  // The manager must live until the process ends: the engine logs out from it then. An empty
+  // certificate stands for the system's trust store.
+  EngineHost(const Manager& manager, const Shape& shape, const std::string& certificate);
+
+  // One scan. Throws std::runtime_error unless it succeeds and brings what the shape has.
+  void scan(ScanEnvironmentReply& reply) const;
+
+ private:
+  void requireWhole(const ScanEnvironmentReply& reply) const;
+
+  const Shape shape_;
+  EnvironmentPath path_;
+};
+
+}  // namespace kestrelvisor::bench

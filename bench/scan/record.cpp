@@ -1,0 +1,128 @@
+#include "bench/scan/files.h"
+#include "bench/scan/request_list.h"
+#include "bench/scan/tasks.h"
+#include "platform/reference/clock.h"
+#include "platform/reference/logging.h"
+
+#include <google/protobuf/text_format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <stdexcept>
+#include <string_view>
+
+namespace kestrelvisor::bench {
+namespace {
+
+// Replies carry the time of their scan.
+constexpr std::chrono::seconds kTimeOfRecords(1790000000);
+
+// The port is the one thing in a record that the kernel chose.
+void takeOutPort(std::string& text, const std::string& port) {
+  for (std::size_t at = 0; (at = text.find(port, at)) != std::string::npos;) {
+    text.replace(at, port.size(), ":port");
+  }
+}
+
+// The times of sessions come from a clock that hosts cannot set.
+void takeOutTimes(std::string& text) {
+  for (const std::string_view before : {"create time=", "start time:", "current time:"}) {
+    for (std::size_t at = 0; (at = text.find(before, at)) != std::string::npos;) {
+      at += before.size();
+      const std::size_t end = std::min(text.find_first_not_of("0123456789", at), text.size());
+      text.replace(at, end - at, "#");
+    }
+  }
+}
+
+// Writes every log record into a file while it lives. The lines of the sources move, and are left
+// out.
+class RecordedLog {
+ public:
+  RecordedLog(const std::string& path, std::int32_t port)
+      : file_(path, std::ios::binary), port_(":" + std::to_string(port)) {}
+
+  std::uint64_t statements() const { return statements_; }
+
+ private:
+  void write(const LogRecord& record) {
+    ++statements_;
+    std::string text = record.text;
+    takeOutPort(text, port_);
+    takeOutTimes(text);
+    file_ << record.level << ' ' << record.tag << ' ' << record.requestId << ' ' << record.function
+          << ' ' << record.code << ' ' << text << '\n';
+  }
+
+  std::ofstream file_;
+  const std::string port_;
+  std::uint64_t statements_ = 0;
+  const LogObserver observer_{[this](const LogRecord& record) { write(record); }};
+};
+
+// The lines that the manager has written since the last call.
+class NewRequests {
+ public:
+  explicit NewRequests(const std::string& path) : file_(path, std::ios::binary) {}
+
+  std::string take() {
+    std::string text;
+    const unsigned long long before = count_;
+    file_.clear();
+    for (std::string line; std::getline(file_, line); ++count_) {
+      text += withoutChance(line, before) + "\n";
+    }
+    return text;
+  }
+
+ private:
+  std::ifstream file_;
+  unsigned long long count_ = 0;
+};
+
+std::string textOf(const ScanEnvironmentReply& reply) {
+  std::string text;
+  if (!google::protobuf::TextFormat::PrintToString(reply, &text)) {
+    throw std::runtime_error("the reply cannot be written");
+  }
+  return text;
+}
+
+// One scan, whose requests go into a file.
+ScanEnvironmentReply scanListing(const EngineHost& host, NewRequests& requests,
+                                 const std::string& file) {
+  ScanEnvironmentReply reply;
+  host.scan(reply);
+  writeFile(file, requests.take());
+  return reply;
+}
+
+}  // namespace
+
+std::string requestLogIn(const std::string& folder) { return folder + "/manager.log"; }
+
+void listRequests(const EngineHost& host, const std::string& folder) {
+  NewRequests requests(requestLogIn(folder));
+  scanListing(host, requests, folder + "/requests_cold.jsonl");
+  scanListing(host, requests, folder + "/requests.jsonl");
+}
+
+Json::Value record(const Manager& manager, const EngineHost& host, const std::string& folder) {
+  holdClock(std::chrono::system_clock::time_point(kTimeOfRecords));
+  NewRequests requests(requestLogIn(folder));
+  RecordedLog log(folder + "/log.txt", manager.port());
+  const auto cold = scanListing(host, requests, folder + "/requests_cold.jsonl");
+  const std::uint64_t before = log.statements();
+  const auto warm = scanListing(host, requests, folder + "/requests.jsonl");
+  const std::string reply = warm.SerializeAsString();
+  if (reply != cold.SerializeAsString()) throw std::runtime_error("two scans, two replies");
+  writeFile(folder + "/reply.pb", reply);
+  writeFile(folder + "/reply.txt", textOf(warm));
+
+  Json::Value result;
+  result["logStatements"] = Json::UInt64{log.statements() - before};
+  return result;
+}
+
+}  // namespace kestrelvisor::bench

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "bench/scan/engine_host.h"
+#include "bench/scan/options.h"
+
+#include <json/json.h>
+
+namespace kestrelvisor::bench {
+
+// Rounds of the same requests, made by naked libcurl, by the same with one parse of each body, by
+// the engine, and by the peers that the options name. Returns what each of them has cost.
+Json::Value measure(const Manager& manager, const EngineHost& host, const Options& options);
+
+// One scan in a process that has done nothing yet: its memory and its stack.
+Json::Value measureOnce(const EngineHost& host);
+
+// A scan that logs in and one that has a session already. Writes the requests of both into the
+// folder. The manager writes its request log into a file of that folder.
+void listRequests(const EngineHost& host, const std::string& folder);
+
+// The same two scans. Writes what must not change from one version of the engine to the next into
+// the folder: the reply, the tester's dump, the requests of both scans, and all log records.
+Json::Value record(const Manager& manager, const EngineHost& host, const std::string& folder);
+
+// Where the manager of both writes.
+std::string requestLogIn(const std::string& folder);
+
+}  // namespace kestrelvisor::bench
