@@ -1,0 +1,48 @@
+"""What is computed from the measured rounds."""
+
+import statistics
+
+
+def median_of(result, who, field):
+    return statistics.median(round_[who][field] for round_ in result["rounds"])
+
+
+def median_ratio(result, who, other, field):
+    """The median of the rounds' ratios: what slows a whole round down divides out."""
+    return statistics.median(
+        round_[who][field] / round_[other][field] for round_ in result["rounds"])
+
+
+def contenders(result):
+    """In the order of the tables: the three of every measurement, then the peers by name."""
+    first = ["bare", "parse", "engine"]
+    return first + sorted(set(result["rounds"][0]) - set(first))
+
+
+def beyond_the_list(result):
+    """How many exchanges more or fewer than told there were, by either end's count."""
+    told = result["requests"]
+    return sum(abs(cost[count] - told) for round_ in result["rounds"] for cost in round_.values()
+               for count in ("transfers", "requests", "connections"))
+
+
+def handshakes(result):
+    return sum(cost["handshakes"] for round_ in result["rounds"] for cost in round_.values())
+
+
+def not_resumed(result):
+    """The handshakes of all rounds that took up no session. The first exchange of the process, which
+    has none, lies before the rounds."""
+    return sum(cost["handshakes"] - cost["resumed"]
+               for round_ in result["rounds"] for cost in round_.values())
+
+
+def logging_share(real, null, statement_ns=None):
+    """What logging is of the engine's CPU: the host's part is what the real stand-ins cost more than
+    those that do nothing, the engine's own is that of a statement that nobody wants."""
+    with_host = median_ratio(real, "engine", "bare", "cpu")
+    without = median_ratio(null, "engine", "bare", "cpu")
+    share = 1 - without / with_host
+    if statement_ns is not None:
+        share += real["logStatements"] * statement_ns * 1e-9 / median_of(real, "engine", "cpu")
+    return share
