@@ -135,6 +135,8 @@ Json::Value measure(const Manager& manager, const EngineHost& host, const Option
       costs[contender.name] = withManagersSide(contender, manager);
     }
   }
+  const ManagerCounts counts = manager.counts();
+  result["fullHandshakes"] = Json::UInt64{counts.handshakes - counts.resumed};
   return result;
 }
 
