@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <functional>
 #include <stdexcept>
 #include <string_view>
 
@@ -81,14 +82,6 @@ class NewRequests {
   unsigned long long count_ = 0;
 };
 
-std::string textOf(const ScanEnvironmentReply& reply) {
-  std::string text;
-  if (!google::protobuf::TextFormat::PrintToString(reply, &text)) {
-    throw std::runtime_error("the reply cannot be written");
-  }
-  return text;
-}
-
 // One scan, whose requests go into a file.
 ScanEnvironmentReply scanListing(const EngineHost& host, NewRequests& requests,
                                  const std::string& file) {
@@ -98,27 +91,41 @@ ScanEnvironmentReply scanListing(const EngineHost& host, NewRequests& requests,
   return reply;
 }
 
+// A scan that logs in and one that has a session. Returns the reply, which must be the same.
+ScanEnvironmentReply scanTwice(const EngineHost& host, const std::string& folder,
+                               const std::function<void()>& between) {
+  holdClock(std::chrono::system_clock::time_point(kTimeOfRecords));
+  NewRequests requests(requestLogIn(folder));
+  const auto cold = scanListing(host, requests, folder + "/requests_cold.jsonl");
+  between();
+  const auto warm = scanListing(host, requests, folder + "/requests.jsonl");
+  if (warm.SerializeAsString() != cold.SerializeAsString()) {
+    throw std::runtime_error("two scans, two replies");
+  }
+  return warm;
+}
+
+void writeReply(const ScanEnvironmentReply& reply, const std::string& folder) {
+  std::string text;
+  if (!google::protobuf::TextFormat::PrintToString(reply, &text)) {
+    throw std::runtime_error("the reply cannot be written");
+  }
+  writeFile(folder + "/reply.txt", text);
+  writeFile(folder + "/reply.pb", reply.SerializeAsString());
+}
+
 }  // namespace
 
 std::string requestLogIn(const std::string& folder) { return folder + "/manager.log"; }
 
 void listRequests(const EngineHost& host, const std::string& folder) {
-  NewRequests requests(requestLogIn(folder));
-  scanListing(host, requests, folder + "/requests_cold.jsonl");
-  scanListing(host, requests, folder + "/requests.jsonl");
+  writeReply(scanTwice(host, folder, [] {}), folder);
 }
 
 Json::Value record(const Manager& manager, const EngineHost& host, const std::string& folder) {
-  holdClock(std::chrono::system_clock::time_point(kTimeOfRecords));
-  NewRequests requests(requestLogIn(folder));
   RecordedLog log(folder + "/log.txt", manager.port());
-  const auto cold = scanListing(host, requests, folder + "/requests_cold.jsonl");
-  const std::uint64_t before = log.statements();
-  const auto warm = scanListing(host, requests, folder + "/requests.jsonl");
-  const std::string reply = warm.SerializeAsString();
-  if (reply != cold.SerializeAsString()) throw std::runtime_error("two scans, two replies");
-  writeFile(folder + "/reply.pb", reply);
-  writeFile(folder + "/reply.txt", textOf(warm));
+  std::uint64_t before = 0;
+  writeReply(scanTwice(host, folder, [&] { before = log.statements(); }), folder);
 
   Json::Value result;
   result["logStatements"] = Json::UInt64{log.statements() - before};

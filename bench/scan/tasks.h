@@ -14,12 +14,13 @@ Json::Value measure(const Manager& manager, const EngineHost& host, const Option
 // One scan in a process that has done nothing yet: its memory and its stack.
 Json::Value measureOnce(const EngineHost& host);
 
-// A scan that logs in and one that has a session already. Writes the requests of both into the
-// folder. The manager writes its request log into a file of that folder.
+// A scan that logs in and one that has a session already. Writes the requests of both and the reply
+// into the folder. The manager writes its request log into a file of that folder.
 void listRequests(const EngineHost& host, const std::string& folder);
 
-// The same two scans. Writes what must not change from one version of the engine to the next into
-// the folder: the reply, the tester's dump, the requests of both scans, and all log records.
+// The same two scans, whose log somebody reads. Writes all records into the folder, too. With what
+// a scan prints for testers that is all that must not change from one version of the engine to the
+// next.
 Json::Value record(const Manager& manager, const EngineHost& host, const std::string& folder);
 
 // Where the manager of both writes.
