@@ -35,12 +35,12 @@ def not_resumed(result):
     return result["fullHandshakes"] - 1
 
 
-def logging_share(real, null, statement_ns=None):
-    """What logging is of the engine's CPU: the host's part is what the real stand-ins cost more than
-    those that do nothing, the engine's own is that of a statement that nobody wants."""
-    with_host = median_ratio(real, "engine", "bare", "cpu")
-    without = median_ratio(null, "engine", "bare", "cpu")
-    share = 1 - without / with_host
+def logging_share(real, null, scan, statement_ns=None):
+    """What logging is of a scan. The host's part is what the real stand-ins need more instructions
+    for than those that do nothing: a count, since the share is smaller than what times scatter by.
+    The kernel's work is not counted, so that this is more than the share of CPU. The engine's own part
+    is that of so many statements that nobody wants."""
+    share = 1 - null["instructions"] / real["instructions"]
     if statement_ns is not None:
-        share += real["logStatements"] * statement_ns * 1e-9 / median_of(real, "engine", "cpu")
+        share += scan["logStatements"] * statement_ns * 1e-9 / median_of(scan, "engine", "cpu")
     return share

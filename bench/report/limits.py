@@ -96,10 +96,12 @@ def stack(results):
 
 
 def logging(results):
-    real, null = results.find(SITE_S), results.find(SITE_S, stand_ins="null")
+    real = results.find(SITE_S, task="instructions")
+    null = results.find(SITE_S, stand_ins="null", task="instructions")
+    scan = results.find(SITE_S)
     share = None
-    if real and null and "logStatements" in real:
-        share = 100 * logging_share(real, null, results.statement_ns)
+    if real and null and scan and "logStatements" in scan:
+        share = 100 * logging_share(real, null, scan, results.statement_ns)
     return [Check("filtered statement", results.statement_ns, 20, " ns"),
             Check("share of CPU", share, 3, " %")]
 

@@ -80,9 +80,18 @@ def limits_table(results):
     return "\n#### What must hold\n\n" + table(["", "figure", "at most", "measured", ""], rows)
 
 
+NANOSECONDS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+
+
+def duration(nanoseconds):
+    """In the largest unit of which there is at least one."""
+    unit = next((name for name, size in reversed(NANOSECONDS.items()) if nanoseconds >= size), "ns")
+    return f"{nanoseconds / NANOSECONDS[unit]:,.1f} {unit}"
+
+
 def micro_table(micro):
     """One row for each of Google Benchmark's."""
-    rows = [[f"`{line['name']}`", f"{line['cpu_time']:,.1f} {line['time_unit']}",
+    rows = [[f"`{line['name']}`", duration(line["cpu_time"] * NANOSECONDS[line["time_unit"]]),
              f"{line['iterations']:,}"]
             for line in micro.get("benchmarks", []) if line.get("run_type") != "aggregate"]
     if not rows:

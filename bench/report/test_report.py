@@ -42,11 +42,10 @@ class Figures(unittest.TestCase):
         self.assertEqual(figures.not_resumed(result(fullHandshakes=3)), 2)
 
     def test_logging_is_what_the_host_and_the_statements_cost(self):
-        real = result(rounds=[{"bare": cost(1, cpu=1.0), "engine": cost(1, cpu=2.0)}],
-                      logStatements=1000000)
-        null = result(rounds=[{"bare": cost(1, cpu=2.0), "engine": cost(1, cpu=3.9)}])
-        self.assertAlmostEqual(figures.logging_share(real, null), 0.025)
-        self.assertAlmostEqual(figures.logging_share(real, null, statement_ns=10), 0.03)
+        scan = result(rounds=[{"engine": cost(1, cpu=2.0)}], logStatements=1000000)
+        real, null = {"instructions": 2000}, {"instructions": 1950}
+        self.assertAlmostEqual(figures.logging_share(real, null, scan), 0.025)
+        self.assertAlmostEqual(figures.logging_share(real, null, scan, statement_ns=10), 0.03)
 
 
 class Limits(unittest.TestCase):
@@ -128,6 +127,10 @@ class Reports(unittest.TestCase):
         text = tables.scan_tables(limits.Results([result()]))
         self.assertIn("| plain-1000 | real | bare + parse | 1,500 |", text)
         self.assertEqual(text.count("| plain-1000 | real |"), 3)
+
+    def test_times_have_a_unit_that_reads_well(self):
+        self.assertEqual([tables.duration(ns) for ns in (8.92, 15267.4, 3235913.8)],
+                         ["8.9 ns", "15.3 us", "3.2 ms"])
 
     def test_a_chart_is_an_image_of_its_own(self):
         small = result("plain-100", machines=100)
