@@ -36,37 +36,28 @@ def amounts(result):
             (result["hosts"] + 1) * result["datastores"])
 
 
-def solve(rows, values):
-    """The three factors that fit three equations, by elimination."""
-    matrix = [list(row) + [value] for row, value in zip(rows, values)]
-    for column in range(3):
-        pivot = max(range(column, 3), key=lambda line: abs(matrix[line][column]))
-        matrix[column], matrix[pivot] = matrix[pivot], matrix[column]
-        for line in range(3):
-            if line == column:
-                continue
-            factor = matrix[line][column] / matrix[column][column]
-            matrix[line] = [a - factor * b for a, b in zip(matrix[line], matrix[column])]
-    return [matrix[line][3] / matrix[line][line] for line in range(3)]
-
-
 def predicted(factors, result):
     return sum(factor * amount for factor, amount in zip(factors, amounts(result)))
 
 
 def calibrated(results):
-    """Seconds for each exchange, machine and datastore, by three of the shapes; nothing without."""
-    known = [results.find(shape) for shape in ("plain-100", "plain-10000", "200x500")]
-    if None in known:
+    """Seconds for each exchange, machine and datastore; nothing without the shapes that tell. One after
+    the other: exchanges and machines grow together, so that equations for both would blow up errors."""
+    large, wide = results.find("plain-10000"), results.find("200x500")
+    if not large or not wide:
         return None
-    return solve([amounts(result) for result in known],
-                 [median_of(result, "engine", "wall") for result in known])
+    exchange = median_of(large, "bare", "wall") / large["requests"]
+    factors = [exchange, 0.0, 0.0]
+    for place, result in ((1, large), (2, wide)):
+        rest = median_of(result, "engine", "wall") - predicted(factors, result)
+        factors[place] = rest / amounts(result)[place]
+    return factors
 
 
 def checked(results):
     """(shape, exchanges told by the formula and by the log, wall told and measured) of the others."""
     factors = calibrated(results)
-    found = [results.find(shape) for shape in ("plain-1000", "plain-50000")]
+    found = [results.find(shape) for shape in ("plain-100", "plain-1000", "plain-50000")]
     return [(result["shape"], amounts(result)[0], result["requests"],
              predicted(factors, result), median_of(result, "engine", "wall"))
             for result in found if factors and result]

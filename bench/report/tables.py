@@ -111,7 +111,7 @@ def prediction_table(results):
              "measured", "off by"]
     return ("\n#### The formula\n\n"
             f"Here an exchange takes {exchange:.0f} us, a machine {machine:.0f} us and a datastore "
-            f"{datastore:.1f} us, by the sites plain-100, plain-10000 and 200x500. The others:\n\n"
+            f"{datastore:.1f} us, by the sites plain-10000 and 200x500. The others:\n\n"
             + table(heads, rows))
 
 

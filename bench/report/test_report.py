@@ -101,11 +101,23 @@ class Prediction(unittest.TestCase):
         self.assertEqual(prediction.spread(small), ([2, 1, 1, 1], [4]))
         self.assertEqual(prediction.amounts(small), (6 + 4 * 3 + 4 + 10, 9, 15))
 
-    def test_three_shapes_give_the_factors(self):
-        rows = [(1, 2, 3), (0, 1, 4), (5, 6, 0)]
-        values = [sum(a * b for a, b in zip(row, (7, 11, 13))) for row in rows]
-        for found, expected in zip(prediction.solve(rows, values), (7, 11, 13)):
+    def test_two_shapes_give_the_factors(self):
+        def site(shape, **sizes):
+            made = result(shape, **sizes)
+            made["requests"], machines, datastores = prediction.amounts(made)
+            wall = 7 * made["requests"]
+            made["rounds"] = [{"bare": cost(wall),
+                               "engine": cost(wall + 11 * machines)}]
+            if shape == "200x500":
+                made["rounds"][0]["engine"]["wall"] += 13 * datastores
+            return made
+        results = limits.Results([site("plain-10000", machines=10000, disks=20000, datastores=0),
+                                  site("200x500", hosts=200, standaloneHosts=0, datastores=500),
+                                  site("plain-1000", datastores=0)])
+        for found, expected in zip(prediction.calibrated(results), (7, 11, 13)):
             self.assertAlmostEqual(found, expected)
+        (shape, told, counted, expected, wall), = prediction.checked(results)
+        self.assertEqual((shape, told, expected), ("plain-1000", counted, wall))
 
 
 class Reports(unittest.TestCase):
