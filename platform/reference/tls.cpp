@@ -14,6 +14,7 @@
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
+#include <atomic>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -106,14 +107,40 @@ void judgeSession(const SSL* connection, int moment, int) {
   SSL_set_session(const_cast<SSL*>(connection), nullptr);
 }
 
+using NewSession = int (*)(SSL*, SSL_SESSION*);
+
+// libcurl's own; the same for each connection.
+constinit std::atomic<NewSession> keepInLibcurl = nullptr;
+
+// When libcurl finds no memory to keep a session, its list is left with a name that has been freed,
+// and is freed again with the next session. So it is not told of another: neither by this
+// connection nor, through the share, by later ones.
+int keepSession(SSL* connection, SSL_SESSION* session) noexcept {
+  const int kept = keepInLibcurl.load()(connection, session);
+  if (kept == 1) return kept;
+  SSL_CTX* const context = SSL_get_SSL_CTX(connection);
+  SSL_CTX_sess_set_new_cb(context, nullptr);
+  retireTlsShare(SSL_CTX_get_app_data(context));
+  return kept;
+}
+
+void watchSessions(SSL_CTX* context, void* share) {
+  const NewSession libcurls = SSL_CTX_sess_get_new_cb(context);
+  if (libcurls == nullptr) return;
+  keepInLibcurl = libcurls;
+  SSL_CTX_set_app_data(context, share);
+  SSL_CTX_sess_set_new_cb(context, keepSession);
+}
+
 // libcurl takes a host that stands in the certificate's subject alone, which authorities no longer
 // vouch for. Called for each connection, and that is where the host belongs: a handle may get
 // another URL.
-CURLcode prepareVerification(CURL* curl, void* context, void*) {
+CURLcode prepareVerification(CURL* curl, void* context, void* share) {
   try {
     auto* const tls = static_cast<SSL_CTX*>(context);
     SSL_CTX_set_cert_verify_callback(tls, verifyChain, nullptr);
     SSL_CTX_set_info_callback(tls, judgeSession);
+    watchSessions(tls, share);
     const char* url = nullptr;
     curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &url);
     const std::optional<std::string> host = ReadUrl(url).host();
@@ -131,11 +158,11 @@ void repairRandomNumbers() {
 }
 
 // A store that cannot be read is told with libcurl's own code for it, which nobody may overlook.
-CURLcode prepareWithSystemTrust(CURL* curl, void* context, void*) {
+CURLcode prepareWithSystemTrust(CURL* curl, void* context, void* share) {
   auto* const tls = static_cast<SSL_CTX*>(context);
   const bool verifies = SSL_CTX_get_verify_mode(tls) != SSL_VERIFY_NONE;
   if (verifies && !trustSystem(tls)) return CURLE_SSL_CACERT_BADFILE;
-  return prepareVerification(curl, context, nullptr);
+  return prepareVerification(curl, context, share);
 }
 
 CURLcode refuseConnection(CURL*, void*, void*) { return CURLE_SSL_CACERT_BADFILE; }

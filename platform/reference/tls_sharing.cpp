@@ -68,12 +68,17 @@ bool open(Share& share) {
   return ready;
 }
 
+// Nobody gets it any more; it is closed when its place is wanted.
+void retire(Share& share) {
+  share.trusted.reset();
+  share.lastUse = 0;
+}
+
 // False while a handle uses it.
 bool close(Share& share) {
   if (share.handle != nullptr && curl_share_cleanup(share.handle) != CURLSHE_OK) return false;
   share.handle = nullptr;
-  share.trusted.reset();
-  share.lastUse = 0;
+  retire(share);
   return true;
 }
 
@@ -108,17 +113,22 @@ CURLcode shareTls(CURL* curl, std::string_view trusted) {
   const std::optional<Digest> digest = digestOf(trusted);
   // Until the handle has it: a share that nobody uses may be closed.
   const std::lock_guard lock(sharesMutex);
-  const Share* const share = digest ? shareOf(*digest) : nullptr;
-  CURLSH* const handle = share == nullptr ? nullptr : share->handle;
-  return curl_easy_setopt(curl, CURLOPT_SHARE, handle);
+  Share* const share = digest ? shareOf(*digest) : nullptr;
+  const CURLcode result = curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, share);
+  if (result != CURLE_OK) return result;
+  return curl_easy_setopt(curl, CURLOPT_SHARE, share == nullptr ? nullptr : share->handle);
+}
+
+void retireTlsShare(void* share) noexcept {
+  if (share == nullptr) return;
+  const std::lock_guard lock(sharesMutex);
+  retire(*static_cast<Share*>(share));
 }
 
 void forgetTlsShares() {
   const std::lock_guard lock(sharesMutex);
   for (Share& share : shares) {
-    if (close(share)) continue;
-    share.trusted.reset();
-    share.lastUse = 0;
+    if (!close(share)) retire(share);
   }
 }
 

@@ -15,8 +15,12 @@ inline constexpr std::size_t kMostTlsShares = 64;
 // but does not know of a store that came by a callback: who trusts another text never meets it.
 //
 // Without memory, or when kMostTlsShares other texts are in use, the handle shares with nobody. The
-// result is that of setting the option.
+// callback of CURLOPT_SSL_CTX_FUNCTION is given the share. The result is that of setting options.
 CURLcode shareTls(CURL* curl, std::string_view trusted);
+
+// Lets no other handle have a share. Takes what the callback of CURLOPT_SSL_CTX_FUNCTION was given,
+// null included.
+void retireTlsShare(void* share) noexcept;
 
 // Lets nobody from now on share with a handle of before.
 void forgetTlsShares();

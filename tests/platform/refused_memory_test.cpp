@@ -2,6 +2,7 @@
 #include "platform/contract/security.h"
 #include "platform/reference/logging.h"
 #include "tests/platform/quiet_log.h"
+#include "tests/platform/tls_server.h"
 #include "tests/support/test_headers.h"
 #include "tests/torture/faults/allocator.h"
 
@@ -12,6 +13,8 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <new>
+#include <string>
 
 namespace kestrelvisor::test {
 namespace {
@@ -136,6 +139,51 @@ TEST(TlsWithoutMemory, FindsItsRandomNumbersAgain) {
   SecuritySS::enrichSSL(handle.get(), systemStore);
 
   EXPECT_EQ(RAND_status(), 1);
+}
+
+std::uint64_t freedTwice = 0;
+
+// One exchange that trusts the server alone; the answer does not matter.
+void ask(const TlsServer& server, std::string certificate) {
+  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle(curl_easy_init(),
+                                                                   curl_easy_cleanup);
+  if (!handle) return;
+  curl_easy_setopt(handle.get(), CURLOPT_URL, server.url().c_str());
+  curl_easy_setopt(handle.get(), CURLOPT_NOPROXY, "*");
+  curl_easy_setopt(handle.get(), CURLOPT_CONNECTTIMEOUT_MS, 2000L);
+  SecuritySS::enrichSSL(handle.get(), certificate);
+  curl_easy_perform(handle.get());
+}
+
+std::uint64_t allocationsOf(const TlsServer& server, const std::string& certificate) {
+  Allocator::arm({0, false});
+  ask(server, certificate);
+  return Allocator::disarm().calls;
+}
+
+// Each allocation from the end of the handshake on is refused once, and an exchange with memory
+// follows.
+TEST(TlsWithoutMemory, LeavesLibcurlNoSessionThatIsFreedTwice) {
+  const QuietLog quiet;
+  const Identity identity("server", "IP:127.0.0.1");
+  const TlsServer server(identity);
+  const std::string certificate = identity.pem();
+  ask(server, certificate);
+  freedTwice = 0;
+  Allocator::onFreedTwice([](const torture::FreedTwice&) { ++freedTwice; });
+  Allocator::watch("no secret", false);
+  const std::uint64_t first = allocationsOf(server, certificate) / 2;
+  for (std::uint64_t nth = first, refused = 1; refused != 0; ++nth) {
+    Allocator::arm({nth, false});
+    try {
+      ask(server, certificate);
+    } catch (const std::bad_alloc&) {  // of the test's own texts
+    }
+    refused = Allocator::disarm().failed;
+    ask(server, certificate);
+    ASSERT_EQ(freedTwice, 0U) << nth;
+  }
+  Allocator::endWatch();
 }
 
 // With memory: the list of observers changes under a walk over it.

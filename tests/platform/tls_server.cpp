@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <stdexcept>
 
 namespace kestrelvisor::test {
@@ -112,6 +113,11 @@ std::string TlsServer::url(const std::string& host) const {
 }
 
 void TlsServer::run() {
+  // A client that goes away must not end the process.
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   for (;;) {
     const int connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (connection < 0) return;

@@ -210,10 +210,10 @@ CURLcode askByStoreOf(const Identity& trusted, std::string_view text, const std:
   const CurlHandle curl(curl_easy_init());
   curl_easy_setopt(curl.get(), CURLOPT_CAINFO, static_cast<const char*>(nullptr));
   curl_easy_setopt(curl.get(), CURLOPT_CAPATH, static_cast<const char*>(nullptr));
-  curl_easy_setopt(curl.get(), CURLOPT_SSL_CTX_FUNCTION, trustIdentity);
-  curl_easy_setopt(curl.get(), CURLOPT_SSL_CTX_DATA, &trusted);
   curl_easy_setopt(curl.get(), CURLOPT_NOPROXY, "*");
   kestrelvisor::shareTls(curl.get(), text);
+  curl_easy_setopt(curl.get(), CURLOPT_SSL_CTX_FUNCTION, trustIdentity);
+  curl_easy_setopt(curl.get(), CURLOPT_SSL_CTX_DATA, &trusted);
   return perform(curl, url);
 }
 
