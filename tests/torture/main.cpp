@@ -353,8 +353,9 @@ bool findPlantedDefects() {
     tryPoints(run, *board);
     Row row;
     row.add(*board);
-    const bool found = row.of(planted.kind) != 0;
-    std::printf("%s: %s\n", planted.operation.name, found ? "found" : "NOT FOUND");
+    const bool found = row.of(planted.kind) != 0 && row.points == row.calls;
+    std::printf("%s: %s\n", planted.operation.name,
+                found ? "found, all points tried" : "NOT FOUND, OR POINTS LEFT OUT");
     all = all && found;
   }
   for (const PlantedFinding& planted : plantedFindings()) {

@@ -150,6 +150,34 @@ class Broken : public Planted {
   void misbehave() override { broken_ = true; }
 };
 
+// Works once more after it found no memory, and then never again: it makes no call any more.
+class LateBreak : public Planted {
+ public:
+  using Planted::Planted;
+
+  void run() override {
+    if (broken_) return;
+    Planted::run();
+    broken_ = weak_;
+    third_ = std::make_unique<std::string>();
+  }
+
+  void release() override {
+    Planted::release();
+    third_.reset();
+  }
+
+ protected:
+  void misbehave() override {
+    weak_ = true;
+    throw std::bad_alloc();
+  }
+
+ private:
+  std::unique_ptr<std::string> third_;
+  bool weak_ = false;
+};
+
 template <class Kind>
 std::unique_ptr<Operation> make(const Route& route) {
   return std::make_unique<Kind>(route);
@@ -202,7 +230,8 @@ const std::vector<PlantedDefect>& plantedDefects() {
       {{"leak", make<Leak>}, Kind::leak},
       {{"password", make<Secret>}, Kind::secret},
       {{"exception", make<Exception>}, Kind::exception},
-      {{"broken state", make<Broken>}, Kind::next}};
+      {{"broken state", make<Broken>}, Kind::next},
+      {{"broken state seen late", make<LateBreak>}, Kind::next}};
   return defects;
 }
 

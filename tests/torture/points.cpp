@@ -118,13 +118,19 @@ class Trial {
   void tryFrom(std::uint64_t first) {
     Allocator::onFreedTwice(onFreedTwice);
     const std::uint64_t most = operation_.needsFreshProcess() ? 1 : ~std::uint64_t{0};
-    for (std::uint64_t point = first, tried = 0; tried < most; ++tried) {
-      if (point > run_.lastPoint || !tryOne(point, Purpose::judging)) {
-        board_.done = true;
+    board_.next = first;
+    for (std::uint64_t tried = 0; tried < most; ++tried) {
+      board_.done = board_.next > run_.lastPoint;
+      if (board_.done) return;
+      const Outcome outcome = tryOne(board_.next, Purpose::judging);
+      if (!outcome.fired) {
+        // A process that an earlier point has spoilt makes fewer calls, too: a new one tells.
+        board_.done = outcome.good || tried == 0;
         return;
       }
       ++board_.tried;
-      point += nextStride(point);
+      board_.next += nextStride(board_.next);
+      if (!outcome.good) return;
     }
   }
 
@@ -160,8 +166,12 @@ class Trial {
     return run_.callFault != nullptr ? SystemCalls::disarm() : Allocator::disarm();
   }
 
-  // Returns false when the operation made fewer calls than that.
-  bool tryOne(std::uint64_t point, Purpose purpose) {
+  struct Outcome {
+    bool fired;  // false when the operation made fewer calls than that
+    bool good;   // as of a process that may be used for the next point
+  };
+
+  Outcome tryOne(std::uint64_t point, Purpose purpose) {
     board_.point = point;
     alarm(run_.limitSeconds);
     board_.stage = Stage::preparation;
@@ -175,7 +185,7 @@ class Trial {
     bool threw = false;
     const bool fired = runUnderFault(point, threw, judging);
     board_.stage = Stage::verdict;
-    if (judging) judge(threw, fired);
+    const bool succeeded = judging && judge(threw, fired);
     board_.stage = Stage::nextOperation;
     const bool works = operation_.worksNow(board_);
     board_.stage = Stage::settling;
@@ -183,7 +193,7 @@ class Trial {
     if (judging && !works) judgeFailedNext();
     alarm(0);
     board_.stage = Stage::exit;
-    return fired;
+    return {fired, works && (fired || succeeded)};
   }
 
   bool runUnderFault(std::uint64_t point, bool& threw, bool judging) {
@@ -199,11 +209,16 @@ class Trial {
     }
   }
 
-  void judge(bool threw, bool fired) {
+  // Tells whether the operation succeeded.
+  bool judge(bool threw, bool fired) {
     judgeSecrets();
     operation_.judgeRequests(board_);
     const End end = operation_.judge(board_, threw);
-    if (!fired) return;
+    if (fired) noteEnd(end);
+    return end == End::success;
+  }
+
+  void noteEnd(End end) {
     board_.succeeded += end == End::success ? 1U : 0U;
     board_.failedAsTold += end == End::failure ? 1U : 0U;
     board_.threw += end == End::exception ? 1U : 0U;
@@ -363,7 +378,7 @@ void tryPoints(const Run& run, Board& board) {
     const bool ended = inChild(board, [&] { trial.tryFrom(point); });
     if (!ended && board.stage != Stage::exit) ++board.tried;
     if (board.tried == before && !board.done) throw std::runtime_error("no point was tried");
-    point = board.point + board.stride;
+    point = ended ? board.next : board.point + board.stride;
   }
   explainLeaks(trial, board);
 }

@@ -55,6 +55,7 @@ struct Board {
 
   // The child's position.
   std::uint64_t point = 0;
+  std::uint64_t next = 0;  // the point to be tried behind those that were
   Stage stage = Stage::preparation;
   bool firstUse = false;  // the libraries are initialised under the fault
 
