@@ -10,7 +10,8 @@ void ReceiveBuffer::clear() noexcept {
 }
 
 void ReceiveBuffer::freeMemory(MemoryStruct& chunk) noexcept {
-  if (chunk.memory != nullptr) memset_s(chunk.memory, chunk.size + 1, 0, chunk.size + 1);
+  const bool wipes = chunk.secret && chunk.memory != nullptr;
+  if (wipes) memset_s(chunk.memory, chunk.size + 1, 0, chunk.size + 1);
   delete[] chunk.memory;
   chunk.memory = nullptr;
 }

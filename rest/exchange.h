@@ -8,7 +8,7 @@
 
 namespace kestrelvisor {
 
-// Owns what one transfer writes into. It may hold secrets: the memory is wiped before it is freed.
+// Owns what one transfer writes into.
 class ReceiveBuffer {
  public:
   ReceiveBuffer() = default;
@@ -19,7 +19,7 @@ class ReceiveBuffer {
   MemoryStruct& chunk() { return chunk_; }
   void clear() noexcept;
 
-  // Frees the memory of a chunk, whoever holds it. The size stays.
+  // Frees the memory of a chunk, whoever holds it, and wipes a secret one. The size stays.
   static void freeMemory(MemoryStruct& chunk) noexcept;
 
  private:

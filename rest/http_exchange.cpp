@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <new>
 
 namespace {
@@ -237,23 +238,21 @@ std::size_t KestrelVisor_rest_api::writeMemoryCallback(char* source, std::size_t
   const std::size_t received = itemSize * itemCount;
   const std::size_t newSize = chunk.size + received + 1;
 
-  // The answer stays readable after a failure: as an empty text, by its null memory.
-  MemoryStruct grown;
-  grown.memory = new (std::nothrow) char[newSize];
-  if (grown.memory == nullptr) {
+  // After a failure the answer reads as an empty text, by its null memory.
+  std::unique_ptr<char[]> grown(new (std::nothrow) char[newSize]);
+  if (!grown) {
     ReceiveBuffer::freeMemory(chunk);
     return received;
   }
   const bool hasOld = chunk.memory != nullptr && chunk.size != 0;
   // A prefix that was lost reads as NULs. All else is written below.
-  if (!hasOld) memset_s(grown.memory, newSize, 0, chunk.size);
-  if (hasOld && memcpy_s(grown.memory, newSize, chunk.memory, chunk.size) != 0) {
-    ReceiveBuffer::freeMemory(grown);
+  if (!hasOld) memset_s(grown.get(), newSize, 0, chunk.size);
+  if (hasOld && memcpy_s(grown.get(), newSize, chunk.memory, chunk.size) != 0) {
     ReceiveBuffer::freeMemory(chunk);
     return received;
   }
   ReceiveBuffer::freeMemory(chunk);
-  chunk.memory = grown.memory;
+  chunk.memory = grown.release();
   // There is room by construction, so this copy cannot fail.
   memcpy_s(chunk.memory + chunk.size, newSize - chunk.size, source, received);
   chunk.size += received;

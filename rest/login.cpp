@@ -69,6 +69,7 @@ bool KestrelVisor_rest_api::logIn(VRM_INFO& vrm, std::string& httpCode, std::str
 
   const std::string noBody;  // libcurl keeps its address until the transfer ends
   ReceiveBuffer header;
+  header.chunk().secret = true;  // the session's token comes in there
   Exchange exchange(*this);
   if (!exchange.init()) {
     KV_LOG(kError, "Init curlHandle failed, url=", url);

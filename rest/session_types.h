@@ -20,6 +20,7 @@ enum SEND_METHOD : std::uint32_t {
 struct MemoryStruct {
   std::uint64_t size = 0;  // bytes received so far, without the terminator
   char* memory = nullptr;  // at least size + 1 bytes, NUL-terminated; null until the first chunk
+  bool secret = false;     // memory is wiped whenever it is freed
 };
 
 // One session with a manager. The token is wiped when the record ends or is replaced.
