@@ -46,6 +46,8 @@ class CJsonUtils {
       Json::CharReaderBuilder builder;
       // The reader recurses: its own limit would need more stack than a host's thread may have.
       builder["stackLimit"] = kMaximumNesting;
+      // Nobody asks for them, and the room of the longest would stay with the reader.
+      builder["collectComments"] = false;
       return std::unique_ptr<Json::CharReader>(builder.newCharReader());
     }
 

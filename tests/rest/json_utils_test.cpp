@@ -51,6 +51,16 @@ TEST(JsonReader, AcceptsCommentsAndTrailingCommas) {
   EXPECT_EQ(root["a"].size(), 2U);
 }
 
+TEST(JsonReader, KeepsNoComments) {
+  Json::Value root;
+
+  EXPECT_TRUE(CJsonUtils::StringToJson("/* head */ [1] // end", root));
+
+  EXPECT_FALSE(root.hasComment(Json::commentBefore));
+  EXPECT_FALSE(root.hasComment(Json::commentAfterOnSameLine));
+  EXPECT_FALSE(root.hasComment(Json::commentAfter));
+}
+
 TEST(JsonReader, AcceptsAnyRoot) {
   for (const char* text : {"null", "[]", "7", "\"text\"", "true"}) {
     Json::Value root;
