@@ -76,8 +76,8 @@ class tree {
   virtual ~tree() = default;
 
   // Adds a root. In a tree that has nodes the new root becomes a child of the old one.
-  iterator add_root(T node) {
-    const std::uint64_t position = append(std::move(node));
+  iterator add_root(const T& node) {
+    const std::uint64_t position = append(T(node));
     if (begin != end) boost::add_edge(root, position, graph);
     root = position;
     refresh();

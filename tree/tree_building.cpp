@@ -4,7 +4,6 @@
 #include "engine/kestrelvisor_public.h"
 
 #include <cstdint>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -53,7 +52,7 @@ bool KestrelVisorPublic::CreateTreeTables(VRM_INFO& vrm, Tree& tree, OsMap& osMa
   node.objectGUID = EnvProxy_string_to_uuid(site.objectStr);
   KV_LOG(kTrace, "object str is :", site.objectStr, " object GUID is:", node.objectGUID);
   node.type = site.type;
-  const Tree::iterator root = tree.add_root(std::move(node));
+  const Tree::iterator root = tree.add_root(node);
 
   ObjectList children;
   if (!restApi.getClusterFromVrm(vrm, children, err)) {
