@@ -184,7 +184,7 @@ class KestrelVisor_rest_api {
   // Seconds since 1970 (UTC), despite its name.
   std::uint64_t getLocalTime();
 
-  // --- Authenticated requests. All throw what checkLoginAgainAndCert throws. ---
+  // --- Authenticated requests. Those that send throw what checkLoginAgainAndCert throws. ---
 
   // As sendMessageToVrmRetry, without the response.
   bool sendMessageToVrm(VRM_INFO& vrm, const KestrelVisorCertToken& token,
@@ -199,6 +199,7 @@ class KestrelVisor_rest_api {
   // it and not be null. A failed request ends the session.
   bool getJSonObjFromKestrelVisor(VRM_INFO& vrm, const std::string& uri, const std::string& key,
                                   KestrelVisorErrorMessage& err, Json::Value& root);
+  // The same with a text that is there already. Throws std::bad_alloc alone.
   bool getJSonObjFromJsonStr(const std::string& key, const std::string& text, Json::Value& root);
   // "/service/sites/1/vms/2" is "urn:sites:1:vms:2". The heads are replaced by length alone.
   std::string uriToUrn(const std::string& uri);
