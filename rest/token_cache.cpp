@@ -16,9 +16,7 @@ namespace {
 bool decryptPassword(VRM_INFO& vrm) {
   SecString plaintext;
   if (SecuritySS::KmcDecryptInfo(vrm.clientPassword, plaintext) != 0) return false;
-  std::string text = plaintext;
-  vrm.clientPassword.swap(text);
-  wipeString(text);
+  vrm.clientPassword = std::string(plaintext);
   return true;
 }
 

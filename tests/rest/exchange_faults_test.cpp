@@ -265,6 +265,20 @@ TEST_F(OneTransfer, GoesOnUnverifiedWhenTheHostAllowsARefusedCertificate) {
                           std::string(curl_easy_strerror(CURLE_PEER_FAILED_VERIFICATION)) + "."));
 }
 
+TEST_F(OneTransfer, LooksAndWarnsAtEachCertificateThatIsRefused) {
+  setConfigurationValue("General", "CertAuthSwitch", "0");
+  vrm.useHttps = 1;
+  curl.transfers = {failed(CURLE_PEER_FAILED_VERIFICATION), failed(CURLE_PEER_FAILED_VERIFICATION)};
+
+  EXPECT_FALSE(send());
+
+  const std::string warning = "peer cert check failed: " +
+                              std::string(curl_easy_strerror(CURLE_PEER_FAILED_VERIFICATION)) + ".";
+  EXPECT_EQ(curl.performed.size(), 2U);
+  EXPECT_THAT(log.texts(3), ElementsAre(warning, warning));
+  EXPECT_EQ(error.errorCode, "2002");
+}
+
 TEST_F(OneTransfer, StaysStrictAfterARefusedCertificateUnlessTheHostAllows) {
   setConfigurationValue("General", "CertAuthSwitch", "1");
   vrm.useHttps = 1;
@@ -492,6 +506,33 @@ TEST_F(Faults, VersionQueryIsEnrichedWithTheCertificateWhenHttpsIsExactlyOne) {
   expectNothingLeft();
 }
 
+TEST_F(Faults, VersionQueryIsEnrichedBehindItsMethodAndBeforeItsTimeouts) {
+  KestrelVisor_rest_api api;
+  std::string version;
+  vrm.useHttps = 1;
+  curl.transfers = {answer(200, R"({"versions":[{"version":"v1.2"}]})")};
+
+  EXPECT_TRUE(api.getKestrelVisorSupportRestVersion(vrm, version, error));
+
+  EXPECT_THAT(curl.options,
+              ElementsAre(CURLOPT_HTTPHEADER, CURLOPT_URL, CURLOPT_HTTPGET, CURLOPT_SSL_VERIFYPEER,
+                          CURLOPT_SSL_VERIFYHOST, CURLOPT_FORBID_REUSE, CURLOPT_NOSIGNAL,
+                          CURLOPT_CONNECTTIMEOUT, CURLOPT_TIMEOUT, CURLOPT_VERBOSE,
+                          CURLOPT_WRITEFUNCTION, CURLOPT_WRITEDATA));
+}
+
+TEST_F(Faults, QueryIsSentOverHttpsForAnySettingButZero) {
+  const LogCapture log;
+  KestrelVisor_rest_api api;
+  Json::Value root;
+  vrm.useHttps = 2;
+  curl.transfers = {goodLogin(), answer(200, "{}")};
+
+  EXPECT_TRUE(api.getJSonObjFromKestrelVisor(vrm, "/service/sites", "", error, root));
+
+  EXPECT_TRUE(log.has(0, "URL=https://127.0.0.1:7070/service/sites"));
+}
+
 class ScriptedLogin : public Faults {
  protected:
   ScriptedLogin() { vrm.clientPassword = std::string(kPassword); }
@@ -517,6 +558,20 @@ TEST_F(ScriptedLogin, IsAssembledInOrder) {
                           CURLOPT_WRITEDATA, CURLOPT_FORBID_REUSE, CURLOPT_NOSIGNAL,
                           CURLOPT_CONNECTTIMEOUT, CURLOPT_TIMEOUT, CURLOPT_VERBOSE));
   expectNothingLeft();
+}
+
+TEST_F(ScriptedLogin, IsEnrichedBehindItsBuffersAndBeforeItsTimeouts) {
+  vrm.useHttps = 1;
+  curl.transfers = {goodLogin()};
+
+  EXPECT_TRUE(logIn());
+
+  EXPECT_THAT(curl.options,
+              ElementsAre(CURLOPT_HTTPHEADER, CURLOPT_URL, CURLOPT_POST, CURLOPT_POSTFIELDS,
+                          CURLOPT_HEADERFUNCTION, CURLOPT_HEADERDATA, CURLOPT_WRITEFUNCTION,
+                          CURLOPT_WRITEDATA, CURLOPT_SSL_VERIFYPEER, CURLOPT_SSL_VERIFYHOST,
+                          CURLOPT_FORBID_REUSE, CURLOPT_NOSIGNAL, CURLOPT_CONNECTTIMEOUT,
+                          CURLOPT_TIMEOUT, CURLOPT_VERBOSE));
 }
 
 TEST_F(ScriptedLogin, IsEnrichedWithTheCertificateWhenHttpsIsExactlyOne) {

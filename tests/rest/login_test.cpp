@@ -236,6 +236,7 @@ INSTANTIATE_TEST_SUITE_P(
         LoginBody{"Administrator", R"({"validity":1,"roleList":["Administrator"]})", true},
         LoginBody{"Sysadmin", R"({"validity":1,"roleList":["Sysadmin"]})", true},
         LoginBody{"BehindAnother", R"({"validity":1,"roleList":["operator","sysadmin"]})", true},
+        LoginBody{"ObjectOfRoles", R"({"validity":1,"roleList":{"a":"sysadmin"}})", true},
         LoginBody{"TrailingText", R"({"validity":1,"roleList":["sysadmin"]} and more)", true}),
     [](const auto& row) { return std::string(row.param.name); });
 

@@ -8,13 +8,6 @@ std::size_t receive(MemoryStruct& chunk, std::string piece, std::size_t itemSize
                                                     &chunk);
 }
 
-TEST(ReceiveBuffer, HasNoMemoryBeforeTheFirstChunk) {
-  ReceivedBody body(nullptr);
-
-  EXPECT_EQ(body.chunk().memory, nullptr);
-  EXPECT_EQ(body.chunk().size, 0U);
-}
-
 TEST(ReceiveBuffer, GrowsByEachByteAndStaysTerminated) {
   ReceivedBody body(nullptr);
   const std::string text = "{\"a\":1}";

@@ -163,6 +163,8 @@ INSTANTIATE_TEST_SUITE_P(
                     R"({"versions":[{"version":"v1.2"},{"version":"v0"},{"version":"v-3"}]})",
                     "1.2"},
         VersionList{"NoneIsPositive", R"({"versions":[{"version":"vnext"}]})", "before"},
+        VersionList{"ObjectOfEntries",
+                    R"({"versions":{"b":{"version":"v1.2"},"a":{"version":"v2.1"}}})", "1.2"},
         VersionList{"PrefixAlone", R"({"versions":[{"version":"v"}]})", "before"},
         VersionList{"AnyPrefix", R"({"versions":[{"version":"92.5"}]})", "2.5"},
         VersionList{"WholeEntryIsTaken", R"({"versions":[{"version":"v6.5.1-beta"}]})",

@@ -120,7 +120,6 @@ std::size_t receive(char* source, std::size_t itemSize, std::size_t itemCount, v
   memset_s(grown, newSize, 0, newSize);
   if (chunk.memory != nullptr) {
     memcpy_s(grown, newSize, chunk.memory, chunk.size);
-    memset_s(chunk.memory, chunk.size + 1, 0, chunk.size + 1);
     delete[] chunk.memory;
   }
   memcpy_s(grown + chunk.size, newSize - chunk.size, source, received);
