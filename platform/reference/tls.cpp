@@ -4,6 +4,7 @@
 #include "platform/contract/security.h"
 #include "platform/reference/platform_tag.h"
 #include "platform/reference/read_url.h"
+#include "platform/reference/session_validity.h"
 #include "platform/reference/system_trust.h"
 #include "platform/reference/tls_sharing.h"
 
@@ -84,26 +85,14 @@ int verifyChain(X509_STORE_CTX* chain, void*) {
   return verdict;
 }
 
-bool isInTime(const X509* certificate) {
-  return X509_cmp_current_time(X509_get0_notBefore(certificate)) < 0 &&
-         X509_cmp_current_time(X509_get0_notAfter(certificate)) > 0;
-}
-
-// Whether all certificates that the server has sent with its session are within their time.
-bool isInTime(const STACK_OF(X509) * sent) {
-  bool inTime = sent != nullptr;
-  for (int i = 0; inTime && i < sk_X509_num(sent); ++i) inTime = isInTime(sk_X509_value(sent, i));
-  return inTime;
-}
-
 // OpenSSL believes a session that it resumes: its certificates were judged when it was made, and a
 // session may be renewed for ever. Trust, host and options are those of before, or libcurl would
 // not have found it; time is not. A session whose certificates have run out is dropped before the
 // client's greeting goes out, and a full handshake follows.
 void judgeSession(const SSL* connection, int moment, int) {
-  if (moment != SSL_CB_HANDSHAKE_START || SSL_get_session(connection) == nullptr) return;
-  if (SSL_get_verify_mode(connection) == SSL_VERIFY_NONE) return;
-  if (isInTime(SSL_get_peer_cert_chain(connection))) return;
+  SSL_SESSION* const session = SSL_get_session(connection);
+  if (moment != SSL_CB_HANDSHAKE_START || session == nullptr) return;
+  if (SSL_get_verify_mode(connection) == SSL_VERIFY_NONE || isInTime(session)) return;
   SSL_set_session(const_cast<SSL*>(connection), nullptr);
 }
 
@@ -112,10 +101,13 @@ using NewSession = int (*)(SSL*, SSL_SESSION*);
 // libcurl's own; the same for each connection.
 constinit std::atomic<NewSession> keepInLibcurl = nullptr;
 
+// A session that could not be judged later is not kept at all.
+//
 // When libcurl finds no memory to keep a session, its list is left with a name that has been freed,
 // and is freed again with the next session. So it is not told of another: neither by this
 // connection nor, through the share, by later ones.
 int keepSession(SSL* connection, SSL_SESSION* session) noexcept {
+  if (!keepValidity(connection, session)) return 0;
   const int kept = keepInLibcurl.load()(connection, session);
   if (kept == 1) return kept;
   SSL_CTX* const context = SSL_get_SSL_CTX(connection);

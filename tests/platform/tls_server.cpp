@@ -45,14 +45,14 @@ void limitTime(int socket) {
 }  // namespace
 
 Identity::Identity(const std::string& name, const std::string& subjectAltName,
-                   const Identity* issuer)
+                   const Identity* issuer, const std::string& end)
     : key_(EVP_EC_gen("P-256")), certificate_(X509_new()) {
   X509* const certificate = certificate_.get();
   require(key_ && certificate, "key and certificate");
   X509_set_version(certificate, X509_VERSION_3);
   ASN1_INTEGER_set(X509_get_serialNumber(certificate), issuer == nullptr ? 1 : 2);
   ASN1_TIME_set_string(X509_getm_notBefore(certificate), "20000101000000Z");
-  ASN1_TIME_set_string(X509_getm_notAfter(certificate), "21000101000000Z");
+  ASN1_TIME_set_string(X509_getm_notAfter(certificate), end.c_str());
   X509_set_pubkey(certificate, key_.get());
   X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate), "CN", MBSTRING_UTF8,
                              reinterpret_cast<const unsigned char*>(name.c_str()), -1, -1, 0);

@@ -18,13 +18,14 @@ struct OpenSslFree {
   void operator()(SSL* connection) const noexcept { SSL_free(connection); }
 };
 
-// A certificate with its key, valid for a century.
+// A certificate with its key, valid from the year 2000 on.
 class Identity {
  public:
   // Signed by issuer, or by itself when there is none. subjectAltName is in OpenSSL's form:
-  // "IP:127.0.0.1". An empty one makes a certificate authority.
+  // "IP:127.0.0.1". An empty one makes a certificate authority. end is the last moment of it, as
+  // YYYYMMDDhhmmssZ.
   explicit Identity(const std::string& name, const std::string& subjectAltName = {},
-                    const Identity* issuer = nullptr);
+                    const Identity* issuer = nullptr, const std::string& end = "21000101000000Z");
 
   std::string pem() const;
   X509* certificate() const { return certificate_.get(); }

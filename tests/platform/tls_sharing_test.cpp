@@ -9,17 +9,22 @@
 #include <curl/curl.h>
 #include <dlfcn.h>
 #include <netdb.h>
+#include <openssl/err.h>
 #include <openssl/x509_vfy.h>
 
 #include <csignal>
+#include <ctime>
 #include <functional>
 #include <thread>
 
 namespace {
 
 // What stands in for the functions below while it is set.
-std::function<int(const ASN1_TIME*)> compareInstead;
 std::function<int(X509_STORE*)> loadInstead;
+std::function<int()> keepDataInstead;
+
+// What every clock of the process shows in seconds since 1970; 0: the machine's time.
+std::atomic<std::time_t> shownTime{0};
 
 int filesLoaded = 0;
 std::atomic<int> namesResolved{0};
@@ -32,11 +37,13 @@ Function next(const char* name) {
 }  // namespace
 
 // Stand in front of OpenSSL's functions.
-extern "C" int compareUnlessReplaced(const ASN1_TIME* time) __asm__("X509_cmp_current_time");
+extern "C" int keepDataUnlessReplaced(SSL_SESSION* session, const void* data,
+                                      size_t size) __asm__("SSL_SESSION_set1_ticket_appdata");
 
-extern "C" int compareUnlessReplaced(const ASN1_TIME* time) {
-  static const auto compare = next<int (*)(const ASN1_TIME*)>("X509_cmp_current_time");
-  return compareInstead ? compareInstead(time) : compare(time);
+extern "C" int keepDataUnlessReplaced(SSL_SESSION* session, const void* data, size_t size) {
+  using Keep = int (*)(SSL_SESSION*, const void*, size_t);
+  static const auto keep = next<Keep>("SSL_SESSION_set1_ticket_appdata");
+  return keepDataInstead ? keepDataInstead() : keep(session, data, size);
 }
 
 extern "C" int loadFileUnlessReplaced(X509_STORE* store,
@@ -46,6 +53,20 @@ extern "C" int loadFileUnlessReplaced(X509_STORE* store, const char* file) {
   static const auto load = next<int (*)(X509_STORE*, const char*)>("X509_STORE_load_file");
   ++filesLoaded;
   return loadInstead ? loadInstead(store) : load(store, file);
+}
+
+// Stands in front of the C library's clock, by which OpenSSL judges certificates.
+extern "C" std::time_t tellTimeUnlessShown(std::time_t* out) __asm__("time");
+
+extern "C" std::time_t tellTimeUnlessShown(std::time_t* out) {
+  std::time_t now = shownTime;
+  if (now == 0) {
+    timespec machine{};
+    clock_gettime(CLOCK_REALTIME, &machine);
+    now = machine.tv_sec;
+  }
+  if (out != nullptr) *out = now;
+  return now;
 }
 
 // Knows one name, and knows it for this machine.
@@ -108,6 +129,11 @@ CURLcode askOverlooking(const std::string& trusted, const std::string& url) {
   return perform(curl, url);
 }
 
+// The first moment of every certificate, and the last one of those that run out in the tests.
+constexpr std::time_t kBegin = 946684800;
+constexpr std::time_t kEnd = kBegin + 60;
+const std::string kEndText = "20000101000100Z";
+
 class TlsSession : public ::testing::TestWithParam<int> {
  protected:
   static void SetUpTestSuite() {
@@ -117,8 +143,9 @@ class TlsSession : public ::testing::TestWithParam<int> {
 
   TlsSession() { renewTrust(); }
   ~TlsSession() override {
-    compareInstead = nullptr;
+    shownTime = 0;
     loadInstead = nullptr;
+    keepDataInstead = nullptr;
     renewTrust();
   }
 
@@ -281,28 +308,151 @@ TEST_P(TlsSession, LetsNoOtherServerOfTheSamePortPass) {
   EXPECT_EQ(again.resumed(), 0);
 }
 
-TEST_P(TlsSession, IsDroppedWhenACertificateOfItHasRunOut) {
+TEST_P(TlsSession, LetsNoCertificatePassThatHasRunOut) {
+  const Identity ending("server", "IP:127.0.0.1", &authority, kEndText);
+  const TlsServer here(ending, speakOneVersion);
+  shownTime = kBegin;
+  ASSERT_EQ(ask(authority.pem(), here.url()), CURLE_OK);
+  shownTime = kEnd - 1;
+  ASSERT_EQ(ask(authority.pem(), here.url()), CURLE_OK);
+  ASSERT_EQ(here.resumed(), 1);
+
+  shownTime = kEnd;
+
+  EXPECT_EQ(ask(authority.pem(), here.url()), CURLE_PEER_FAILED_VERIFICATION);
+}
+
+TEST_P(TlsSession, LetsNoCertificatePassWhenTheClockGoesBackBehindIt) {
+  shownTime = kBegin;
   ASSERT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
 
-  compareInstead = [](const ASN1_TIME*) { return -1; };  // all of that is past
-  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
-  EXPECT_EQ(server.resumed(), 0);
-  compareInstead = [](const ASN1_TIME*) { return 1; };  // all of that is to come
-  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
-  EXPECT_EQ(server.resumed(), 0);
-  compareInstead = nullptr;
+  shownTime = kBegin - 1;
 
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_PEER_FAILED_VERIFICATION);
+}
+
+// The server sends its own certificate and nothing else.
+class SessionUnderAnAnchor : public TlsSession {
+ protected:
+  const Identity ending{"ending", {}, nullptr, kEndText};
+  const Identity lasting{"server", "IP:127.0.0.1", &ending};
+  const TlsServer here{lasting, speakOneVersion};
+};
+
+INSTANTIATE_TEST_SUITE_P(Platform, SessionUnderAnAnchor,
+                         ::testing::Values(TLS1_2_VERSION, TLS1_3_VERSION), [](const auto& row) {
+                           return row.param == TLS1_2_VERSION ? "ByTls12" : "ByTls13";
+                         });
+
+TEST_P(SessionUnderAnAnchor, EndsWithTheAnchor) {
+  shownTime = kBegin;
+  ASSERT_EQ(ask(ending.pem(), here.url()), CURLE_OK);
+
+  shownTime = kEnd;
+
+  EXPECT_EQ(ask(ending.pem(), here.url()), CURLE_PEER_FAILED_VERIFICATION);
+}
+
+TEST_P(SessionUnderAnAnchor, EndsWithTheAnchorWhenItWasResumedBefore) {
+  shownTime = kBegin;
+  for (int i = 0; i < 3; ++i) ASSERT_EQ(ask(ending.pem(), here.url()), CURLE_OK);
+  ASSERT_EQ(here.resumed(), 2);
+
+  shownTime = kEnd;
+
+  EXPECT_EQ(ask(ending.pem(), here.url()), CURLE_PEER_FAILED_VERIFICATION);
+}
+
+TEST_P(SessionUnderAnAnchor, EndsWithTheAnchorOfTheSystemsStore) {
+  loadInstead = [this](X509_STORE* store) {
+    return X509_STORE_add_cert(store, ending.certificate());
+  };
+  shownTime = kBegin;
+  for (int i = 0; i < 3; ++i) ASSERT_EQ(ask("", here.url()), CURLE_OK);
+  ASSERT_EQ(here.resumed(), 2);
+
+  shownTime = kEnd;
+
+  EXPECT_EQ(ask("", here.url()), CURLE_PEER_FAILED_VERIFICATION);
+}
+
+TEST_P(SessionUnderAnAnchor, IsMadeAnewWhenAnotherAnchorHolds) {
+  // Of the same name and key.
+  Identity renewed("ending");
+  X509_set_pubkey(renewed.certificate(), ending.key());
+  ASSERT_GT(X509_sign(renewed.certificate(), ending.key(), EVP_sha256()), 0);
+  const std::string both = ending.pem() + renewed.pem();
+  shownTime = kBegin;
+  ASSERT_EQ(ask(both, here.url()), CURLE_OK);
+
+  shownTime = kEnd;
+
+  EXPECT_EQ(ask(both, here.url()), CURLE_OK);
+  EXPECT_EQ(here.resumed(), 0);
+  EXPECT_EQ(ask(both, here.url()), CURLE_OK);
+  EXPECT_EQ(here.resumed(), 1);
+}
+
+TEST_P(TlsSession, OutlivesACertificateThatIsSentButNotNeeded) {
+  const Identity stray("stray", {}, nullptr, kEndText);
+  const TlsServer here(identity, [&](SSL_CTX* context) {
+    speakOneVersion(context);
+    SSL_CTX_add1_chain_cert(context, stray.certificate());
+  });
+  shownTime = kBegin;
+  ASSERT_EQ(ask(authority.pem(), here.url()), CURLE_OK);
+
+  shownTime = kEnd;
+
+  EXPECT_EQ(ask(authority.pem(), here.url()), CURLE_OK);
+  EXPECT_EQ(here.resumed(), 1);
+}
+
+int failWithoutMemory() {
+  ERR_raise(ERR_LIB_SSL, ERR_R_MALLOC_FAILURE);
+  return 0;
+}
+
+TEST_P(TlsSession, IsNotKeptWithoutMemoryForItsTime) {
+  keepDataInstead = failWithoutMemory;
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(askOverlooking(other.pem(), server.url()), CURLE_OK);
+  keepDataInstead = nullptr;
+
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(askOverlooking(other.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 0);
   EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
   EXPECT_EQ(server.resumed(), 1);
 }
 
+std::size_t noteOpenSslError(const char*, std::size_t size, std::size_t count, void* error) {
+  *static_cast<unsigned long*>(error) = ERR_peek_error();
+  return size * count;
+}
+
+// By TLS 1.3 it comes with the answer, and OpenSSL takes an old error for one of the answer.
+TEST_P(TlsSession, ThatIsNotKeptLeavesNoErrorBehind) {
+  const CurlHandle curl = handleTrusting(identity.pem());
+  unsigned long error = 0;
+  curl_easy_setopt(curl.get(), CURLOPT_HEADERFUNCTION, noteOpenSslError);
+  curl_easy_setopt(curl.get(), CURLOPT_HEADERDATA, &error);
+  keepDataInstead = failWithoutMemory;
+
+  EXPECT_EQ(perform(curl, server.url()), CURLE_OK);
+  EXPECT_EQ(error, 0U);
+}
+
 TEST_P(TlsSession, OfAnOverlookedCertificateIsNotJudged) {
-  ASSERT_EQ(askOverlooking(other.pem(), server.url()), CURLE_OK);
+  const Identity ending("server", "IP:127.0.0.1", &authority, kEndText);
+  const TlsServer here(ending, speakOneVersion);
+  shownTime = kBegin;
+  ASSERT_EQ(askOverlooking(other.pem(), here.url()), CURLE_OK);
 
-  compareInstead = [](const ASN1_TIME*) { return -1; };
+  shownTime = kEnd;
 
-  EXPECT_EQ(askOverlooking(other.pem(), server.url()), CURLE_OK);
-  EXPECT_EQ(server.resumed(), 1);
+  EXPECT_EQ(askOverlooking(other.pem(), here.url()), CURLE_OK);
+  EXPECT_EQ(here.resumed(), 1);
 }
 
 TEST_P(TlsSession, IsForgottenWithTheTrust) {
