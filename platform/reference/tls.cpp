@@ -16,6 +16,7 @@
 #include <openssl/x509v3.h>
 
 #include <atomic>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -62,6 +63,8 @@ bool isIpv4(const std::string& text) {
   return inet_pton(AF_INET, text.c_str(), &address) == 1;
 }
 
+constexpr unsigned int kHostFlags = X509_CHECK_FLAG_NEVER_CHECK_SUBJECT;
+
 // Makes the handshake fail unless the certificate holds the host as an alternative name. False when
 // that could not be demanded.
 bool demandHost(SSL_CTX* context, std::string host) {
@@ -72,8 +75,22 @@ bool demandHost(SSL_CTX* context, std::string host) {
 
   X509_VERIFY_PARAM* const demands = SSL_CTX_get0_param(context);
   if (isIpv6 || isIpv4(host)) return X509_VERIFY_PARAM_set1_ip_asc(demands, host.c_str()) == 1;
-  X509_VERIFY_PARAM_set_hostflags(demands, X509_CHECK_FLAG_NEVER_CHECK_SUBJECT);
+  X509_VERIFY_PARAM_set_hostflags(demands, kHostFlags);
   return X509_VERIFY_PARAM_set1_host(demands, host.c_str(), host.size()) == 1;
+}
+
+struct OpenSslFree {
+  void operator()(char* text) const noexcept { OPENSSL_free(text); }
+};
+
+// Whether the session's certificate holds the host that is demanded of the connection.
+bool holdsHost(SSL* connection, SSL_SESSION* session) {
+  X509* const certificate = SSL_SESSION_get0_peer(session);
+  X509_VERIFY_PARAM* const demands = SSL_get0_param(connection);
+  const char* const name = X509_VERIFY_PARAM_get0_host(demands, 0);
+  if (name != nullptr) return X509_check_host(certificate, name, 0, kHostFlags, nullptr) == 1;
+  const std::unique_ptr<char, OpenSslFree> address(X509_VERIFY_PARAM_get1_ip_asc(demands));
+  return address && X509_check_ip_asc(certificate, address.get(), 0) == 1;
 }
 
 // OpenSSL's own verification. What a wrong signature leaves in the error queue stands before the
@@ -86,14 +103,18 @@ int verifyChain(X509_STORE_CTX* chain, void*) {
 }
 
 // OpenSSL believes a session that it resumes: its certificates were judged when it was made, and a
-// session may be renewed for ever. Trust, host and options are those of before, or libcurl would
-// not have found it; time is not. A session whose certificates have run out is dropped before the
-// client's greeting goes out, and a full handshake follows.
+// session may be renewed for ever. Trust and options are those of before, or libcurl would not have
+// found it. Time is not, and neither is the host where the session is a proxy's, which libcurl
+// finds by the proxy's name. A session whose certificates would be refused now is dropped before
+// the client's greeting goes out, and a full handshake follows.
 void judgeSession(const SSL* connection, int moment, int) {
-  SSL_SESSION* const session = SSL_get_session(connection);
+  auto* const tls = const_cast<SSL*>(connection);
+  SSL_SESSION* const session = SSL_get_session(tls);
   if (moment != SSL_CB_HANDSHAKE_START || session == nullptr) return;
-  if (SSL_get_verify_mode(connection) == SSL_VERIFY_NONE || isInTime(session)) return;
-  SSL_set_session(const_cast<SSL*>(connection), nullptr);
+  if (SSL_get_verify_mode(tls) == SSL_VERIFY_NONE) return;
+  if (isInTime(session) && holdsHost(tls, session)) return;
+  ERR_clear_error();  // of a judgement without memory: the handshake goes on
+  SSL_set_session(tls, nullptr);
 }
 
 using NewSession = int (*)(SSL*, SSL_SESSION*);

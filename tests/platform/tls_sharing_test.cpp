@@ -22,6 +22,7 @@ namespace {
 // What stands in for the functions below while it is set.
 std::function<int(X509_STORE*)> loadInstead;
 std::function<int()> keepDataInstead;
+std::function<int()> checkAddressInstead;
 
 // What every clock of the process shows in seconds since 1970; 0: the machine's time.
 std::atomic<std::time_t> shownTime{0};
@@ -53,6 +54,16 @@ extern "C" int loadFileUnlessReplaced(X509_STORE* store, const char* file) {
   static const auto load = next<int (*)(X509_STORE*, const char*)>("X509_STORE_load_file");
   ++filesLoaded;
   return loadInstead ? loadInstead(store) : load(store, file);
+}
+
+extern "C" int checkAddressUnlessReplaced(X509* certificate, const char* address,
+                                          unsigned int flags) __asm__("X509_check_ip_asc");
+
+extern "C" int checkAddressUnlessReplaced(X509* certificate, const char* address,
+                                          unsigned int flags) {
+  using Check = int (*)(X509*, const char*, unsigned int);
+  static const auto check = next<Check>("X509_check_ip_asc");
+  return checkAddressInstead ? checkAddressInstead() : check(certificate, address, flags);
 }
 
 // Stands in front of the C library's clock, by which OpenSSL judges certificates.
@@ -146,6 +157,7 @@ class TlsSession : public ::testing::TestWithParam<int> {
     shownTime = 0;
     loadInstead = nullptr;
     keepDataInstead = nullptr;
+    checkAddressInstead = nullptr;
     renewTrust();
   }
 
@@ -285,6 +297,28 @@ TEST_P(TlsSession, OfAnOverlookedSubjectNameServesNoneThatVerifies) {
 
   EXPECT_EQ(ask(subject.pem(), here.url()), CURLE_PEER_FAILED_VERIFICATION);
   EXPECT_EQ(here.resumed(), 0);
+}
+
+// Through a proxy that is itself spoken to over TLS. There is no tunnel: without a refusal the
+// exchange ends behind the proxy's handshake.
+CURLcode askThrough(const TlsServer& proxy, const Identity& trusted, const std::string& url) {
+  const CurlHandle curl = handleTrusting(trusted.pem());
+  std::string text = trusted.pem();
+  curl_blob blob{text.data(), text.size(), CURL_BLOB_COPY};
+  curl_easy_setopt(curl.get(), CURLOPT_PROXY_CAINFO_BLOB, &blob);
+  curl_easy_setopt(curl.get(), CURLOPT_PROXY, proxy.url().c_str());
+  curl_easy_setopt(curl.get(), CURLOPT_NOPROXY, "");
+  return perform(curl, url);
+}
+
+TEST_P(TlsSession, OfAProxyServesOnlyManagersThatItsCertificateHolds) {
+  ASSERT_EQ(askThrough(server, identity, "https://manager.example/"), CURLE_SSL_CONNECT_ERROR);
+
+  EXPECT_EQ(askThrough(server, identity, "https://other.example/"), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(askThrough(server, identity, "https://192.0.2.1/"), CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(server.resumed(), 0);
+  EXPECT_EQ(askThrough(server, identity, "https://manager.example/"), CURLE_SSL_CONNECT_ERROR);
+  EXPECT_EQ(server.resumed(), 1);
 }
 
 TEST_P(TlsSession, LetsNoOtherServerOfTheSamePortPass) {
@@ -441,6 +475,15 @@ TEST_P(TlsSession, ThatIsNotKeptLeavesNoErrorBehind) {
 
   EXPECT_EQ(perform(curl, server.url()), CURLE_OK);
   EXPECT_EQ(error, 0U);
+}
+
+TEST_P(TlsSession, IsMadeAnewWithoutMemoryToJudgeIt) {
+  ASSERT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+
+  checkAddressInstead = failWithoutMemory;
+
+  EXPECT_EQ(ask(identity.pem(), server.url()), CURLE_OK);
+  EXPECT_EQ(server.resumed(), 0);
 }
 
 TEST_P(TlsSession, OfAnOverlookedCertificateIsNotJudged) {
