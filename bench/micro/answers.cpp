@@ -220,6 +220,17 @@ void logStatement(benchmark::State& state) {
 }
 BENCHMARK(logStatement)->ArgName("threshold")->Arg(0)->Arg(3);
 
+// The host's part of that statement: its own stream, which takes the same pieces.
+void logStream(benchmark::State& state) {
+  const Threshold threshold(static_cast<int>(state.range(0)));
+  const std::string piece = "urn:sites:1:vms:1000001";
+  for (auto _ : state) {
+    LogProxy record(kestrelvisor::kInfo, kestrelvisor::kModuleTag, 0, "logStream()", __LINE__);
+    record << 0 << "object str is :" << piece << "";
+  }
+}
+BENCHMARK(logStream)->ArgName("threshold")->Arg(0)->Arg(3);
+
 void logStatementLiterally(benchmark::State& state) {
   const Threshold threshold(static_cast<int>(state.range(0)));
   const std::string piece = "urn:sites:1:vms:1000001";
