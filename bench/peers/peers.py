@@ -6,8 +6,8 @@ usage: peers.py urllib|requests|curl
 Reads one line of JSON from standard input: the manager's "url", the "token" of a session, and
 "requests", a file with one request for each line, as the manager's request log has them. Makes the
 requests, each over a connection of its own, reads each body as JSON, and writes one line of JSON:
-how long that took ("wall"), the CPU seconds of this process and its children ("cpu"), and
-"exchanges". "peers.py --have NAME" ends with 0 when that peer can run here.
+how long that took ("wall"), the CPU seconds of this process and its children ("cpu"), and the
+answers that came ("exchanges"). "peers.py --have NAME" ends with 0 when that peer can run here.
 """
 
 import json
@@ -33,25 +33,44 @@ def read_requests(path, token):
     return requests
 
 
+# Each peer returns how many answers it got, those that sent it on to another place included.
+
+
 def by_urllib(url, requests):
     import urllib.request
 
+    class Answers(urllib.request.BaseHandler):
+        count = 0
+
+        def http_response(self, _, answer):
+            self.count += 1
+            return answer
+
+        https_response = http_response
+
+    answers = Answers()
+    urllib.request.install_opener(urllib.request.build_opener(answers))
     for method, target, headers in requests:
         request = urllib.request.Request(url + target, headers=headers, method=method)
         with urllib.request.urlopen(request, timeout=600) as answer:
             json.loads(answer.read())
+    return answers.count
 
 
 def by_requests(url, requests):
     import requests as library
 
+    answers = 0
     for method, target, headers in requests:
         answer = library.request(method, url + target, headers=headers, timeout=(10, 600))
         answer.raise_for_status()
         answer.json()
+        answers += 1 + len(answer.history)
+    return answers
 
 
 def by_curl(url, requests):
+    answers = 0
     with tempfile.NamedTemporaryFile("w", prefix="bench-headers-") as file:
         for method, target, headers in requests:
             file.seek(0)
@@ -62,6 +81,8 @@ def by_curl(url, requests):
             words = ["curl", "--silent", "--fail", "--request", method, "--header", "@" + file.name]
             words += ["--connect-timeout", "10", "--max-time", "600", url + target]
             json.loads(subprocess.run(words, check=True, stdout=subprocess.PIPE).stdout)
+            answers += 1  # it goes to no other place unless told to
+    return answers
 
 
 PEERS = {"urllib": by_urllib, "requests": by_requests, "curl": by_curl}
@@ -96,9 +117,9 @@ def main(arguments):
     if arguments[0] == "requests":
         import requests as _  # noqa: F401  (loading it is no part of the exchanges)
     wall, cpu = time.perf_counter(), cpu_seconds()
-    PEERS[arguments[0]](question["url"], requests)
+    exchanges = PEERS[arguments[0]](question["url"], requests)
     print(json.dumps({"wall": time.perf_counter() - wall, "cpu": cpu_seconds() - cpu,
-                      "exchanges": len(requests)}), flush=True)
+                      "exchanges": exchanges}), flush=True)
     return 0
 
 
