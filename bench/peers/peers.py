@@ -18,6 +18,7 @@ import subprocess
 import sys
 import tempfile
 import time
+import urllib.request
 
 
 def read_requests(path, token):
@@ -37,8 +38,6 @@ def read_requests(path, token):
 
 
 def by_urllib(url, requests):
-    import urllib.request
-
     class Answers(urllib.request.BaseHandler):
         count = 0
 
