@@ -7,8 +7,9 @@
 #include "rest/json_utils.h"
 #include "rest/session_types.h"
 
-#include <cstring>
-#include <new>
+#include <algorithm>
+#include <initializer_list>
+#include <map>
 #include <ostream>
 #include <sstream>
 
@@ -43,14 +44,29 @@ void addChild(Tree& tree, std::uint64_t parent, const kestrelVisor_TreeNode& nod
   tree.end = boost::num_vertices(tree.graph);
 }
 
+constexpr std::string_view kExpansion = "KestrelVisorPublic::CreateTablesSub()";
+
 bool query(KestrelVisorPublic& engine, VRM_INFO& vrm, const kestrelVisor_TreeNode& leaf,
            KestrelVisorPublic::ObjectList& children, KestrelVisorErrorMessage& err) {
-  const std::string urn = engine.restApi.uriToUrn(leaf.moRef);
-  const bool hasHosts = leaf.type == kKindGroup || leaf.type == kKindCluster;
-  if (hasHosts && !engine.restApi.getCnaFromVrm(vrm, urn, children, err)) return false;
-  const bool hasMachines = leaf.type != kKindGroup && leaf.type != kKindMachine;
-  if (hasMachines && !engine.restApi.getVMFromVrm(vrm, urn, children, err)) return false;
-  if (leaf.type == kKindHost) engine.hostGuidByUrn[urn] = leaf.objectGUID;
+  std::string urn;
+  if (leaf.type == kKindGroup || leaf.type == kKindCluster) {
+    urn = engine.restApi.uriToUrn(leaf.moRef);
+    if (!engine.restApi.getCnaFromVrm(vrm, urn, children, err)) {
+      writeAs(kExpansion, kModuleTag, kProgress, "Failed to get cna from ", leaf.moRef);
+      return false;
+    }
+  }
+  if (leaf.type != kKindMachine && leaf.type != kKindGroup) {
+    urn = engine.restApi.uriToUrn(leaf.moRef);
+    if (!engine.restApi.getVMFromVrm(vrm, urn, children, err)) {
+      writeAs(kExpansion, kModuleTag, kProgress, "Failed to get vm info from ", leaf.moRef);
+      return false;
+    }
+  }
+  if (leaf.type != kKindHost) return true;
+  engine.hostGuidByUrn[urn] = leaf.objectGUID;
+  writeAs(kExpansion, kModuleTag, kTrace, "host id :", leaf.objectGUID, " urn : ", urn,
+          " moRef:", leaf.moRef);
   return true;
 }
 
@@ -65,20 +81,57 @@ tree_record rowOf(const kestrelVisor_TreeNode& node, std::uint64_t parent, bool 
   return record;
 }
 
+bool isOneOf(std::int32_t type, std::initializer_list<std::int32_t> kinds) {
+  return std::find(kinds.begin(), kinds.end(), type) != kinds.end();
+}
+
 non_vm_record recordOf(const kestrelVisor_TreeNode& node) {
+  const bool isNamed = node.type == kKind14 || (node.type == kKind12 && node.ip.empty());
+  const bool isOf12 = isOneOf(node.type, {kKind12, kKind13, kKind14});
   non_vm_record record;
   record.set_non_vm_object_id(node.index);
   record.set_object_type(node.type);
   record.set_mo_reference(node.moRef);
   record.set_objectguid(node.objectGUID);
-  record.set_ip(node.ip);
+  record.set_ip(isNamed ? node.name : node.ip);
   record.set_cpu_num(node.cpu_num);
   record.set_arch(node.arch);
   record.set_cpuvendor(node.cpuVendor);
-  record.set_default_moref(node.moRef);
+  record.set_default_moref(node.type == kKind9 ? node.moRefOfKind9
+                           : isOf12            ? node.moRefOfKind12
+                                               : node.moRef);
   record.set_drs(node.DRS);
   return record;
 }
+
+constexpr std::string_view kDump = "ProtoBufferUtility<T>::dumpToTreeTable()";
+
+// What the host is told of datastores lives through one dump.
+struct Dump {
+  ScanEnvironmentReply& reply;
+  std::map<std::string, unsigned long> datastoreIds{};
+  unsigned long nextDatastoreId = 0;
+  std::string text{};
+
+  void add(const kestrelVisor_TreeNode& node) {
+    const tree_record direct = rowOf(node, node.parentIndex, true);
+    reply.add_tree_records()->CopyFrom(direct);
+    if (isOneOf(node.type, {kKindHost, kKindCluster, kKind12, kKind13, kKind14})) {
+      dumpDataStore(reply, datastoreIds, nextDatastoreId, node.index, node.datastores, text);
+    }
+    if (!isOneOf(node.type, {kKindMachine, kKind23})) {
+      const non_vm_record record = recordOf(node);
+      reply.add_non_vm_records()->CopyFrom(record);
+    }
+    writeAs(kDump, kEnvEngineTag, kInfo, "current node index:", node.index, ",name:", node.name,
+            ",type:", node.type, ",GUID:", node.GUID, "parentindex:", node.parentIndex, " has ",
+            node.indirectParents.size(), " indirect parent node");
+    for (const std::uint64_t ancestor : node.indirectParents) {
+      const tree_record row = rowOf(node, ancestor, false);
+      reply.add_tree_records()->CopyFrom(row);
+    }
+  }
+};
 
 }  // namespace
 
@@ -125,6 +178,7 @@ std::size_t receive(char* source, std::size_t itemSize, std::size_t itemCount, v
   memcpy_s(grown + chunk.size, newSize - chunk.size, source, received);
   chunk.memory = grown;
   chunk.size += received;
+  chunk.memory[chunk.size] = '\0';
   return received;
 }
 
@@ -144,7 +198,12 @@ void attach(KestrelVisorPublic& engine, ObjectIndex& index, std::uint64_t parent
     const std::uint64_t number = index.getIndex();
     kestrelVisor_TreeNode node = describe(*object, tree.node(parent));
     node.index = number;
-    if (const auto host = boost::dynamic_pointer_cast<CNA_INFO>(object)) {
+    if (node.type == kKindHost) {
+      const auto host = boost::dynamic_pointer_cast<CNA_INFO>(object);
+      if (!host) {
+        writeAs(kTold, kModuleTag, kError, "Invalid parameter of cna !");
+        return;
+      }
       node.ip = host->ip;
       node.cpu_num = host->cpuNumber;
       node.arch = host->arch;
@@ -153,7 +212,8 @@ void attach(KestrelVisorPublic& engine, ObjectIndex& index, std::uint64_t parent
               ", nodeInfo.arch: ", node.arch, ", nodeInfo.cpuVendor=", node.cpuVendor);
       engine.addDatastore(host->datastores, node);
     }
-    if (const auto cluster = boost::dynamic_pointer_cast<CLUSTER_INFO>(object)) {
+    if (node.type == kKindCluster) {
+      const auto cluster = boost::dynamic_pointer_cast<CLUSTER_INFO>(object);
       node.arch = cluster->arch;
       node.cpuVendor = cluster->cpuVendor;
       writeAs(kTold, kModuleTag, kInfo, "cluster nodeInfo.arch: ", node.arch,
@@ -171,27 +231,29 @@ bool expand(KestrelVisorPublic& engine, VRM_INFO& vrm, ObjectIndex& index, Tree&
   for (leaf.getLeaf(); !leaf.atEnd(); ++leaf) {
     if (!leaf->needExpand) continue;
     KestrelVisorPublic::ObjectList children;
-    if (!query(engine, vrm, kestrelVisor_TreeNode(*leaf), children, err)) return false;
+    if (!query(engine, vrm, *leaf, children, err)) return false;
     attach(engine, index, leaf.position, tree, children);
-    if (!children.empty() && !expand(engine, vrm, index, tree, err)) return false;
+    if (children.empty() || expand(engine, vrm, index, tree, err)) continue;
+    writeAs(kExpansion, kModuleTag, kProgress, "Failed to create sub tree of ",
+            tree.node(leaf.position).moRef);
+    return false;
   }
   return true;
 }
 
 void addTreeRecords(const Tree& tree, ScanEnvironmentReply& reply) {
+  writeAs(kDump, kEnvEngineTag, kInfo, "begin to dump the tree record to protobuf message ");
+  Dump dump{reply};
   for (std::uint64_t position = tree.begin; position != tree.end; ++position) {
     const kestrelVisor_TreeNode& node = tree.node(position);
-    const tree_record direct = rowOf(node, node.parentIndex, true);
-    reply.add_tree_records()->CopyFrom(direct);
-    if (node.type != kKindMachine) {
-      const non_vm_record record = recordOf(node);
-      reply.add_non_vm_records()->CopyFrom(record);
-    }
-    for (const std::uint64_t ancestor : node.indirectParents) {
-      const tree_record row = rowOf(node, ancestor, false);
-      reply.add_tree_records()->CopyFrom(row);
+    if (node.isValid) {
+      dump.add(node);
+    } else {
+      writeAs(kDump, kEnvEngineTag, kWarning, "The tree node[", node.name, ",", node.moRef,
+              "] is invalid !");
     }
   }
+  writeAs(kDump, kEnvEngineTag, kInfo, "end of dumping the tree record to protobuf message");
 }
 
 void printTreeRecords(const ScanEnvironmentReply& reply, std::ostream& out) {

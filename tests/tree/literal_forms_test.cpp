@@ -17,12 +17,14 @@
 #include "tests/tree/inventory_objects.h"
 
 #include <algorithm>
+#include <array>
 #include <iostream>
 #include <random>
 
 namespace {
 
 using namespace kestrelvisor::test;
+using kestrelvisor::LogRecord;
 using kestrelvisor::fuzz::ScriptedManager;
 using literal::Tree;
 using ObjectList = KestrelVisorPublic::ObjectList;
@@ -47,11 +49,19 @@ std::string textOf(const Tree& tree) {
   return out.text();
 }
 
+// One compiler names a template's function by its parameter, the other by its argument.
+std::string functionOf(const LogRecord& record) {
+  constexpr std::string_view kInstantiated = "<kestrelVisor_TreeNode>";
+  std::string name = record.function;
+  const std::size_t at = name.find(kInstantiated);
+  return at == std::string::npos ? name : name.replace(at, kInstantiated.size(), "<T>");
+}
+
 std::vector<std::string> linesOf(const LogCapture& log) {
   std::vector<std::string> lines;
   for (const auto& record : log.records()) {
-    lines.push_back(std::to_string(record.level) + ' ' + record.tag + ' ' + record.function + ' ' +
-                    record.text);
+    lines.push_back(std::to_string(record.level) + ' ' + record.tag + ' ' + functionOf(record) +
+                    ' ' + record.text);
   }
   return lines;
 }
@@ -104,6 +114,7 @@ class ObjectMaker {
       made = cluster;
     } else {
       made = machineObject(number);
+      if (upTo(50) == 0) made->type = kestrelvisor::kKindHost;  // but is none
     }
     made->name = text();
     return made;
@@ -163,6 +174,7 @@ struct Expanded {
   bool done = false;
   std::string nodes;
   std::map<std::string, std::string> hosts;
+  std::vector<std::string> lines;
   int transfers = 0;
 
   bool operator==(const Expanded&) const = default;
@@ -179,17 +191,19 @@ Expanded expanded(const ObjectList& top, int transfersUntilGone, bool inFull) {
   ObjectList children = top;
   attachByEngine(engine, index, 0, tree, children);
 
+  const LogCapture log;
   Expanded outcome;
   outcome.done = inFull ? literal::expand(engine, vrm, index, tree, error)
                         : engine.CreateTablesSub(vrm, index, tree, error);
   outcome.nodes = textOf(tree);
   outcome.hosts = engine.hostGuidByUrn;
+  outcome.lines = linesOf(log);
   outcome.transfers = manager.transfers();
   engine.restApi.tokenMap.clear();
   return outcome;
 }
 
-TEST(LiteralForms, OfTheExpansionAskTheSameAndGiveTheSameTreeWheneverTheManagerGoesAway) {
+TEST(LiteralForms, OfTheExpansionAskTheSameAndGiveTheSameTreeAndLinesWheneverTheManagerGoesAway) {
   kestrelvisor::setClock([] { return static_cast<std::time_t>(fuzz::kNow); });
   for (const ObjectList& top :
        {ObjectList{hostObject(1)}, ObjectList{clusterObject(1)},
@@ -219,22 +233,34 @@ Tree randomTree(std::uint32_t seed) {
     ObjectList children = maker.children();
     attachByEngine(engine, index, maker.upTo(tree.end), tree, children);
   }
+  // As hosts of this family know them: of any kind, and machines that are left out.
   for (std::uint64_t position = 0; position < tree.end; ++position) {
-    tree.node(position).datastores.clear();  // their records are the host's
+    kestrelVisor_TreeNode& node = tree.node(position);
+    if (maker.upTo(4) == 0) node.type = static_cast<std::int32_t>(maker.upTo(25));
+    node.moRefOfKind9 = "of kind 9";
+    node.moRefOfKind12 = "of kind 12";
+    node.isValid = maker.upTo(8) != 0;
   }
   return tree;
 }
 
-TEST(LiteralForms, OfTheReplyGiveTheSameRecords) {
+TEST(LiteralForms, OfTheReplyGiveTheSameRecordsAndLines) {
   for (std::uint32_t seed = 0; seed < 30; ++seed) {
     SCOPED_TRACE(seed);
     Tree tree = randomTree(seed);
-    ScanEnvironmentReply reply;
-    ScanEnvironmentReply copied;
-    std::string text;
-    ProtoBufferUtility<kestrelVisor_TreeNode>::dumpToTreeTable(tree, reply, text);
-    literal::addTreeRecords(tree, copied);
-    ASSERT_EQ(reply.SerializePartialAsString(), copied.SerializePartialAsString());
+    std::array<std::string, 2> replies;
+    std::array<std::vector<std::string>, 2> lines;
+    for (const bool inFull : {false, true}) {
+      const LogCapture log;
+      ScanEnvironmentReply reply;
+      std::string text;
+      inFull ? literal::addTreeRecords(tree, reply)
+             : ProtoBufferUtility<kestrelVisor_TreeNode>::dumpToTreeTable(tree, reply, text);
+      replies.at(inFull) = reply.SerializePartialAsString();
+      lines.at(inFull) = linesOf(log);
+    }
+    ASSERT_EQ(replies[0], replies[1]);
+    ASSERT_EQ(lines[0], lines[1]);
   }
 }
 
