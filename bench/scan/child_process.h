@@ -3,9 +3,30 @@
 #include <sys/types.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kestrelvisor::bench {
+
+// Owns an open file.
+class Descriptor {
+ public:
+  Descriptor() = default;
+  explicit Descriptor(int number) : number_(number) {}
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, kNone)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
+  ~Descriptor();
+
+  int number() const { return number_; }
+
+ private:
+  static constexpr int kNone = -1;
+
+  int number_ = kNone;
+};
 
 // A program of our own start that is asked to end, and waited for, with the object. Its standard
 // error is ours.
@@ -28,8 +49,8 @@ class ChildProcess {
  private:
   std::string program_;
   pid_t id_ = -1;
-  int input_ = -1;
-  int output_ = -1;
+  Descriptor input_;
+  Descriptor output_;
 };
 
 }  // namespace kestrelvisor::bench

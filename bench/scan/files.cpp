@@ -1,5 +1,9 @@
 #include "bench/scan/files.h"
 
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -18,6 +22,18 @@ void writeFile(const std::string& path, const std::string& content) {
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file << content << std::flush;
   if (!file) throw std::runtime_error(path + " cannot be written");
+}
+
+TemporaryFile::TemporaryFile(const std::string& name)
+    : path_((std::filesystem::temp_directory_path() / (name + "-XXXXXX")).string()) {
+  const int file = mkstemp(path_.data());
+  if (file < 0) throw std::runtime_error("no temporary file");
+  close(file);
+}
+
+TemporaryFile::~TemporaryFile() {
+  std::error_code ignored;  // a temporary file
+  std::filesystem::remove(path_, ignored);
 }
 
 }  // namespace kestrelvisor::bench

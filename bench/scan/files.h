@@ -8,4 +8,19 @@ namespace kestrelvisor::bench {
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& content);
 
+// An empty file in the temporary folder, removed with the object.
+class TemporaryFile {
+ public:
+  // The file's name begins like that. Throws std::runtime_error when it cannot be made.
+  explicit TemporaryFile(const std::string& name);
+  ~TemporaryFile();
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
 }  // namespace kestrelvisor::bench

@@ -1,14 +1,10 @@
 #include "bench/scan/manager.h"
 
 #include "bench/scan/bare_exchange.h"
-#include "bench/scan/files.h"
 
 #include <json/json.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <sstream>
 #include <stdexcept>
 
@@ -18,14 +14,6 @@ namespace {
 std::string afterPrefix(const std::string& line, const std::string& prefix) {
   if (line.compare(0, prefix.size(), prefix) == 0) return line.substr(prefix.size());
   throw std::runtime_error("the manager says \"" + line + "\" and not \"" + prefix + "...\"");
-}
-
-std::string freshFile() {
-  std::string name = (std::filesystem::temp_directory_path() / "bench-manager-XXXXXX").string();
-  const int file = mkstemp(name.data());
-  if (file < 0) throw std::runtime_error("no temporary file");
-  close(file);
-  return name;
 }
 
 }  // namespace
@@ -45,15 +33,10 @@ std::vector<std::string> Manager::commandLine(const Options& options,
 }
 
 Manager::Manager(const Options& options)
-    : certificateFile_(freshFile()), process_(commandLine(options, certificateFile_)) {
+    : certificateFile_("bench-manager"), process_(commandLine(options, certificateFile_.path())) {
   url_ = afterPrefix(process_.readLine(), "vrmsim ready: ");
   controlUrl_ = afterPrefix(process_.readLine(), "vrmsim control: ");
-  certificate_ = readFile(certificateFile_);
-}
-
-Manager::~Manager() {
-  std::error_code ignored;  // a temporary file
-  std::filesystem::remove(certificateFile_, ignored);
+  certificate_ = readFile(certificateFile_.path());
 }
 
 std::int32_t Manager::port() const { return std::stoi(url_.substr(url_.rfind(':') + 1)); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/scan/child_process.h"
+#include "bench/scan/files.h"
 #include "bench/scan/shape.h"
 
 #include <json/json.h>
@@ -35,10 +36,9 @@ class Manager {
         tokens{};  // the seed of its tokens; nothing: nobody can guess them
   };
 
+  // Starts it and waits until it can be reached. Throws std::runtime_error when it does not start
+  // or speaks otherwise.
   explicit Manager(const Options& options);
-  ~Manager();
-  Manager(const Manager&) = delete;
-  Manager& operator=(const Manager&) = delete;
 
   const std::string& url() const { return url_; }
   std::int32_t port() const;
@@ -53,7 +53,7 @@ class Manager {
   static std::vector<std::string> commandLine(const Options& options,
                                               const std::string& certificateFile);
 
-  const std::string certificateFile_;
+  const TemporaryFile certificateFile_;
   ChildProcess process_;
   std::string url_;
   std::string controlUrl_;

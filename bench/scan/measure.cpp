@@ -6,6 +6,7 @@
 #include "bench/scan/tasks.h"
 
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
