@@ -12,6 +12,7 @@
 #include "tests/fuzz/targets.h"
 
 #include <gnu/libc-version.h>
+#include <json/version.h>
 
 #include <fstream>
 #include <functional>
@@ -114,6 +115,7 @@ void listHosts(const std::string& folder, std::size_t hosts) {
   });
 }
 
+// What a count depends on. Most of the counted instructions are JsonCpp's.
 std::string toolchain(const std::string& buildType) {
 #ifdef __clang__
   const std::string compiler = "clang " + std::to_string(__clang_major__) + "." +
@@ -122,7 +124,8 @@ std::string toolchain(const std::string& buildType) {
 #else
   const std::string compiler = "GCC " __VERSION__;
 #endif
-  return compiler + ", glibc " + gnu_get_libc_version() + ", " + buildType;
+  return compiler + ", glibc " + gnu_get_libc_version() + ", JsonCpp " JSONCPP_VERSION_STRING ", " +
+         buildType;
 }
 
 }  // namespace
