@@ -175,6 +175,8 @@ void addInventoryOptions(CLI::App& app, Arguments& arguments) {
   size("--vms", sizes.vms, "Generate this many virtual machines");
   size("--disks", sizes.disks, "Disks of each virtual machine");
   size("--datastores", sizes.datastores, "Generate this many datastores");
+  size("--hosts-per-datastore", sizes.hostsPerDatastore,
+       "How many hosts of a cluster reach each of its datastores; 0: all");
   size("--seed", sizes.seed, "The same sizes and seed give the same inventory");
   app.add_flag("--print-inventory", arguments.settings.printInventory,
                "Write the inventory as JSON to standard output and end")

@@ -118,14 +118,48 @@ std::vector<Host> makeHosts(const InventorySizes& sizes, const std::vector<Clust
   return hosts;
 }
 
-// Each datastore serves all hosts of one cluster, or all hosts without one.
+// The hosts of one cluster, or those without one.
+struct HostGroup {
+  std::string cluster;
+  std::vector<std::string> hosts;
+  std::size_t next = 0;  // whose turn it is to reach a datastore
+};
+
+std::vector<HostGroup> groupsOf(const InventorySizes& sizes, const std::vector<Cluster>& clusters,
+                                const std::vector<Host>& hosts) {
+  std::vector<HostGroup> groups;
+  groups.reserve(clusters.size() + 1);
+  for (const Cluster& cluster : clusters) groups.push_back({cluster.id, {}});
+  if (sizes.standaloneHosts > 0 || groups.empty()) groups.push_back({});
+  for (HostGroup& group : groups) {
+    for (const Host& host : hosts) {
+      if (host.cluster == group.cluster) group.hosts.push_back(host.id);
+    }
+  }
+  return groups;
+}
+
+// Datastores are dealt out to the groups in turn.
+void connect(Datastore& datastore, HostGroup& group, std::uint32_t hostsPerDatastore) {
+  const std::size_t all = group.hosts.size();
+  if (all == 0) {
+    if (!group.cluster.empty()) datastore.clusters.push_back(group.cluster);
+    return;
+  }
+  if (hostsPerDatastore == 0 || hostsPerDatastore >= all) {
+    datastore.hosts = group.hosts;
+    return;
+  }
+  for (std::uint32_t taken = 0; taken < hostsPerDatastore; ++taken) {
+    datastore.hosts.push_back(group.hosts[group.next]);
+    group.next = (group.next + 1) % all;
+  }
+}
+
 std::vector<Datastore> makeDatastores(const InventorySizes& sizes,
                                       const std::vector<Cluster>& clusters,
                                       const std::vector<Host>& hosts, Dice& dice) {
-  std::vector<std::string> groups;
-  groups.reserve(clusters.size() + 1);
-  for (const Cluster& cluster : clusters) groups.push_back(cluster.id);
-  if (sizes.standaloneHosts > 0 || groups.empty()) groups.emplace_back();
+  std::vector<HostGroup> groups = groupsOf(sizes, clusters, hosts);
   std::vector<Datastore> datastores(sizes.datastores);
   for (std::uint32_t i = 0; i < sizes.datastores; ++i) {
     Datastore& datastore = datastores[i];
@@ -136,11 +170,7 @@ std::vector<Datastore> makeDatastores(const InventorySizes& sizes,
     datastore.actualFreeSizeGB = static_cast<std::uint32_t>(dice.below(datastore.actualCapacityGB));
     datastore.storageUnit = numbered("lun-", i + 1);
     datastore.storageDevice = "array-1";
-    const std::string& group = groups[i % groups.size()];
-    for (const Host& host : hosts) {
-      if (host.cluster == group) datastore.hosts.push_back(host.id);
-    }
-    if (datastore.hosts.empty() && !group.empty()) datastore.clusters.push_back(group);
+    connect(datastore, groups[i % groups.size()], sizes.hostsPerDatastore);
   }
   return datastores;
 }

@@ -13,6 +13,9 @@ struct InventorySizes {
   std::uint32_t vms = 60;             // spread evenly over the hosts, or over the clusters if none
   std::uint32_t disks = 2;            // of each VM
   std::uint32_t datastores = 6;
+  // How many hosts of its cluster, or of those without one, reach each datastore: the next ones
+  // each time, going round. 0, or more than there are: all of them.
+  std::uint32_t hostsPerDatastore = 0;
   std::uint64_t seed = 1;
 };
 

@@ -6,9 +6,13 @@
 
 #include <set>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace kestrelvisor::vrmsim {
 namespace {
+
+using ::testing::ElementsAre;
 
 TEST(InventoryGenerator, MakesWhatWasAskedFor) {
   InventorySizes sizes;
@@ -69,6 +73,45 @@ TEST(InventoryGenerator, MakesASiteThatAFileMayHold) {
   const Inventory inventory = generateInventory(sizes);
 
   EXPECT_EQ(parseInventory(writeInventory(inventory)), inventory);
+}
+
+// The hosts of each datastore by their numbers, with four hosts in the one cluster and two beside
+// it.
+std::vector<std::vector<int>> hostsOfDatastores(std::uint32_t hostsPerDatastore) {
+  InventorySizes sizes;
+  sizes.clusters = 1;
+  sizes.hosts = 6;
+  sizes.standaloneHosts = 2;
+  sizes.datastores = 6;
+  sizes.hostsPerDatastore = hostsPerDatastore;
+  std::vector<std::vector<int>> reached;
+  for (const Datastore& datastore : generateInventory(sizes).datastores) {
+    std::vector<int>& hosts = reached.emplace_back();
+    for (const std::string& host : datastore.hosts) hosts.push_back(std::stoi(host) - 1000);
+  }
+  return reached;
+}
+
+TEST(InventoryGenerator, LetsAllHostsOfAClusterReachItsDatastores) {
+  const std::vector<int> clustered{0, 1, 2, 3};
+  const std::vector<int> others{4, 5};
+
+  EXPECT_THAT(hostsOfDatastores(0),
+              ElementsAre(clustered, others, clustered, others, clustered, others));
+}
+
+TEST(InventoryGenerator, LetsSoManyHostsReachEachDatastoreGoingRound) {
+  EXPECT_THAT(hostsOfDatastores(1), ElementsAre(ElementsAre(0), ElementsAre(4), ElementsAre(1),
+                                                ElementsAre(5), ElementsAre(2), ElementsAre(4)));
+  // All of the two: their order stays.
+  EXPECT_THAT(hostsOfDatastores(3),
+              ElementsAre(ElementsAre(0, 1, 2), ElementsAre(4, 5), ElementsAre(3, 0, 1),
+                          ElementsAre(4, 5), ElementsAre(2, 3, 0), ElementsAre(4, 5)));
+}
+
+TEST(InventoryGenerator, TakesMoreHostsThanThereAreForAll) {
+  EXPECT_EQ(hostsOfDatastores(4), hostsOfDatastores(0));
+  EXPECT_EQ(hostsOfDatastores(5), hostsOfDatastores(0));
 }
 
 TEST(InventoryGenerator, PutsMachinesOnClustersWhenThereIsNoHost) {

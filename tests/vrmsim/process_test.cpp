@@ -134,7 +134,13 @@ TEST(VrmsimProcess, ServesTheSampleSite) {
 TEST(VrmsimProcess, ServesAGeneratedSite) {
   RunningSimulator simulator({"--clusters", "2", "--hosts", "5", "--standalone-hosts", "1", "--vms",
                               "7", "--disks", "1", "--datastores", "3", "--seed", "9"});
-  InventorySizes sizes{2, 5, 1, 7, 1, 3, 9};
+  const InventorySizes sizes{.clusters = 2,
+                             .hosts = 5,
+                             .standaloneHosts = 1,
+                             .vms = 7,
+                             .disks = 1,
+                             .datastores = 3,
+                             .seed = 9};
   RestClient client(simulator.port());
   client.logIn();
 
@@ -147,11 +153,13 @@ TEST(VrmsimProcess, ServesAGeneratedSite) {
 }
 
 TEST(VrmsimProcess, PrintsTheInventoryItWouldServe) {
-  const Outcome outcome({"--print-inventory", "--seed", "3", "--vms", "4"});
+  const Outcome outcome(
+      {"--print-inventory", "--seed", "3", "--vms", "4", "--hosts-per-datastore", "2"});
 
   InventorySizes sizes;
   sizes.seed = 3;
   sizes.vms = 4;
+  sizes.hostsPerDatastore = 2;
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.output, writeInventory(generateInventory(sizes)));
 }
@@ -257,6 +265,7 @@ TEST(VrmsimCommandLine, HelpsWithExamplesOfOptionsItHas) {
                              "--vms",
                              "--disks",
                              "--datastores",
+                             "--hosts-per-datastore",
                              "--seed",
                              "--print-inventory",
                              "--bind",
@@ -316,6 +325,9 @@ INSTANTIATE_TEST_SUITE_P(
                    "vrmsim: --fault-seed: expected a number from 0 to 18446744073709551615\n"},
         WrongUsage{"SizeThatIsNoNumber", {"--vms", "many"}, "--vms"},
         WrongUsage{"NegativeSize", {"--vms", "-5"}, "--vms"},
+        WrongUsage{"NegativeHostsPerDatastore",
+                   {"--hosts-per-datastore", "-1"},
+                   "vrmsim: --hosts-per-datastore: expected a number from 0 to 4294967295\n"},
         WrongUsage{"NegativeValidity", {"--token-validity", "-1"}, "--token-validity"},
         WrongUsage{"CertificateWithoutTls", {"--cert-out", "x"}, "--cert-out requires --tls"},
         WrongUsage{"NamedCertificateWithoutTls",
