@@ -123,7 +123,7 @@ HttpReply ControlService::countRequests(const HttpRequest&) {
 HttpReply ControlService::tellCounters(const HttpRequest&) {
   JsonText body;
   body.open('{').member("connections", connections_).key("requests").open('{');
-  for (const auto& [method, count] : requests_) body.member(method, count);
+  for (const auto& [method, count] : requests_) body.foreignKey(method).value(count);
   body.close('}').close('}');
   return good(body);
 }

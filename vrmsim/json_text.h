@@ -26,7 +26,7 @@ class JsonText {
     return *this;
   }
 
-  // Names are words of ours: nothing in them is escaped.
+  // A name is a word of ours: nothing in it is escaped.
   JsonText& key(std::string_view name) {
     separate();
     text_ += '"';
@@ -36,18 +36,18 @@ class JsonText {
     return *this;
   }
 
+  // A name that came from outside, as a client's method does: escaped as a text is.
+  JsonText& foreignKey(std::string_view name) {
+    separate();
+    quote(name);
+    text_ += ':';
+    first_ = true;
+    return *this;
+  }
+
   JsonText& value(std::string_view content) {
     separate();
-    text_ += '"';
-    std::size_t written = 0;
-    for (std::size_t at = 0; at < content.size(); ++at) {
-      if (!isEscaped(content[at])) continue;
-      text_ += content.substr(written, at - written);
-      appendEscaped(content[at]);
-      written = at + 1;
-    }
-    text_ += content.substr(written);
-    text_ += '"';
+    quote(content);
     return *this;
   }
 
@@ -86,6 +86,19 @@ class JsonText {
   void separate() {
     if (!first_) text_ += ',';
     first_ = false;
+  }
+
+  void quote(std::string_view content) {
+    text_ += '"';
+    std::size_t written = 0;
+    for (std::size_t at = 0; at < content.size(); ++at) {
+      if (!isEscaped(content[at])) continue;
+      text_ += content.substr(written, at - written);
+      appendEscaped(content[at]);
+      written = at + 1;
+    }
+    text_ += content.substr(written);
+    text_ += '"';
   }
 
   static bool isEscaped(char c) {

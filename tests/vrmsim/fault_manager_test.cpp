@@ -338,6 +338,14 @@ TEST_F(ControlPort, CountsConnectionsAndRequestsByMethod) {
   EXPECT_EQ(control("GET", "/requests").body, "{\"requests\":4}\n");
 }
 
+TEST_F(ControlPort, CountsUnusualMethodsByTheirOwnNames) {
+  Connection(simulator.port()).ask("!#$%&'*+-.^_`|~", "/service/versions");
+  Connection(simulator.port()).ask("G\"E\\T", "/service/versions");  // no method to HTTP
+
+  EXPECT_EQ(control("GET", "/counters").json()["requests"].getMemberNames(),
+            (std::vector<std::string>{"", "!#$%&'*+-.^_`|~"}));
+}
+
 TEST_F(ControlPort, SaysWhatIsWrongAndTakesNothing) {
   const auto refused = [this](const std::string& body) {
     const Answer answer = control("POST", "/faults", body);
