@@ -56,8 +56,13 @@ void receiveAnswer(benchmark::State& state, Receive receive) {
 BENCHMARK_CAPTURE(receiveAnswer, engine, KestrelVisor_rest_api::writeMemoryCallback)
     ->Arg(300)
     ->Arg(150000)
+    ->Arg(1000000)
     ->Arg(2000000);
-BENCHMARK_CAPTURE(receiveAnswer, literal, literal::receive)->Arg(300)->Arg(150000)->Arg(2000000);
+BENCHMARK_CAPTURE(receiveAnswer, literal, literal::receive)
+    ->Arg(300)
+    ->Arg(150000)
+    ->Arg(1000000)
+    ->Arg(2000000);
 
 // --- Machines. ---
 

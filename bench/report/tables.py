@@ -53,7 +53,7 @@ def scan_tables(results):
             continue
         rounds = sorted({len(result["rounds"]) for result in found})
         text += f"\n#### {title}\n\nMedians of {' or '.join(map(str, rounds))} rounds.\n\n"
-        found.sort(key=lambda result: (result["requests"], result["standIns"]))
+        found.sort(key=lambda result: (result["requests"], result["shape"], result["standIns"]))
         text += table(SCAN_HEADS, [row(result, who) for result in found
                                    for who in contenders(result)])
     return text

@@ -71,6 +71,16 @@ class Limits(unittest.TestCase):
         self.assertAlmostEqual(checks[0].value, 1.2)
         self.assertEqual([check.verdict() for check in checks], ["not met", "met"])
 
+    def test_large_answers_have_no_limit(self):
+        def figure(*shapes):
+            rounds = [{"bare": cost(1.0), "engine": cost(1.0, cpu=9.0)}]
+            measured = limits.Results([result(shape, rounds=rounds) for shape in shapes])
+            checks = [checks for text, _, checks in limits.figures(measured)
+                      if text.startswith("200 hosts x 500 datastores")]
+            return [check.verdict() for check in checks[0]]
+        self.assertEqual(figure("200x500-shared"), ["not measured"])
+        self.assertEqual(figure("200x500-shared", "200x500"), ["not met"])
+
     def test_sessions_that_nobody_counted_were_not_measured(self):
         def shared(handshakes, full):
             rounds = [{"engine": cost(1.0, handshakes=handshakes)}]
@@ -139,6 +149,15 @@ class Reports(unittest.TestCase):
         text = tables.scan_tables(limits.Results([result()]))
         self.assertIn("| plain-1000 | real | bare + parse | 1,500 |", text)
         self.assertEqual(text.count("| plain-1000 | real |"), 3)
+
+    def test_shapes_with_the_same_requests_stay_together(self):
+        shapes = ["200x500-shared", "200x500"]
+        text = tables.scan_tables(limits.Results([result(shape, stand_ins=strength)
+                                                  for strength in ("real", "null")
+                                                  for shape in shapes]))
+        found = [line.split(" | ")[:2] for line in text.splitlines() if " | engine | " in line]
+        self.assertEqual(found, [["| 200x500", "null"], ["| 200x500", "real"],
+                                 ["| 200x500-shared", "null"], ["| 200x500-shared", "real"]])
 
     def test_times_have_a_unit_that_reads_well(self):
         self.assertEqual([tables.duration(ns) for ns in (8.92, 15267.4, 3235913.8)],

@@ -6,16 +6,18 @@
 namespace kestrelvisor::bench {
 namespace {
 
-// The plain sites differ in their machines alone, so that growth shows. A cluster of 200x500 is as
-// small as clusters are: the body of a datastore listing names the hosts of each.
-constexpr std::array<Shape, 7> kShapes{{
-    {"small", 1, 4, 1, 5, 2, 3},
-    {"plain-100", 4, 40, 2, 100, 2, 40},
-    {"plain-1000", 4, 40, 2, 1000, 2, 40},  // site S
-    {"plain-10000", 4, 40, 2, 10000, 2, 40},
-    {"plain-50000", 4, 40, 2, 50000, 2, 40},
-    {"200x500", 50, 200, 0, 200, 1, 500},
-    {"deep", 100, 10000, 0, 0, 0, 1},
+// The plain sites differ in their machines alone, so that growth shows. Each datastore of 200x500
+// is there for a few hosts, as large sites have them; those of 200x500-shared are there for all of
+// their clusters, whose 50 hosts the body of a datastore listing names for each.
+constexpr std::array<Shape, 8> kShapes{{
+    {"small", 1, 4, 1, 5, 2, 3, 0},
+    {"plain-100", 4, 40, 2, 100, 2, 40, 0},
+    {"plain-1000", 4, 40, 2, 1000, 2, 40, 0},  // site S
+    {"plain-10000", 4, 40, 2, 10000, 2, 40, 0},
+    {"plain-50000", 4, 40, 2, 50000, 2, 40, 0},
+    {"200x500", 4, 200, 0, 200, 1, 500, 4},
+    {"200x500-shared", 4, 200, 0, 200, 1, 500, 0},
+    {"deep", 100, 10000, 0, 0, 0, 1, 0},
 }};
 
 }  // namespace
@@ -31,6 +33,7 @@ std::vector<std::string> Shape::simulatorOptions() const {
   size("--vms", machines);
   size("--disks", disks);
   size("--datastores", datastores);
+  size("--hosts-per-datastore", hostsPerDatastore);
   return words;
 }
 

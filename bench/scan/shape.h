@@ -15,6 +15,7 @@ struct Shape {
   std::uint32_t machines;
   std::uint32_t disks;  // of each machine
   std::uint32_t datastores;
+  std::uint32_t hostsPerDatastore;  // 0: all of its cluster
 
   std::uint32_t allDisks() const { return machines * disks; }
   // Nodes of the reply that are no machines: the site, its clusters and its hosts.

@@ -12,6 +12,7 @@ namespace kestrelvisor::bench {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 
 std::string logLine(const std::string& method, const std::string& target,
@@ -60,9 +61,23 @@ TEST(ShapeNamed, TellsSiteS) {
   EXPECT_EQ(site.allDisks(), 2000U);
   EXPECT_EQ(site.datastores, 40U);
   EXPECT_EQ(site.nonMachines(), 45U);
-  EXPECT_THAT(site.simulatorOptions(),
-              ElementsAre("--clusters", "4", "--hosts", "40", "--standalone-hosts", "2", "--vms",
-                          "1000", "--disks", "2", "--datastores", "40"));
+  EXPECT_THAT(
+      site.simulatorOptions(),
+      ElementsAre("--clusters", "4", "--hosts", "40", "--standalone-hosts", "2", "--vms", "1000",
+                  "--disks", "2", "--datastores", "40", "--hosts-per-datastore", "0"));
+}
+
+TEST(ShapeNamed, TellsSitesThatDifferInTheHostsOfTheirDatastoresAlone) {
+  const auto few = shapeNamed("200x500").simulatorOptions();
+  const auto all = shapeNamed("200x500-shared").simulatorOptions();
+
+  EXPECT_THAT(
+      few, ElementsAre("--clusters", "4", "--hosts", "200", "--standalone-hosts", "0", "--vms",
+                       "200", "--disks", "1", "--datastores", "500", "--hosts-per-datastore", "4"));
+  ASSERT_EQ(all.size(), few.size());
+  EXPECT_THAT(std::vector(all.begin(), all.end() - 1),
+              ElementsAreArray(few.begin(), few.end() - 1));
+  EXPECT_EQ(all.back(), "0");
 }
 
 TEST(ShapeNamed, NamesThoseThatThereAre) {
