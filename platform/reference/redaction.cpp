@@ -86,8 +86,8 @@ class NameJudge {
     if (size > kLongest || start > kFarthest) return kindOfName(name);
     Known& known = known_[placeOf(name)];
     if (known.size != size || text_.substr(known.start, size) != name) {
-      known = {static_cast<std::uint32_t>(start), static_cast<std::uint8_t>(size),
-               kindOfName(name)};
+      const NameKind kind = kindOfName(name);
+      known = {static_cast<std::uint32_t>(start), static_cast<std::uint8_t>(size), kind};
     }
     return known.kind;
   }

@@ -1,6 +1,7 @@
 #include "platform/contract/log.h"
 #include "platform/contract/security.h"
 #include "platform/reference/logging.h"
+#include "platform/reference/tls_sharing.h"
 #include "tests/platform/quiet_log.h"
 #include "tests/platform/tls_server.h"
 #include "tests/support/test_headers.h"
@@ -129,9 +130,12 @@ void spoilRandomNumbers() {
   }
 }
 
+using Handle = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
+
+Handle newHandle() { return {curl_easy_init(), curl_easy_cleanup}; }
+
 TEST(TlsWithoutMemory, FindsItsRandomNumbersAgain) {
-  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle(curl_easy_init(),
-                                                                   curl_easy_cleanup);
+  const Handle handle = newHandle();
   std::string systemStore;
   spoilRandomNumbers();
   ASSERT_NE(RAND_status(), 1);
@@ -143,14 +147,15 @@ TEST(TlsWithoutMemory, FindsItsRandomNumbersAgain) {
 
 std::uint64_t freedTwice = 0;
 
-// One exchange that trusts the server alone; the answer does not matter.
+// One exchange that trusts the server alone; the answer does not matter. libcurl may wait for ever
+// when OpenSSL finds no memory: its limits end that.
 void ask(const TlsServer& server, std::string certificate) {
-  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle(curl_easy_init(),
-                                                                   curl_easy_cleanup);
+  const Handle handle = newHandle();
   if (!handle) return;
   curl_easy_setopt(handle.get(), CURLOPT_URL, server.url().c_str());
   curl_easy_setopt(handle.get(), CURLOPT_NOPROXY, "*");
   curl_easy_setopt(handle.get(), CURLOPT_CONNECTTIMEOUT_MS, 2000L);
+  curl_easy_setopt(handle.get(), CURLOPT_TIMEOUT_MS, 2000L);
   SecuritySS::enrichSSL(handle.get(), certificate);
   curl_easy_perform(handle.get());
 }
@@ -184,6 +189,26 @@ TEST(TlsWithoutMemory, LeavesLibcurlNoSessionThatIsFreedTwice) {
     ASSERT_EQ(freedTwice, 0U) << nth;
   }
   Allocator::endWatch();
+}
+
+// What handles share is made with the first of them.
+TEST(TlsWithoutMemory, SharesSessionsAsSoonAsThereIsSome) {
+  const QuietLog quiet;
+  const Identity identity("server", "IP:127.0.0.1");
+  const TlsServer server(identity);
+  std::string certificate = identity.pem();
+  for (std::uint64_t nth = 1, refused = 1; refused != 0; ++nth) {
+    forgetTlsShares();
+    const Handle handle = newHandle();
+    Allocator::arm({nth, false});
+    SecuritySS::enrichSSL(handle.get(), certificate);
+    refused = Allocator::disarm().failed;
+
+    ask(server, certificate);
+    const int resumed = server.resumed();
+    ask(server, certificate);
+    EXPECT_EQ(server.resumed(), resumed + 1) << nth;
+  }
 }
 
 // With memory: the list of observers changes under a walk over it.
