@@ -21,7 +21,7 @@ function(kestrelvisor_clock_test name root)
   set_tests_properties(WallClock.${name} PROPERTIES LABELS integration TIMEOUT 60 ${ARGN})
 endfunction()
 
-kestrelvisor_clock_test(IsReadByTheTwoClocksAlone ${PROJECT_SOURCE_DIR})
+kestrelvisor_clock_test(IsReadByItsOwnersAlone ${PROJECT_SOURCE_DIR})
 kestrelvisor_clock_test(CheckFindsAnotherReader ${CMAKE_CURRENT_SOURCE_DIR}/clock_sample
   PASS_REGULAR_EXPRESSION "reads the wall clock: rest/login.cpp")
 
