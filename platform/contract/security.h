@@ -24,9 +24,9 @@ class SecString {
 class SecuritySS {
  public:
   // Sets the TLS options of a fresh libcurl easy handle. cert is the certificate text of the
-  // request; what an empty text stands for is the host's policy. The answer must come over HTTP/1.1:
-  // a handle that offers HTTP/2 (CURLOPT_SSL_ENABLE_ALPN) finds no token at login, as that protocol
-  // writes names of headers in lower case.
+  // request; what an empty text stands for is the host's policy. The answer must come over
+  // HTTP/1.1: a handle that offers HTTP/2 (CURLOPT_SSL_ENABLE_ALPN) finds no token at login, as
+  // that protocol writes names of headers in lower case.
   //
   // Called before each HTTPS exchange, also for the logouts at process exit.
   static void enrichSSL(void* curl, std::string& cert);

@@ -272,8 +272,9 @@ TEST_F(OneTransfer, LooksAndWarnsAtEachCertificateThatIsRefused) {
 
   EXPECT_FALSE(send());
 
-  const std::string warning = "peer cert check failed: " +
-                              std::string(curl_easy_strerror(CURLE_PEER_FAILED_VERIFICATION)) + ".";
+  const std::string warning =
+      "peer cert check failed: " + std::string(curl_easy_strerror(CURLE_PEER_FAILED_VERIFICATION)) +
+      ".";
   EXPECT_EQ(curl.performed.size(), 2U);
   EXPECT_THAT(log.texts(3), ElementsAre(warning, warning));
   EXPECT_EQ(error.errorCode, "2002");
