@@ -38,6 +38,7 @@ Descriptor::~Descriptor() {
 
 ChildProcess::ChildProcess(std::vector<std::string> words) : program_(words.at(0)) {
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   Ends input = connectedEnds();
