@@ -58,7 +58,7 @@ void prepare(CURL* curl, const Request& request, const Target& target, curl_slis
   curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers);
   curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
   setMethod(curl, request.method);
-  if (target.url.starts_with("https:")) {
+  if (target.tls()) {
     std::string certificate = target.certificate;
     SecuritySS::enrichSSL(curl, certificate);
   }

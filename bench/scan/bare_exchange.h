@@ -1,22 +1,17 @@
 #pragma once
 
 #include "bench/scan/request_list.h"
+#include "bench/scan/target.h"
 
 #include <optional>
 #include <string>
 
 namespace kestrelvisor::bench {
 
-// Where requests go. Over https the host's own function sets the TLS options of each handle for
-// this certificate text, so that nobody's options differ.
-struct Target {
-  std::string url;
-  std::string certificate;
-};
-
 // One exchange through libcurl and nothing else: a fresh handle and a fresh connection, with the
-// headers, options and time limits of the engine's. Collects the answer's body into body. Throws
-// std::runtime_error unless the answer is 200.
+// headers, options and time limits of the engine's. Over TLS the host's own function sets the
+// options of each handle for the target's certificate, so that nobody's options differ. Collects
+// the answer's body into body. Throws std::runtime_error unless the answer is 200.
 void bareExchange(const Request& request, const Target& target, std::string& body);
 
 // Opens a session as the manager's user and returns its token.

@@ -1,5 +1,6 @@
 #include "bench/scan/engine_host.h"
 
+#include "bench/scan/manager.h"
 #include "bench/scan/stand_ins.h"
 #include "engine/kestrelvisor_engine.h"
 
@@ -21,14 +22,13 @@ void require(const char* what, int found, std::uint32_t expected) {
 
 }  // namespace
 
-EngineHost::EngineHost(const Manager& manager, const Shape& shape, const std::string& certificate)
-    : shape_(shape) {
+EngineHost::EngineHost(const Target& target, const Shape& shape) : shape_(shape) {
   path_.add_hv_address(kAddress);
-  path_.add_port(manager.port());
-  path_.add_protocol(manager.certificate().empty() ? kHttp : kHttps);
+  path_.add_port(target.port());
+  path_.add_protocol(target.tls() ? kHttps : kHttp);
   path_.add_username(kUser);
   path_.add_password(storedPassword(kPassword));
-  path_.add_cert(certificate);
+  path_.add_cert(target.certificate);
   kestrelvisor_engine_init();
 }
 
@@ -40,6 +40,11 @@ void EngineHost::scan(ScanEnvironmentReply& reply) const {
     throw std::runtime_error("a scan ended with status " + std::to_string(result.status));
   }
   requireWhole(reply);
+}
+
+Cost EngineHost::costOfScan() const {
+  ScanEnvironmentReply reply;
+  return costOf([&] { scan(reply); });
 }
 
 void EngineHost::requireWhole(const ScanEnvironmentReply& reply) const {

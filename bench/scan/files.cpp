@@ -1,5 +1,6 @@
 #include "bench/scan/files.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -22,6 +23,12 @@ void writeFile(const std::string& path, const std::string& content) {
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file << content << std::flush;
   if (!file) throw std::runtime_error(path + " cannot be written");
+}
+
+void sendOutputTo(const std::string& path) {
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  if (file < 0 || dup2(file, STDOUT_FILENO) < 0) throw std::runtime_error(path + ": no output");
+  close(file);
 }
 
 TemporaryFile::TemporaryFile(const std::string& name)

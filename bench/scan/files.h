@@ -4,9 +4,12 @@
 
 namespace kestrelvisor::bench {
 
-// Both throw std::runtime_error with the file's name.
+// All three throw std::runtime_error with the file's name.
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& content);
+
+// Lets standard output lead into a file, new or empty, from now on.
+void sendOutputTo(const std::string& path);
 
 // An empty file in the temporary folder, removed with the object.
 class TemporaryFile {

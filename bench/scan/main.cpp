@@ -14,10 +14,6 @@
 #include "bench/scan/stand_ins.h"
 #include "bench/scan/tasks.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <csignal>
 #include <exception>
 #include <fstream>
 #include <iostream>
@@ -28,12 +24,6 @@ namespace {
 using namespace kestrelvisor::bench;  // NOLINT(google-build-using-namespace): its own program
 
 constexpr std::uint64_t kTokenSeed = 1;
-
-void sendOutputTo(const std::string& path) {
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  if (file < 0 || dup2(file, STDOUT_FILENO) < 0) throw std::runtime_error(path + ": no output");
-  close(file);
-}
 
 void trustBySystem(const std::string& store, const std::string& certificate) {
   std::ofstream file(store, std::ios::binary | std::ios::app);
@@ -53,15 +43,15 @@ Json::Value run(const Options& options) {
                                 records ? requestLogIn(options.output) : std::string(),
                                 records ? std::optional(kTokenSeed) : std::nullopt});
   if (system) trustBySystem(options.systemStore, manager.certificate());
-  static const EngineHost host(manager, shape, system ? std::string() : manager.certificate());
-
-  if (options.task == "record") return record(manager, host, options.output);
+  const Target target{manager.url(), system ? std::string() : manager.certificate()};
+  static const EngineHost host(target, shape);
+  if (options.task == "record") return record(target, host, options.output);
   if (options.task == "list") {
     listRequests(host, options.output);
     return {};
   }
   if (options.task == "once") return measureOnce(host);
-  if (options.task == "measure") return measure(manager, host, options);
+  if (options.task == "measure") return measure(manager, target, host, options);
   throw std::invalid_argument("unknown task " + options.task);
 }
 
@@ -85,8 +75,8 @@ int main(int argc, char** argv) {
   try {
     const Options options = readOptions(argc, argv);
     Json::Value result = run(options);
+    if (result.isNull()) return 0;
     describe(options, result);
-    if (options.task == "list") return 0;
     const bool folder = options.task == "record";
     writeFile(options.output + (folder ? "/record.json" : ""), result.toStyledString());
     return 0;

@@ -39,8 +39,6 @@ Manager::Manager(const Options& options)
   certificate_ = readFile(certificateFile_.path());
 }
 
-std::int32_t Manager::port() const { return std::stoi(url_.substr(url_.rfind(':') + 1)); }
-
 Json::Value Manager::told(const std::string& path) const {
   std::string body;
   bareExchange({"GET", path, {}}, {controlUrl_, {}}, body);

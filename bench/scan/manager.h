@@ -41,7 +41,6 @@ class Manager {
   explicit Manager(const Options& options);
 
   const std::string& url() const { return url_; }
-  std::int32_t port() const;
   const std::string& certificate() const { return certificate_; }  // PEM text; empty without TLS
 
   ManagerCounts counts() const;

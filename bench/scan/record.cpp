@@ -122,8 +122,8 @@ void listRequests(const EngineHost& host, const std::string& folder) {
   writeReply(scanTwice(host, folder, [] {}), folder);
 }
 
-Json::Value record(const Manager& manager, const EngineHost& host, const std::string& folder) {
-  RecordedLog log(folder + "/log.txt", manager.port());
+Json::Value record(const Target& target, const EngineHost& host, const std::string& folder) {
+  RecordedLog log(folder + "/log.txt", target.port());
   std::uint64_t before = 0;
   writeReply(scanTwice(host, folder, [&] { before = log.statements(); }), folder);
 

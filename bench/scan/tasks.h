@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/scan/engine_host.h"
+#include "bench/scan/manager.h"
 #include "bench/scan/options.h"
 
 #include <json/json.h>
@@ -9,7 +10,8 @@ namespace kestrelvisor::bench {
 
 // Rounds of the same requests, made by naked libcurl, by the same with one parse of each body, by
 // the engine, and by the peers that the options name. Returns what each of them has cost.
-Json::Value measure(const Manager& manager, const EngineHost& host, const Options& options);
+Json::Value measure(const Manager& manager, const Target& target, const EngineHost& host,
+                    const Options& options);
 
 // One scan in a process that has done nothing yet: its memory and its stack.
 Json::Value measureOnce(const EngineHost& host);
@@ -21,7 +23,7 @@ void listRequests(const EngineHost& host, const std::string& folder);
 // The same two scans, whose log somebody reads. Writes all records into the folder, too. With what
 // a scan prints for testers that is all that must not change from one version of the engine to the
 // next.
-Json::Value record(const Manager& manager, const EngineHost& host, const std::string& folder);
+Json::Value record(const Target& target, const EngineHost& host, const std::string& folder);
 
 // Where the manager of both writes.
 std::string requestLogIn(const std::string& folder);
