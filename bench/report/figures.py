@@ -7,10 +7,13 @@ def median_of(result, who, field):
     return statistics.median(round_[who][field] for round_ in result["rounds"])
 
 
+def ratios(result, who, other, field):
+    """Of each round: what slows a whole round down divides out."""
+    return [round_[who][field] / round_[other][field] for round_ in result["rounds"]]
+
+
 def median_ratio(result, who, other, field):
-    """The median of the rounds' ratios: what slows a whole round down divides out."""
-    return statistics.median(
-        round_[who][field] / round_[other][field] for round_ in result["rounds"])
+    return statistics.median(ratios(result, who, other, field))
 
 
 def contenders(result):

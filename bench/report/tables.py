@@ -1,6 +1,6 @@
 """The tables, in Markdown."""
 
-from figures import beyond_the_list, contenders, median_of, median_ratio
+from figures import beyond_the_list, contenders, median_of, median_ratio, ratios
 from limits import figures, verdict
 from prediction import calibrated, checked
 
@@ -14,7 +14,7 @@ TRANSPORTS = {"http": "Plain HTTP",
 
 def table(heads, rows):
     """Columns of numbers, all but the first words, are set to the right."""
-    words = {"shape", "stand-ins", "by", "figure", "at most", "measured", ""}
+    words = {"shape", "stand-ins", "by", "over", "figure", "at most", "measured", ""}
     lines = ["| " + " | ".join(heads) + " |",
              "| " + " | ".join("---" if head in words else "---:" for head in heads) + " |"]
     lines += ["| " + " | ".join(str(cell) for cell in row) + " |" for row in rows]
@@ -72,6 +72,25 @@ def once_table(results):
     return "\n#### Memory and stack of the first scan of a process\n\n" + table(heads, rows)
 
 
+def wiping_table(results):
+    """Scans of two hosts that differ in their allocators alone. No limit holds for their ratio."""
+    rows = []
+    for result in results.all:
+        if result["task"] != "wiping":
+            continue
+        of_rounds = ratios(result, "wiping", "plain", "cpu")
+        rows.append([result["shape"], result["standIns"], TRANSPORTS[result["transport"]],
+                     len(of_rounds)]
+                    + [milliseconds(median_of(result, who, "cpu")) for who in ("plain", "wiping")]
+                    + [f"{ratio:.3f}" for ratio in (median_ratio(result, "wiping", "plain", "cpu"),
+                                                    min(of_rounds), max(of_rounds))])
+    if not rows:
+        return ""
+    heads = ["shape", "stand-ins", "over", "rounds", "plain CPU ms", "wiping CPU ms",
+             "wiping / plain", "least", "most"]
+    return "\n#### What wiping freed memory costs\n\n" + table(heads, rows)
+
+
 def limits_table(results):
     rows = []
     for place, (text, limit, checks) in enumerate(figures(results), 1):
@@ -125,7 +144,8 @@ def report(results, machine, micro, counts, skipped):
     what did not run and why."""
     text = machine_line(machine) + "\n"
     text += limits_table(results) + scan_tables(results)
-    text += once_table(results) + prediction_table(results) + micro_table(micro)
+    text += once_table(results) + wiping_table(results) + prediction_table(results)
+    text += micro_table(micro)
     if counts:
         text += "\n#### Instructions\n\n" + "".join(f"- {line}\n" for line in counts)
     if skipped:

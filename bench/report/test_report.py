@@ -159,6 +159,23 @@ class Reports(unittest.TestCase):
         self.assertEqual(found, [["| 200x500", "null"], ["| 200x500", "real"],
                                  ["| 200x500-shared", "null"], ["| 200x500-shared", "real"]])
 
+    def test_wiping_is_told_by_the_ratios_of_the_rounds(self):
+        rounds = [{"plain": cost(9.0, cpu=plain), "wiping": cost(9.0, cpu=wiping)}
+                  for plain, wiping in ((0.100, 0.103), (0.200, 0.190), (0.050, 0.060))]
+        made = result("plain-100", "https-shared", rounds=rounds, task="wiping")
+        text = tables.wiping_table(limits.Results([result(), made]))
+        self.assertEqual(text.splitlines()[-1],
+                         "| plain-100 | real | HTTPS with a trusted text, sessions shared | 3 | 100 "
+                         "| 103 | 1.030 | 0.950 | 1.200 |")
+        self.assertEqual(tables.wiping_table(limits.Results([result()])), "")
+
+    def test_wiping_is_no_scan_beside_naked_requests(self):
+        rounds = [{"plain": cost(1.0), "wiping": cost(1.0)}]
+        only = limits.Results([result(rounds=rounds, task="wiping")])
+        self.assertEqual(tables.scan_tables(only), "")
+        for _, _, checks in limits.figures(only):
+            self.assertEqual(limits.verdict(checks), "not measured")
+
     def test_times_have_a_unit_that_reads_well(self):
         self.assertEqual([tables.duration(ns) for ns in (8.92, 15267.4, 3235913.8)],
                          ["8.9 ns", "15.3 us", "3.2 ms"])

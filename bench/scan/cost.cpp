@@ -14,6 +14,14 @@ Cost costOf(const std::function<void()>& work) {
   return {wallSeconds() - wall, cpuSeconds() - cpu, transfersBegun() - transfers};
 }
 
+std::string costLine(const Cost& cost) {
+  Json::Value line;
+  line["wall"] = cost.wall;
+  line["cpu"] = cost.cpu;
+  line["exchanges"] = Json::UInt64{cost.transfers};
+  return jsonLine(line);
+}
+
 Cost readCost(const std::string& line) {
   const Json::Value cost = readJsonLine(line);
   return {cost["wall"].asDouble(), cost["cpu"].asDouble(), cost["exchanges"].asUInt64()};

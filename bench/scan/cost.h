@@ -17,6 +17,7 @@ struct Cost {
 Cost costOf(const std::function<void()>& work);
 
 // A process of its own tells its cost on a line of JSON, which ends there.
+std::string costLine(const Cost& cost);
 Cost readCost(const std::string& line);
 
 }  // namespace kestrelvisor::bench

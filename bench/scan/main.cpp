@@ -2,12 +2,15 @@
 //
 //   bench_scan measure --vrmsim FILE --shape NAME --transport NAME --requests FILE --rounds N
 //                      [--peer COMMAND]... [--system-store FILE] --out FILE
+//   bench_scan wiping  --vrmsim FILE --shape NAME --transport NAME --rounds N --out FILE
+//   bench_scan host    --shape NAME --transport NAME --allocators plain|wiping
 //   bench_scan once    --vrmsim FILE --shape NAME --out FILE
 //   bench_scan record  --vrmsim FILE --shape NAME --out FOLDER
 //   bench_scan list    --vrmsim FILE --shape NAME --out FOLDER
 //
-// The result is a JSON file, of "record" in its folder; "list" has none but the lists. What a scan
-// prints for testers goes where standard output leads: nowhere, or into the folder of "record".
+// The result is a JSON file, of "record" in its folder; "list" has none but the lists, and "host",
+// which "wiping" starts, answers its input. What a scan prints for testers goes where standard
+// output leads: nowhere, or into the folder of "record".
 
 #include "bench/scan/files.h"
 #include "bench/scan/libcurl_seam.h"
@@ -35,8 +38,12 @@ Json::Value run(const Options& options) {
   const bool records = options.task == "record" || options.task == "list";
   const bool system = options.transport == "https-system";
   const Shape& shape = shapeNamed(options.shape);
-  sendOutputTo(records ? options.output + "/dump.txt" : "/dev/null");
   if (options.transport == "https") forbidSharing();
+  if (options.task == "host") {
+    serveScans(options);
+    return {};
+  }
+  sendOutputTo(records ? options.output + "/dump.txt" : "/dev/null");
 
   // Made before the engine, and so ended after it: the engine logs out when the process ends.
   static const Manager manager({options.simulator, shape, options.transport != "http",
@@ -44,6 +51,8 @@ Json::Value run(const Options& options) {
                                 records ? std::optional(kTokenSeed) : std::nullopt});
   if (system) trustBySystem(options.systemStore, manager.certificate());
   const Target target{manager.url(), system ? std::string() : manager.certificate()};
+  if (options.task == "wiping") return measureWiping(manager, target, options);
+
   static const EngineHost host(target, shape);
   if (options.task == "record") return record(target, host, options.output);
   if (options.task == "list") {

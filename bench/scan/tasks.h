@@ -13,6 +13,16 @@ namespace kestrelvisor::bench {
 Json::Value measure(const Manager& manager, const Target& target, const EngineHost& host,
                     const Options& options);
 
+// Rounds of scans by two hosts, one of which has called useWipingAllocators. Returns what each of
+// them, "plain" and "wiping", has cost, and which has "ownAllocators".
+Json::Value measureWiping(const Manager& manager, const Target& target, const Options& options);
+
+// Is such a host. The first line of standard input is JSON, the target's "url" and "certificate".
+// Each line has one for an answer on standard output: the first whether OpenSSL has allocators of
+// the host's, each further one the cost of a scan. Ends with the input. Throws std::runtime_error
+// when libcurl or OpenSSL does not take the allocators.
+void serveScans(const Options& options);
+
 // One scan in a process that has done nothing yet: its memory and its stack.
 Json::Value measureOnce(const EngineHost& host);
 

@@ -107,6 +107,8 @@ TEST(MeasurementOptions, ThatAreUnknownAreRefused) {
   EXPECT_THROW(readOptions(4, option), std::invalid_argument);
   const char* const transport[] = {"bench_scan", "measure", "--transport", "ftp"};
   EXPECT_THROW(readOptions(4, transport), std::invalid_argument);
+  const char* const allocators[] = {"bench_scan", "host", "--allocators", "none"};
+  EXPECT_THROW(readOptions(4, allocators), std::invalid_argument);
   const char* const alone[] = {"bench_scan", "measure", "--shape"};
   EXPECT_THROW(readOptions(3, alone), std::invalid_argument);
 }
