@@ -104,12 +104,12 @@ bool KestrelVisor_rest_api::getVmInfoFromVrmSub(VRM_INFO& vrm, const std::string
     KV_LOG(kError, "Failed to get vm jsonObj");
     return false;
   }
-  const Json::Value& machines = std::as_const(root)[kMachinesKey];
+  Json::Value& machines = root[kMachinesKey];
   KV_LOG(kInfo, "getAllVMInfo: Vm Count = ", machines.size());
   // Only a derived client may read a machine otherwise than this one does.
   const bool readsInPlace =
       typeid(*this) == typeid(KestrelVisor_rest_api) && kestrelvisor::survivesRewriting(text);
-  for (const Json::Value& element : machines) {
+  for (Json::Value& element : machines) {
     if (!belongs(element, scope)) continue;
     const auto machine = kestrelvisor::allocateOrNull<VM_INFO>();
     if (!machine) {
@@ -123,6 +123,8 @@ bool KestrelVisor_rest_api::getVmInfoFromVrmSub(VRM_INFO& vrm, const std::string
       KV_LOG(kError, "Failed to parse vm jsonObj");
       return false;
     }
+    // Freed while the cache still holds it: the requests for the disks drive it out.
+    Json::Value().swap(element);
     getDiskDetailInfoFromVrm(vrm, machine->detail);
     machine->name = machine->detail.name;
     machine->objectStr = machine->detail.uri;
