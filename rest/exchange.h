@@ -5,8 +5,12 @@
 #include "rest/session_types.h"
 
 #include <string>
+#include <string_view>
 
 namespace kestrelvisor {
+
+// The status of an answer that tells success, as sendMassage gives it.
+inline constexpr std::string_view kStatusOk = "200";
 
 // Owns what one transfer writes into.
 class ReceiveBuffer {

@@ -26,7 +26,6 @@ constexpr long kTransferTimeoutSeconds = 600;
 constexpr const char* kUserTypeHeader = "X-Auth-UserType:2";
 constexpr unsigned int kCredentialUser = 1;
 constexpr unsigned int kCredentialDigest = 2;
-constexpr unsigned int kSessionOverHttps = 1;
 
 // Appends a header. On failure the list is gone, as curl_slist_append leaves no use in half of one.
 bool append(CurlHeaders& list, const std::string& header) {
@@ -223,7 +222,8 @@ void KestrelVisor_rest_api::closeCurl(void*& curl, curl_slist*& headers) {
 
 void KestrelVisor_rest_api::constructURLCurl(std::string& url, std::string ip, int port,
                                              unsigned int type) {
-  url = kestrelvisor::absoluteUrl(type == kSessionOverHttps, ip, port, "/service/session");
+  url = kestrelvisor::absoluteUrl(type == kestrelvisor::kSessionOverHttps, ip, port,
+                                  "/service/session");
 }
 
 void KestrelVisor_rest_api::constructCredentialCurl(std::string& header, std::string value,

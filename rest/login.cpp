@@ -5,6 +5,7 @@
 #include "rest/exchange.h"
 #include "rest/json_utils.h"
 #include "rest/kestrelvisor_rest_api.h"
+#include "rest/manager_url.h"
 
 #include <algorithm>
 #include <array>
@@ -15,12 +16,12 @@
 namespace {
 
 using kestrelvisor::Exchange;
+using kestrelvisor::kSessionOverHttp;
+using kestrelvisor::kSessionOverHttps;
+using kestrelvisor::kStatusOk;
 using kestrelvisor::ReceiveBuffer;
 using kestrelvisor::WipeOnExit;
 
-constexpr std::string_view kStatusOk = "200";
-constexpr unsigned int kSessionOverHttps = 1;
-constexpr unsigned int kSessionOverHttp = 2;
 constexpr int kThousandths = 1000;
 
 // Roles that may back up.

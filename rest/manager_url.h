@@ -8,6 +8,10 @@
 
 namespace kestrelvisor {
 
+// What KestrelVisor_rest_api::constructURLCurl takes as the type of a session's URL.
+inline constexpr unsigned int kSessionOverHttps = 1;
+inline constexpr unsigned int kSessionOverHttp = 2;
+
 // scheme://address:port and a path that begins with "/".
 inline std::string absoluteUrl(bool https, std::string_view address, std::int32_t port,
                                std::string_view path) {

@@ -22,7 +22,6 @@ using kestrelvisor::CurlHandle;
 using kestrelvisor::CurlHeaders;
 
 constexpr int kAttempts = 2;
-constexpr std::string_view kStatusOk = "200";
 
 struct TransferFailure {
   CURLcode result;
@@ -137,7 +136,7 @@ bool KestrelVisor_rest_api::getResponse(void* curl, curl_slist*, MemoryStruct& c
     KV_LOG(kInfo, "Get returned info from VRM:", WipeSensitiveData(body),
            ",returned http code:", status);
   }
-  if (status == kStatusOk) {
+  if (status == kestrelvisor::kStatusOk) {
     response = std::move(body);
     return true;
   }
