@@ -44,6 +44,12 @@ SCAN_HEADS = ["shape", "stand-ins", "by", "wall ms", "CPU ms", "manager's CPU ms
               "CPU / bare", "wall / parse", "CPU / parse", "exchanges", "not told", "resumed"]
 
 
+def any_of(numbers):
+    """Of 3, 7 and 15: 3, 7 or 15."""
+    *first, last = map(str, numbers)
+    return f"{', '.join(first)} or {last}" if first else last
+
+
 def scan_tables(results):
     text = ""
     for transport, title in TRANSPORTS.items():
@@ -52,7 +58,7 @@ def scan_tables(results):
         if not found:
             continue
         rounds = sorted({len(result["rounds"]) for result in found})
-        text += f"\n#### {title}\n\nMedians of {' or '.join(map(str, rounds))} rounds.\n\n"
+        text += f"\n#### {title}\n\nMedians of {any_of(rounds)} rounds.\n\n"
         found.sort(key=lambda result: (result["requests"], result["shape"], result["standIns"]))
         text += table(SCAN_HEADS, [row(result, who) for result in found
                                    for who in contenders(result)])

@@ -176,6 +176,10 @@ class Reports(unittest.TestCase):
         for _, _, checks in limits.figures(only):
             self.assertEqual(limits.verdict(checks), "not measured")
 
+    def test_numbers_of_rounds_read_well(self):
+        self.assertEqual([tables.any_of(numbers) for numbers in ([7], [3, 7], [3, 7, 15])],
+                         ["7", "3 or 7", "3, 7 or 15"])
+
     def test_times_have_a_unit_that_reads_well(self):
         self.assertEqual([tables.duration(ns) for ns in (8.92, 15267.4, 3235913.8)],
                          ["8.9 ns", "15.3 us", "3.2 ms"])
