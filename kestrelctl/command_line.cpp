@@ -1,17 +1,15 @@
 #include "kestrelctl/command_line.h"
 
 #include "kestrelctl/console.h"
+#include "kestrelctl/failure.h"
+#include "kestrelctl/help_formatter.h"
 #include "kestrelctl/suggestion.h"
-#include "kestrelctl/terminal_text.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <array>
-#include <iomanip>
-#include <map>
-#include <memory>
-#include <sstream>
+#include <string>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -56,252 +54,6 @@ constexpr const char* kFooter =
     "  http_proxy, https_proxy, all_proxy, no_proxy, SSLKEYLOGFILE, SSL_CERT_FILE,\n"
     "  SSL_CERT_DIR, OPENSSL_CONF[_INCLUDE], OPENSSL_MODULES, OPENSSL_ENGINES\n"
     "                                    obeyed with --use-environment alone";
-
-constexpr const char* kVerifyExamples =
-    "Examples:\n"
-    "  kestrelctl verify --manager https://vrm.example.com:7443 --user backup\n"
-    "  kestrelctl verify --manager https://10.1.2.3 --user backup --ca-cert vrm.pem \\\n"
-    "      --password-file ~/.vrm-password && echo reachable\n";
-
-constexpr const char* kScanExamples =
-    "Examples:\n"
-    "  kestrelctl scan --manager https://vrm.example.com --user backup\n"
-    "  kestrelctl scan --manager https://vrm.example.com --user backup --save a.pb\n"
-    "  kestrelctl scan -o json --manager https://vrm.example.com --user backup \\\n"
-    "      | jq -r '.machines[] | [.name, .uri] | @tsv'\n";
-
-constexpr const char* kDisableCbtExamples =
-    "Examples:\n"
-    "  kestrelctl disable-cbt /service/sites/3F2A0911/vms/i-00000101 \\\n"
-    "      --manager https://vrm.example.com --user backup\n"
-    "  The URI of a machine stands in scan -o json as .machines[].uri.\n";
-
-constexpr const char* kEncryptExamples =
-    "Examples:\n"
-    "  kestrelctl encrypt-password --new-key backup.key   # makes the key and uses it\n"
-    "  KESTRELVISOR_PASSWORD_KEY_FILE=backup.key kestrelctl encrypt-password\n";
-
-constexpr const char* kDemoExamples =
-    "Examples:\n"
-    "  kestrelctl demo\n"
-    "  kestrelctl demo --inventory my-site.json --save my-reply.pb\n";
-
-constexpr std::size_t kHelpColumn = 26;  // where an option's explanation starts
-constexpr std::size_t kHelpWidth = 54;   // and how wide it is
-
-// Shows an application's examples right below its description.
-class HelpWithExamples : public CLI::Formatter {
- public:
-  explicit HelpWithExamples(std::string examples) : examples_(std::move(examples)) {
-    column_width(kHelpColumn);
-  }
-
-  std::string make_description(const CLI::App* app) const override {
-    return app->get_description() + "\n\n" + examples_ + "\n";
-  }
-
-  std::string make_usage(const CLI::App* app, std::string name) const override {
-    if (!app->get_subcommands({}).empty()) return "Usage: " + name + " COMMAND [OPTIONS]\n\n";
-    std::string text = "Usage: kestrelctl " + app->get_name();
-    for (const CLI::Option* option : app->get_options()) {
-      if (option->get_positional()) text += " " + option->get_name(true);
-    }
-    return text + " [OPTIONS]\n\n";
-  }
-
-  std::string make_group(std::string group, bool isPositional,
-                         std::vector<const CLI::Option*> options) const override {
-    const std::string text = CLI::Formatter::make_group(group, isPositional, options);
-    return text.substr(text.find_first_not_of('\n')) + (isPositional ? "\n" : "");
-  }
-
-  std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
-    const std::string name = CLI::Formatter::make_option_name(option, isPositional);
-    return name.substr(0, name.find('{'));
-  }
-
-  std::string make_option_opts(const CLI::Option* option) const override {
-    const std::string type = option->get_type_name();
-    return type.empty() ? type : " " + type.substr(0, type.find(':'));
-  }
-
-  std::string make_option_desc(const CLI::Option* option) const override {
-    return wrapped(option->get_description(), kHelpWidth);
-  }
-
-  // A line for each command, without its examples.
-  std::string make_subcommands(const CLI::App* app, CLI::AppFormatMode) const override {
-    std::ostringstream text;
-    for (const CLI::App* command : app->get_subcommands({})) {
-      text << "  " << std::left << std::setw(18) << command->get_name()
-           << command->get_description() << "\n";
-    }
-    return text.str().empty() ? std::string() : "\nCommands:\n" + text.str();
-  }
-
- private:
-  std::string examples_;
-};
-
-// What CLI11 fills before it becomes an Invocation.
-struct Arguments {
-  Invocation invocation;
-  std::string manager;
-  bool strictTls = true;
-  std::string logLevel;
-  std::string format = "tree";
-};
-
-CLI::App* addCommand(CLI::App& app, const char* name, const char* description,
-                     const char* examples) {
-  CLI::App* const command = app.add_subcommand(name, description);
-  command->formatter(std::make_shared<HelpWithExamples>(examples));
-  command->footer("");
-  return command;
-}
-
-// An empty value comes from a script's variable that is not set; nobody means the default by it.
-std::string problemOfFileName(const std::string& name) {
-  return name.empty() ? "no file is named" : std::string();
-}
-
-CLI::Option* addFileOption(CLI::App& command, const char* name, std::string& target,
-                           const char* description) {
-  return command.add_option(name, target, description)->type_name("FILE")->check(problemOfFileName);
-}
-
-void addPasswordOptions(CLI::App& command, PasswordSource& source) {
-  const char* const group = "Password (never on the command line)";
-  CLI::Option* const file =
-      addFileOption(command, "--password-file", source.file,
-                    "File that holds the password; only its owner may have access");
-  file->group(group);
-  command
-      .add_flag("--password-stdin", source.standardInput, "Read the password from standard input")
-      ->excludes(file)
-      ->group(group);
-}
-
-void addManagerOptions(CLI::App& command, Arguments& arguments, const char* group) {
-  ConnectionOptions& connection = arguments.invocation.connection;
-  command
-      .add_option("--manager", arguments.manager,
-                  "https://HOST[:PORT] or http://HOST[:PORT], an IPv6 address in brackets; port "
-                  "7443 unless told (KESTRELVISOR_MANAGER)")
-      ->required()
-      ->type_name("URL")
-      ->envname("KESTRELVISOR_MANAGER")
-      ->group(group);
-  command.add_option("--user", connection.user, "Account on the manager (KESTRELVISOR_USER)")
-      ->required()
-      ->type_name("NAME")
-      ->envname("KESTRELVISOR_USER")
-      ->group(group);
-  CLI::Option* const keep =
-      command.add_flag("--keep-address", connection.keepAddress,
-                       "Stay with the host of --manager where the manager reports another "
-                       "address for its site; with neither this nor the next option nothing "
-                       "is sent to such an address");
-  keep->group(group);
-  command
-      .add_flag("--follow-address", connection.followAddress,
-                "Go to whatever address the manager reports for its site, and log in there")
-      ->excludes(keep)
-      ->group(group);
-  command
-      .add_flag("--use-environment", connection.useEnvironment,
-                "Obey the environment's proxies and other settings of libcurl and OpenSSL; they "
-                "are ignored otherwise")
-      ->group(group);
-}
-
-void addCertificateOptions(CLI::App& command, Arguments& arguments, const char* group) {
-  addFileOption(command, "--ca-cert", arguments.invocation.connection.certificateFile,
-                "Trust this certificate or CA alone, a PEM file; without it the system's "
-                "trust store")
-      ->group(group);
-  command
-      .add_flag("--strict-tls,!--no-strict-tls", arguments.strictTls,
-                "Refuse a manager whose certificate is not trusted; --no-strict-tls goes on "
-                "after a refused certificate")
-      ->group(group);
-}
-
-void addConnectionOptions(CLI::App& command, Arguments& arguments) {
-  const char* const group = "Manager";
-  addManagerOptions(command, arguments, group);
-  addCertificateOptions(command, arguments, group);
-  addPasswordOptions(command, arguments.invocation.connection.password);
-}
-
-void addLogOptions(CLI::App& command, Arguments& arguments) {
-  const char* const group = "Log";
-  command
-      .add_option("--log-level", arguments.logLevel,
-                  "What the engine logs: trace, info, note, warning, error or off; off unless "
-                  "told, info in a file")
-      ->type_name("LEVEL")
-      ->check(CLI::IsMember({"trace", "info", "note", "warning", "error", "off"}))
-      ->group(group);
-  addFileOption(command, "--log-file", arguments.invocation.log.file,
-                "Append the log to this file instead of standard error")
-      ->group(group);
-}
-
-void addVerify(CLI::App& app, Arguments& arguments) {
-  CLI::App* const command = addCommand(
-      app, "verify", "Tell whether manager and account work; print its GUID", kVerifyExamples);
-  addConnectionOptions(*command, arguments);
-  addLogOptions(*command, arguments);
-}
-
-void addScan(CLI::App& app, Arguments& arguments) {
-  CLI::App* const command = addCommand(
-      app, "scan", "Show the clusters, hosts, machines and datastores of a site", kScanExamples);
-  ScanOptions& scan = arguments.invocation.scan;
-  command->add_option("-o,--output", arguments.format, "tree (the default) or json")
-      ->type_name("FORM")
-      ->check(CLI::IsMember({"tree", "json"}));
-  addFileOption(*command, "--save", scan.saveFile, "Keep the reply in this file, as protobuf");
-  addFileOption(*command, "--tester-dump", scan.testerDumpFile,
-                "Keep the engine's dump for testers in this file");
-  addConnectionOptions(*command, arguments);
-  addLogOptions(*command, arguments);
-}
-
-void addDisableCbt(CLI::App& app, Arguments& arguments) {
-  CLI::App* const command =
-      addCommand(app, "disable-cbt", "Switch changed-block tracking off on one virtual machine",
-                 kDisableCbtExamples);
-  command
-      ->add_option("VM_URI", arguments.invocation.machineUri,
-                   "URI of the machine on the manager, beginning with \"/\"")
-      ->required()
-      ->type_name("");
-  addConnectionOptions(*command, arguments);
-  addLogOptions(*command, arguments);
-}
-
-void addEncryptPassword(CLI::App& app, Arguments& arguments) {
-  CLI::App* const command =
-      addCommand(app, "encrypt-password",
-                 "Print a password in the form that hosts hand to the engine", kEncryptExamples);
-  addFileOption(*command, "--new-key", arguments.invocation.encrypt.newKeyFile,
-                "Make a fresh key, write it to this new file and use it");
-  addPasswordOptions(*command, arguments.invocation.encrypt.password);
-}
-
-void addDemo(CLI::App& app, Arguments& arguments) {
-  CLI::App* const command = addCommand(
-      app, "demo", "Show it all against a simulated manager on this machine", kDemoExamples);
-  DemoOptions& demo = arguments.invocation.demo;
-  addFileOption(*command, "--vrmsim", demo.vrmsim,
-                "The simulator; without it the one beside kestrelctl");
-  addFileOption(*command, "--inventory", demo.inventory,
-                "What the simulated manager serves; without it the sample site");
-  addFileOption(*command, "--save", demo.saveFile,
-                "Where the reply is kept [kestrelvisor-demo-reply.pb]");
-}
 
 std::vector<std::string> commandNames(const CLI::App& app) {
   std::vector<std::string> names;
@@ -354,80 +106,55 @@ Failure failureOf(const CLI::App& command, const CLI::ParseError& error) {
   return wrongUsage(name + ": " + what, help);
 }
 
-int levelNumber(const std::string& word) {
-  constexpr std::array<const char*, 6> kWords{"trace", "info", "note", "warning", "error", "off"};
-  const auto* const found = std::find(kWords.begin(), kWords.end(), word);
-  return static_cast<int>(found - kWords.begin());
+void addCommand(CLI::App& app, Command& command) {
+  const Command::Words& words = command.words();
+  CLI::App* const ours = app.add_subcommand(words.name, words.description);
+  ours->formatter(std::make_shared<HelpWithExamples>(words.examples));
+  ours->footer("");
+  command.declareOptions(*ours);
 }
 
-bool isControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
+// The application of the command that was named; null before there is one.
+const CLI::App* namedApp(const CLI::App& app) {
+  const auto named = app.get_subcommands();
+  return named.empty() ? nullptr : named.front();
+}
 
-void checkUser(const std::string& user) {
-  if (user.empty()) throw wrongUsage("--user: no name is given");
-  if (std::any_of(user.begin(), user.end(), isControl)) {
-    throw wrongUsage("--user: a line end or control character in the name");
+// Whether a command is to run: help and version have said all.
+bool parse(CLI::App& app, int argc, const char* const* argv) {
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    const CLI::App* const named = namedApp(app);
+    printResult(named == nullptr ? app.help() : named->help("kestrelctl"));
+    return false;
+  } catch (const CLI::CallForVersion& version) {
+    printResult(std::string(version.what()) + "\n");
+    return false;
+  } catch (const CLI::ParseError& error) {
+    throw failureOf(*app.get_subcommand(argv[1]), error);
   }
-}
-
-void checkMachineUri(const std::string& uri) {
-  const auto strange = [](char c) { return isControl(c) || c == ' ' || c == '?' || c == '#'; };
-  if (!uri.empty() && uri.front() == '/' && std::none_of(uri.begin(), uri.end(), strange)) return;
-  throw wrongUsage("VM_URI: not the URI of a machine",
-                   "it looks like /service/sites/3F2A0911/vms/i-00000101; scan -o json shows it");
-}
-
-Invocation finished(const CLI::App& command, Arguments arguments) {
-  Invocation& invocation = arguments.invocation;
-  invocation.command = std::map<std::string, Command>{
-      {"verify", Command::verify},
-      {"scan", Command::scan},
-      {"disable-cbt", Command::disableCbt},
-      {"encrypt-password", Command::encryptPassword},
-      {"demo", Command::demo},
-      {"version",
-       Command::version}}.at(command.get_name());
-  if (command.get_option_no_throw("--manager") != nullptr) {
-    ConnectionOptions& connection = invocation.connection;
-    connection.manager = readManagerAddress(arguments.manager);
-    checkUser(connection.user);
-    if (command.count("--strict-tls") > 0) connection.strictTls = arguments.strictTls;
-  }
-  if (!arguments.logLevel.empty()) invocation.log.level = levelNumber(arguments.logLevel);
-  invocation.scan.format = arguments.format == "json" ? ReplyFormat::json : ReplyFormat::tree;
-  if (invocation.command == Command::disableCbt) checkMachineUri(invocation.machineUri);
-  return std::move(invocation);
+  return true;
 }
 
 }  // namespace
 
-std::optional<Invocation> readCommandLine(int argc, const char* const* argv) {
+std::unique_ptr<Command> readCommandLine(int argc, const char* const* argv) {
   CLI::App app(kDescription, "kestrelctl");
   app.formatter(std::make_shared<HelpWithExamples>(kExamples));
   app.footer(kFooter);
   app.set_version_flag("--version", "kestrelctl " KESTRELCTL_VERSION);
-  Arguments arguments;
-  addVerify(app, arguments);
-  addScan(app, arguments);
-  addDisableCbt(app, arguments);
-  addEncryptPassword(app, arguments);
-  addDemo(app, arguments);
-  addCommand(app, "version", "Print the version", "Examples:\n  kestrelctl version\n");
+  std::vector<std::unique_ptr<Command>> commands = allCommands();
+  for (const auto& command : commands) addCommand(app, *command);
 
   refuseUnknownCommand(app, argc, argv);
-  const std::string command = argv[1];
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::CallForHelp&) {
-    const auto parsed = app.get_subcommands();
-    printResult(parsed.empty() ? app.help() : parsed.front()->help("kestrelctl"));
-    return std::nullopt;
-  } catch (const CLI::CallForVersion& version) {
-    printResult(std::string(version.what()) + "\n");
-    return std::nullopt;
-  } catch (const CLI::ParseError& error) {
-    throw failureOf(*app.get_subcommand(command), error);
-  }
-  return finished(*app.get_subcommands().front(), std::move(arguments));
+  if (!parse(app, argc, argv)) return nullptr;
+  const CLI::App& named = *namedApp(app);
+  const auto chosen = std::find_if(commands.begin(), commands.end(), [&](const auto& command) {
+    return named.get_name() == command->words().name;
+  });
+  (*chosen)->finishOptions(named);
+  return std::move(*chosen);
 }
 
 }  // namespace kestrelvisor::ctl

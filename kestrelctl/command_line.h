@@ -1,13 +1,13 @@
 #pragma once
 
-#include "kestrelctl/options.h"
+#include "kestrelctl/command.h"
 
-#include <optional>
+#include <memory>
 
 namespace kestrelvisor::ctl {
 
-// Reads the command line. Nothing when help or the version was asked for and has been printed.
-// Throws a Failure for a command line that cannot be understood.
-std::optional<Invocation> readCommandLine(int argc, const char* const* argv);
+// Reads the command line into the command that it names. Null when help or the version was asked
+// for and has been printed. Throws a Failure for a command line that cannot be understood.
+std::unique_ptr<Command> readCommandLine(int argc, const char* const* argv);
 
 }  // namespace kestrelvisor::ctl

@@ -79,7 +79,12 @@ void warn(const std::string& text) {
   sayRaw("kestrelctl: " + rendering.yellow("warning:") + " " + printable(text, rendering.utf8));
 }
 
+void warnOf(const std::vector<Warning>& warnings) {
+  for (const Warning& warning : warnings) warn(warning.text);
+}
+
 void report(const Failure& failure) {
+  warnOf(failure.warnings);
   const Rendering rendering = renderingOfTalk();
   sayRaw("kestrelctl: " + rendering.red("error:") + " " +
          printable(failure.what(), rendering.utf8));

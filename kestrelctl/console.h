@@ -1,9 +1,11 @@
 #pragma once
 
 #include "kestrelctl/failure.h"
+#include "kestrelctl/warning.h"
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 
@@ -36,6 +38,8 @@ void printResult(std::string_view text);
 void say(const std::string& text);
 void announce(const std::string& text);  // a heading
 void warn(const std::string& text);
+void warnOf(const std::vector<Warning>& warnings);
+// A failure with its warnings in front.
 void report(const Failure& failure);
 
 // Makes the process fit for the rest: the user's character set, no death by a closed pipe or a file

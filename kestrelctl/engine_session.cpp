@@ -3,13 +3,13 @@
 #include "base/wipe_string.h"
 #include "engine/kestrelvisor_engine.h"
 #include "kestrelctl/certificate_file.h"
-#include "kestrelctl/console.h"
 #include "kestrelctl/standard_output_exchange.h"
 #include "platform/reference/configuration.h"
 #include "platform/reference/password_cipher.h"
 #include "platform/reference/url.h"
 
 #include <cstdlib>
+#include <utility>
 #include <vector>
 
 namespace kestrelvisor::ctl {
@@ -84,7 +84,7 @@ void EngineSession::usePassword(const std::string& password) {
   path_.add_password(encrypted(password));
 }
 
-LogEvidence EngineSession::run(const std::string& what, const Operation& operation) const {
+LogEvidence EngineSession::run(const std::string& what, const Operation& operation) {
   LogEvidence evidence;
   const LogObserver observer([&](const LogRecord& record) { evidence.take(record); }, nullptr,
                              LogEvidence::kLowestLevel);
@@ -100,9 +100,14 @@ LogEvidence EngineSession::run(const std::string& what, const Operation& operati
     throw failureOfException(attempt, "of an unknown kind");
   }
   if (const auto& reason = evidence.passedCertificate()) {
-    warn("the manager's certificate is not trusted and was let pass: " + *reason);
+    warnings_.push_back({"unverified-tls",
+                         "the manager's certificate is not trusted and was let pass: " + *reason});
   }
-  if (result.status != 0) throw failureOf(attempt, result, description, evidence);
+  if (result.status != 0) {
+    Failure failure = failureOf(attempt, result, description, evidence);
+    failure.warnings = std::move(warnings_);
+    throw failure;
+  }
   return evidence;
 }
 

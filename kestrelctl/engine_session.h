@@ -2,13 +2,14 @@
 
 #include "environment.pb.h"
 #include "kestrelctl/log_evidence.h"
-#include "kestrelctl/options.h"
+#include "kestrelctl/operation.h"
 #include "kestrelctl/outcome.h"
 
 #include <cstddef>
 #include <functional>
 #include <streambuf>
 #include <string>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 
@@ -38,14 +39,18 @@ class EngineSession {
 
   void disableCbt(const std::string& machineUri);
 
+  // Of the operations that have come to their end; a Failure has those of its own.
+  const std::vector<Warning>& warnings() const { return warnings_; }
+
  private:
   using Operation = std::function<EnvProxyResult(std::string& description)>;
 
   // Calls the engine and collects what its log tells.
-  LogEvidence run(const std::string& what, const Operation& operation) const;
+  LogEvidence run(const std::string& what, const Operation& operation);
 
   EnvironmentPath path_;
   Attempt attempt_;
+  std::vector<Warning> warnings_;
 };
 
 }  // namespace kestrelvisor::ctl

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kestrelctl/exit_code.h"
+#include "kestrelctl/warning.h"
 
 #include <stdexcept>
 #include <string>
@@ -22,6 +23,7 @@ class Failure : public std::runtime_error {
   ExitCode exitCode;
   std::vector<Fact> facts;  // what is known, in the order in which it is shown
   std::string hint;         // what the user can do; empty: nothing to say
+  std::vector<Warning> warnings;
 };
 
 inline Failure wrongUsage(const std::string& what, std::string hint = {}) {

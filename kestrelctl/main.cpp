@@ -1,6 +1,5 @@
 #include "kestrelctl/child_process.h"
 #include "kestrelctl/command_line.h"
-#include "kestrelctl/commands.h"
 #include "kestrelctl/console.h"
 
 #include <csignal>
@@ -12,9 +11,9 @@ namespace {
 int runProgram(int argc, char** argv) {
   prepareStreams();
   try {
-    const auto invocation = readCommandLine(argc, argv);
-    if (!invocation) return 0;
-    return static_cast<int>(run(*invocation));
+    const auto command = readCommandLine(argc, argv);
+    if (!command) return 0;
+    return static_cast<int>(command->run());
   } catch (const ClosedPipe&) {
     return exitCodeOfSignal(SIGPIPE);
   } catch (const Interrupted& interrupted) {

@@ -99,6 +99,8 @@ std::string printable(std::string_view text, bool utf8) {
   return result;
 }
 
+bool isControlByte(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
+
 std::size_t columnsOf(std::string_view text) {
   std::size_t columns = 0;
   forEachCharacter(text, [&](const Character& character, std::string_view) {

@@ -17,6 +17,9 @@ std::string validUtf8(std::string_view text);
 // escaped as \n, \x1b or \u202e. Without utf8 everything beyond ASCII is escaped too.
 std::string printable(std::string_view text, bool utf8);
 
+// One of ASCII: a line end, an escape and their like.
+bool isControlByte(char c);
+
 // Columns that a printable text takes. Relies on LC_CTYPE for wide characters.
 std::size_t columnsOf(std::string_view text);
 

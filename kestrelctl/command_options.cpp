@@ -1,0 +1,146 @@
+#include "kestrelctl/command_options.h"
+
+#include "kestrelctl/failure.h"
+#include "kestrelctl/terminal_text.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+constexpr const char* kManagerGroup = "Manager";
+
+// An empty value comes from a script's variable that is not set; nobody means the default by it.
+std::string problemOfFileName(const std::string& name) {
+  return name.empty() ? "no file is named" : std::string();
+}
+
+const std::map<OutputFormat, std::string>& formatNames() {
+  static const std::map<OutputFormat, std::string> names{
+      {OutputFormat::table, "table"},      {OutputFormat::wide, "wide"},
+      {OutputFormat::tree, "tree"},        {OutputFormat::json, "json"},
+      {OutputFormat::jsonl, "jsonl"},      {OutputFormat::name, "name"},
+      {OutputFormat::protobuf, "protobuf"}};
+  return names;
+}
+
+int levelNumber(const std::string& word) {
+  constexpr std::array<const char*, 6> kWords{"trace", "info", "note", "warning", "error", "off"};
+  const auto* const found = std::find(kWords.begin(), kWords.end(), word);
+  return static_cast<int>(found - kWords.begin());
+}
+
+void checkUser(const std::string& user) {
+  if (user.empty()) throw wrongUsage("--user: no name is given");
+  if (std::any_of(user.begin(), user.end(), isControlByte)) {
+    throw wrongUsage("--user: a line end or control character in the name");
+  }
+}
+
+}  // namespace
+
+CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
+                           const char* description) {
+  return app.add_option(name, target, description)->type_name("FILE")->check(problemOfFileName);
+}
+
+void addPasswordOptions(CLI::App& app, PasswordSource& source) {
+  const char* const group = "Password (never on the command line)";
+  CLI::Option* const file =
+      addFileOption(app, "--password-file", source.file,
+                    "File that holds the password; only its owner may have access");
+  file->group(group);
+  app.add_flag("--password-stdin", source.standardInput, "Read the password from standard input")
+      ->excludes(file)
+      ->group(group);
+}
+
+void addFormatOption(CLI::App& app, OutputFormat& target, std::vector<OutputFormat> formats) {
+  target = formats.front();
+  std::map<std::string, OutputFormat> choices;
+  std::string description = formatNames().at(formats.front()) + " (the default)";
+  for (const OutputFormat format : formats) {
+    const std::string& name = formatNames().at(format);
+    choices[name] = format;
+    if (format == formats.front()) continue;
+    description += (format == formats.back() ? " or " : ", ") + name;
+  }
+  app.add_option("-o,--output", target, description)
+      ->type_name("FORM")
+      ->transform(CLI::Transformer(choices).description(""))
+      ->check(CLI::IsMember(choices).description(""));
+}
+
+void OperationArguments::declare(CLI::App& app) {
+  declareManager(app);
+  declareCertificate(app);
+  addPasswordOptions(app, request_.connection.password);
+  declareLog(app);
+}
+
+void OperationArguments::declareManager(CLI::App& app) {
+  ConnectionOptions& connection = request_.connection;
+  app.add_option("--manager", manager_,
+                 "https://HOST[:PORT] or http://HOST[:PORT], an IPv6 address in brackets; port "
+                 "7443 unless told (KESTRELVISOR_MANAGER)")
+      ->required()
+      ->type_name("URL")
+      ->envname("KESTRELVISOR_MANAGER")
+      ->group(kManagerGroup);
+  app.add_option("--user", connection.user, "Account on the manager (KESTRELVISOR_USER)")
+      ->required()
+      ->type_name("NAME")
+      ->envname("KESTRELVISOR_USER")
+      ->group(kManagerGroup);
+  CLI::Option* const keep =
+      app.add_flag("--keep-address", connection.keepAddress,
+                   "Stay with the host of --manager where the manager reports another "
+                   "address for its site; with neither this nor the next option nothing "
+                   "is sent to such an address");
+  keep->group(kManagerGroup);
+  app.add_flag("--follow-address", connection.followAddress,
+               "Go to whatever address the manager reports for its site, and log in there")
+      ->excludes(keep)
+      ->group(kManagerGroup);
+  app.add_flag("--use-environment", connection.useEnvironment,
+               "Obey the environment's proxies and other settings of libcurl and OpenSSL; they "
+               "are ignored otherwise")
+      ->group(kManagerGroup);
+}
+
+void OperationArguments::declareCertificate(CLI::App& app) {
+  addFileOption(app, "--ca-cert", request_.connection.certificateFile,
+                "Trust this certificate or CA alone, a PEM file; without it the system's "
+                "trust store")
+      ->group(kManagerGroup);
+  app.add_flag("--strict-tls,!--no-strict-tls", strictTls_,
+               "Refuse a manager whose certificate is not trusted; --no-strict-tls goes on "
+               "after a refused certificate")
+      ->group(kManagerGroup);
+}
+
+void OperationArguments::declareLog(CLI::App& app) {
+  const char* const group = "Log";
+  app.add_option("--log-level", logLevel_,
+                 "What the engine logs: trace, info, note, warning, error or off; off unless "
+                 "told, info in a file")
+      ->type_name("LEVEL")
+      ->check(CLI::IsMember({"trace", "info", "note", "warning", "error", "off"}))
+      ->group(group);
+  addFileOption(app, "--log-file", request_.log.file,
+                "Append the log to this file instead of standard error")
+      ->group(group);
+}
+
+OperationRequest OperationArguments::read(const CLI::App& app) const {
+  OperationRequest request = request_;
+  request.connection.manager = readManagerAddress(manager_);
+  checkUser(request.connection.user);
+  if (app.count("--strict-tls") > 0) request.connection.strictTls = strictTls_;
+  if (!logLevel_.empty()) request.log.level = levelNumber(logLevel_);
+  return request;
+}
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "kestrelctl/operation.h"
+#include "kestrelctl/output_format.h"
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+#include <vector>
+
+// Options that several commands have. Each writes to a target that must outlive the application.
+
+namespace kestrelvisor::ctl {
+
+// Takes a file's name; an empty one is refused.
+CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
+                           const char* description);
+
+void addPasswordOptions(CLI::App& app, PasswordSource& source);
+
+// Offers these formats; the first is the default and becomes the target's value.
+void addFormatOption(CLI::App& app, OutputFormat& target, std::vector<OutputFormat> formats);
+
+// What commands need that ask a manager.
+class OperationArguments {
+ public:
+  void declare(CLI::App& app);
+  // What the options say, looked at as a whole. Throws a Failure of wrong usage.
+  OperationRequest read(const CLI::App& app) const;
+
+ private:
+  void declareManager(CLI::App& app);
+  void declareCertificate(CLI::App& app);
+  void declareLog(CLI::App& app);
+
+  OperationRequest request_;
+  std::string manager_;
+  bool strictTls_ = true;
+  std::string logLevel_;
+};
+
+}  // namespace kestrelvisor::ctl

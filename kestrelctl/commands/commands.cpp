@@ -1,0 +1,16 @@
+#include "kestrelctl/commands/commands.h"
+
+namespace kestrelvisor::ctl {
+
+std::vector<std::unique_ptr<Command>> allCommands() {
+  std::vector<std::unique_ptr<Command>> commands;
+  commands.push_back(makeVerifyCommand());
+  commands.push_back(makeScanCommand());
+  commands.push_back(makeDisableCbtCommand());
+  commands.push_back(makeEncryptPasswordCommand());
+  commands.push_back(makeDemoCommand());
+  commands.push_back(makeVersionCommand());
+  return commands;
+}
+
+}  // namespace kestrelvisor::ctl

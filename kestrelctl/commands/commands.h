@@ -1,0 +1,14 @@
+#pragma once
+
+#include "kestrelctl/command.h"
+
+namespace kestrelvisor::ctl {
+
+std::unique_ptr<Command> makeVerifyCommand();
+std::unique_ptr<Command> makeScanCommand();
+std::unique_ptr<Command> makeDisableCbtCommand();
+std::unique_ptr<Command> makeEncryptPasswordCommand();
+std::unique_ptr<Command> makeDemoCommand();
+std::unique_ptr<Command> makeVersionCommand();
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,88 @@
+#include "kestrelctl/command_options.h"
+#include "kestrelctl/commands/commands.h"
+#include "kestrelctl/console.h"
+#include "kestrelctl/failure.h"
+#include "kestrelctl/file_replacement.h"
+#include "kestrelctl/reply_views.h"
+#include "kestrelctl/terminal_text.h"
+
+namespace kestrelvisor::ctl {
+namespace {
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  kestrelctl scan --manager https://vrm.example.com --user backup\n"
+    "  kestrelctl scan --manager https://vrm.example.com --user backup --save a.pb\n"
+    "  kestrelctl scan -o json --manager https://vrm.example.com --user backup \\\n"
+    "      | jq -r '.machines[] | [.name, .uri] | @tsv'\n";
+
+class ScanCommand : public Command {
+ public:
+  ScanCommand()
+      : Command(
+            {"scan", "Show the clusters, hosts, machines and datastores of a site", kExamples}) {}
+
+  void declareOptions(CLI::App& app) override;
+  void finishOptions(const CLI::App& app) override;
+  ExitCode run() override;
+
+ private:
+  void keep(const OperationResult& result) const;
+
+  OperationArguments arguments_;
+  OperationRequest request_;
+  OutputFormat format_ = OutputFormat::tree;
+  std::string saveFile_;        // empty: the reply is not kept
+  std::string testerDumpFile_;  // empty: the dump is dropped
+};
+
+void ScanCommand::declareOptions(CLI::App& app) {
+  addFormatOption(app, format_, {OutputFormat::tree, OutputFormat::json});
+  addFileOption(app, "--save", saveFile_, "Keep the reply in this file, as protobuf");
+  addFileOption(app, "--tester-dump", testerDumpFile_,
+                "Keep the engine's dump for testers in this file");
+  arguments_.declare(app);
+}
+
+void ScanCommand::finishOptions(const CLI::App& app) {
+  request_ = arguments_.read(app);
+  request_.kind = OperationKind::scan;
+  request_.keepsTesterDump = !testerDumpFile_.empty();
+}
+
+void ScanCommand::keep(const OperationResult& result) const {
+  if (!saveFile_.empty()) {
+    std::string bytes;
+    if (!result.reply.SerializeToString(&bytes)) {
+      throw Failure(ExitCode::partial, "the reply is too large to be kept as protobuf");
+    }
+    replaceFile(saveFile_, bytes);
+    say("The reply is kept in " + saveFile_ + ".");
+  }
+  if (!testerDumpFile_.empty()) replaceFile(testerDumpFile_, result.testerDump);
+}
+
+std::string shown(const ScanEnvironmentReply& reply, OutputFormat format) {
+  const ReplyIndex index(reply);
+  return format == OutputFormat::json ? jsonView(index) : treeView(index, renderingOfResults());
+}
+
+ExitCode ScanCommand::run() {
+  if (!saveFile_.empty()) checkReplaceable("--save", saveFile_);
+  if (!testerDumpFile_.empty()) checkReplaceable("--tester-dump", testerDumpFile_);
+  const OperationResult result = perform(request_);
+  warnOf(result.warnings);
+  keep(result);
+  printResult(shown(result.reply, format_));
+  const std::size_t leftOut = result.machinesLeftOut;
+  if (leftOut == 0) return ExitCode::success;
+  warn(counted(leftOut, "machine") + " could not be read and " + (leftOut == 1 ? "is" : "are") +
+       " missing here; --log-level warning names them");
+  return ExitCode::partial;
+}
+
+}  // namespace
+
+std::unique_ptr<Command> makeScanCommand() { return std::make_unique<ScanCommand>(); }
+
+}  // namespace kestrelvisor::ctl

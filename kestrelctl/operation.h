@@ -1,0 +1,57 @@
+#pragma once
+
+#include "environment.pb.h"
+#include "kestrelctl/accounting.h"
+#include "kestrelctl/manager_address.h"
+#include "kestrelctl/password_source.h"
+#include "kestrelctl/warning.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kestrelvisor::ctl {
+
+// How to reach a manager, and as whom.
+struct ConnectionOptions {
+  ManagerAddress manager;
+  std::string user;
+  PasswordSource password;
+  std::string certificateFile;    // empty: the system's trust store
+  std::optional<bool> strictTls;  // nothing: what the configuration file says
+  bool keepAddress = false;       // replace what the manager reports by the host that was named
+  bool followAddress = false;     // let the manager report any address
+  bool useEnvironment = false;    // obey the variables of libcurl and OpenSSL
+};
+
+struct LogSettings {
+  std::optional<int> level;  // nothing: none on the terminal, 1 and above in a file
+  std::string file;          // empty: standard error
+};
+
+enum class OperationKind { verify, scan, disableCbt };
+
+// What the engine is asked to do with a manager.
+struct OperationRequest {
+  OperationKind kind = OperationKind::verify;
+  ConnectionOptions connection;
+  LogSettings log;
+  std::string machineUri;        // of disableCbt
+  bool keepsTesterDump = false;  // of scan
+};
+
+// What it gave, each operation its own part.
+struct OperationResult {
+  std::string guid;                 // of verify: the manager's
+  ScanEnvironmentReply reply;       // of scan
+  std::string testerDump;           // of scan: what the engine printed, when it was to be kept
+  std::size_t machinesLeftOut = 0;  // of scan: their data could not be read
+  std::vector<Warning> warnings;
+};
+
+// Fetches the password and lets the engine work. Throws a Failure, which has the warnings then, or
+// Interrupted.
+OperationResult perform(const OperationRequest& request);
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,16 @@
+#pragma once
+
+namespace kestrelvisor::ctl {
+
+// How a result is shown.
+enum class OutputFormat {
+  table,     // lines of columns for people, cut to the terminal's width
+  wide,      // the same with all columns, uncut
+  tree,      // indented by what stands in what
+  json,      // one document
+  jsonl,     // a document on each line
+  name,      // a line each: what other commands take as an argument
+  protobuf,  // the reply as it came
+};
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+namespace kestrelvisor::ctl {
+
+// Something that the user should know although the command went on.
+struct Warning {
+  std::string kind;  // for programs: a few words of small letters, joined by "-"
+  std::string text;  // for people: a sentence without its full stop
+};
+
+}  // namespace kestrelvisor::ctl
