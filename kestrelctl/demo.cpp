@@ -5,6 +5,7 @@
 #include "kestrelctl/child_process.h"
 #include "kestrelctl/console.h"
 #include "kestrelctl/file_replacement.h"
+#include "kestrelctl/libraries.h"
 #include "platform/reference/password_cipher.h"
 
 #include <fcntl.h>
@@ -188,6 +189,7 @@ void forgetOwnSettings() {
 }  // namespace
 
 ExitCode runDemo(const DemoOptions& options) {
+  prepareLibraries(false);
   const std::string program = findSimulator(options);
   const std::string inventory = findInventory(options);
   checkReplaceable("--save", options.saveFile);
