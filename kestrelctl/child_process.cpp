@@ -19,7 +19,6 @@ namespace {
 
 constexpr int kGraceSeconds = 5;
 constexpr int kMillisecondsPerSecond = 1000;
-constexpr int kCannotExecute = 127;
 
 std::string systemError() { return std::generic_category().message(errno); }
 
@@ -37,10 +36,7 @@ sigset_t endingSignals() {
 // Between fork and exec: only calls that are safe there.
 [[noreturn]] void becomeProgram(const std::vector<char*>& argv, const sigset_t& mask, int output,
                                 int lifeline, pid_t parent) {
-  prctl(PR_SET_PDEATHSIG, SIGTERM);
-  if (getppid() != parent) _exit(kCannotExecute);  // it has ended before the line above
-  for (const int number : {SIGPIPE, SIGXFSZ}) signal(number, SIG_DFL);
-  sigprocmask(SIG_SETMASK, &mask, nullptr);
+  prepareChild(parent, SIGTERM, mask);
   if (output >= 0) dup2(output, STDOUT_FILENO);
   fcntl(lifeline, F_SETFD, 0);  // open as long as the program runs
   execv(argv.front(), argv.data());
@@ -57,7 +53,7 @@ bool isReadableWithin(int descriptor, int seconds) {
 EndingSignals::EndingSignals() {
   const sigset_t signals = endingSignals();
   sigprocmask(SIG_BLOCK, &signals, &before_);
-  arrived_ = Descriptor(signalfd(-1, &signals, SFD_CLOEXEC));
+  arrived_ = Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 EndingSignals::~EndingSignals() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
@@ -71,9 +67,27 @@ void EndingSignals::waitFor(int descriptor, int limitSeconds) const {
   } while (ready < 0 && errno == EINTR);
   if (ready == 0) throw Failure(ExitCode::timeLimit, "a program that was started does not answer");
   if (entries[0].revents == 0) return;
+  if (const int number = take(); number != 0) throw Interrupted{number};
+}
+
+int EndingSignals::take() const {
   signalfd_siginfo information{};
-  if (::read(arrived_.get(), &information, sizeof information) != sizeof information) return;
-  throw Interrupted{static_cast<int>(information.ssi_signo)};
+  const ssize_t count = ::read(arrived_.get(), &information, sizeof information);
+  return count == sizeof information ? static_cast<int>(information.ssi_signo) : 0;
+}
+
+void prepareChild(pid_t parent, int signalOnItsEnd, const sigset_t& mask) {
+  prctl(PR_SET_PDEATHSIG, signalOnItsEnd);
+  if (getppid() != parent) _exit(kCannotExecute);  // it has ended before the line above
+  for (const int number : {SIGPIPE, SIGXFSZ}) signal(number, SIG_DFL);
+  sigprocmask(SIG_SETMASK, &mask, nullptr);
+}
+
+int waitForEnd(pid_t id) {
+  int status = 0;
+  while (waitpid(id, &status, 0) < 0 && errno == EINTR) {
+  }
+  return status;
 }
 
 ChildProcess::ChildProcess(const EndingSignals& signals, const std::string& program,
@@ -116,9 +130,7 @@ int ChildProcess::stop() {
 }
 
 int ChildProcess::reap() {
-  int status = 0;
-  while (waitpid(id_, &status, 0) < 0 && errno == EINTR) {
-  }
+  const int status = waitForEnd(id_);
   id_ = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : exitCodeOfSignal(WTERMSIG(status));
 }

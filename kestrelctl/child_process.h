@@ -28,6 +28,11 @@ class EndingSignals {
   // Failure after limitSeconds; a negative limit means none.
   void waitFor(int descriptor, int limitSeconds) const;
 
+  // For waits of another kind: can be read when a signal has come. take returns its number, or 0
+  // when none has.
+  int descriptor() const { return arrived_.get(); }
+  int take() const;
+
   // What the process let through before; children start with it.
   const sigset_t& before() const { return before_; }
 
@@ -35,6 +40,16 @@ class EndingSignals {
   sigset_t before_{};
   Descriptor arrived_;
 };
+
+// In a fresh child, before exec: sees to it that the child gets a signal when its parent ends, and
+// starts with the mask and the dispositions that programs expect. Makes only calls that are safe
+// there.
+void prepareChild(pid_t parent, int signalOnItsEnd, const sigset_t& mask);
+
+// Waits for a child's end; returns its wait status.
+int waitForEnd(pid_t id);
+
+inline constexpr int kCannotExecute = 127;  // how a child ends that finds no program
 
 // A program that runs beside us and never outlives us, however we end.
 class ChildProcess {

@@ -1,5 +1,6 @@
 #include "kestrelctl/command_options.h"
 
+#include "kestrelctl/duration.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/terminal_text.h"
 
@@ -76,6 +77,7 @@ void addFormatOption(CLI::App& app, OutputFormat& target, std::vector<OutputForm
 void OperationArguments::declare(CLI::App& app) {
   declareManager(app);
   declareCertificate(app);
+  declareTimeLimit(app);
   addPasswordOptions(app, request_.connection.password);
   declareLog(app);
 }
@@ -121,6 +123,14 @@ void OperationArguments::declareCertificate(CLI::App& app) {
       ->group(kManagerGroup);
 }
 
+void OperationArguments::declareTimeLimit(CLI::App& app) {
+  app.add_option("--timeout", timeLimit_,
+                 "Give up after this time, such as 30s, 2m or 1h30m; a plain number counts "
+                 "seconds. No limit unless told")
+      ->type_name("TIME")
+      ->group(kManagerGroup);
+}
+
 void OperationArguments::declareLog(CLI::App& app) {
   const char* const group = "Log";
   app.add_option("--log-level", logLevel_,
@@ -139,6 +149,7 @@ OperationRequest OperationArguments::read(const CLI::App& app) const {
   request.connection.manager = readManagerAddress(manager_);
   checkUser(request.connection.user);
   if (app.count("--strict-tls") > 0) request.connection.strictTls = strictTls_;
+  if (app.count("--timeout") > 0) request.timeLimit = readDuration("--timeout", timeLimit_);
   if (!logLevel_.empty()) request.log.level = levelNumber(logLevel_);
   return request;
 }

@@ -31,12 +31,14 @@ class OperationArguments {
  private:
   void declareManager(CLI::App& app);
   void declareCertificate(CLI::App& app);
+  void declareTimeLimit(CLI::App& app);
   void declareLog(CLI::App& app);
 
   OperationRequest request_;
   std::string manager_;
   bool strictTls_ = true;
   std::string logLevel_;
+  std::string timeLimit_;
 };
 
 }  // namespace kestrelvisor::ctl

@@ -44,7 +44,6 @@ void prepareKey() {
 std::string encrypted(const std::string& password) {
   std::string cipher;
   std::string problem;
-  prepareKey();
   if (!encryptPassword(password, cipher, problem)) {
     throw wrongUsage("the password cannot be encrypted: " + problem);
   }
@@ -74,6 +73,7 @@ EngineSession::EngineSession(const ConnectionOptions& options)
   path_.add_protocol(options.manager.https ? kHttps : kPlainHttp);
   path_.add_username(options.user);
   path_.add_cert(certificate.empty() ? std::string() : readCertificateFile(certificate));
+  prepareKey();
   prepareTransport(options);
   kestrelvisor_engine_init();
 }
@@ -94,6 +94,8 @@ LogEvidence EngineSession::run(const std::string& what, const Operation& operati
   EnvProxyResult result;
   try {
     result = operation(description);
+  } catch (const Failure&) {
+    throw;  // none of the engine's: an observer of its log has ended the operation
   } catch (const std::exception& error) {
     throw failureOfException(attempt, error.what());
   } catch (...) {
@@ -113,7 +115,7 @@ LogEvidence EngineSession::run(const std::string& what, const Operation& operati
 
 std::string EngineSession::verify() {
   std::string guid;
-  run("verifying", [&](std::string& description) {
+  run(nameOf(OperationKind::verify), [&](std::string& description) {
     return KestrelVisorEngine::getKestrelVisorInstance().VerifyCredentials(path_, description,
                                                                            guid);
   });
@@ -121,7 +123,7 @@ std::string EngineSession::verify() {
 }
 
 std::size_t EngineSession::scan(ScanEnvironmentReply& reply, std::streambuf& testerDump) {
-  const LogEvidence evidence = run("scanning", [&](std::string& description) {
+  const LogEvidence evidence = run(nameOf(OperationKind::scan), [&](std::string& description) {
     const StandardOutputExchange exchange(testerDump);
     return KestrelVisorEngine::getKestrelVisorInstance().scanEnvironment(reply, path_, description);
   });
@@ -129,7 +131,7 @@ std::size_t EngineSession::scan(ScanEnvironmentReply& reply, std::streambuf& tes
 }
 
 void EngineSession::disableCbt(const std::string& machineUri) {
-  run("switching off changed-block tracking of " + machineUri, [&](std::string& description) {
+  run(nameOf(OperationKind::disableCbt, machineUri), [&](std::string& description) {
     return KestrelVisorEngine::getKestrelVisorInstance().DisableCBT(path_, machineUri, description);
   });
 }

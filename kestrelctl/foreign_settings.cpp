@@ -1,5 +1,6 @@
 #include "kestrelctl/foreign_settings.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 
@@ -18,6 +19,11 @@ constexpr std::array<const char*, 7> kTls{
 void forgetForeignSettings() {
   for (const char* const variable : kProxies) unsetenv(variable);
   for (const char* const variable : kTls) unsetenv(variable);
+}
+
+bool isForeignSetting(std::string_view name) {
+  return std::find(kProxies.begin(), kProxies.end(), name) != kProxies.end() ||
+         std::find(kTls.begin(), kTls.end(), name) != kTls.end();
 }
 
 }  // namespace kestrelvisor::ctl

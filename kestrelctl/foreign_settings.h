@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 namespace kestrelvisor::ctl {
 
 // Takes out of this process's environment what libcurl and OpenSSL would obey: over whom a request
@@ -7,5 +9,8 @@ namespace kestrelvisor::ctl {
 // written. A shell, a container or a scheduler may have set these for other programs. To be called
 // before the first use of either library.
 void forgetForeignSettings();
+
+// Whether the variable of this name is one of them.
+bool isForeignSetting(std::string_view name);
 
 }  // namespace kestrelvisor::ctl

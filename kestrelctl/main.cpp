@@ -1,16 +1,24 @@
 #include "kestrelctl/child_process.h"
 #include "kestrelctl/command_line.h"
 #include "kestrelctl/console.h"
+#include "kestrelctl/worker/worker.h"
 
 #include <csignal>
 #include <exception>
+#include <string_view>
 
 namespace kestrelvisor::ctl {
 namespace {
 
+// Said by this program to itself alone; people see nothing of it.
+bool isWorkerCall(int argc, char** argv) {
+  return argc == 2 && std::string_view(argv[1]) == kWorkerCommand;
+}
+
 int runProgram(int argc, char** argv) {
   prepareStreams();
   try {
+    if (isWorkerCall(argc, argv)) return static_cast<int>(runWorker());
     const auto command = readCommandLine(argc, argv);
     if (!command) return 0;
     return static_cast<int>(command->run());

@@ -6,7 +6,9 @@
 #include "kestrelctl/password_source.h"
 #include "kestrelctl/warning.h"
 
+#include <chrono>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -37,8 +39,9 @@ struct OperationRequest {
   OperationKind kind = OperationKind::verify;
   ConnectionOptions connection;
   LogSettings log;
-  std::string machineUri;        // of disableCbt
-  bool keepsTesterDump = false;  // of scan
+  std::string machineUri;                              // of disableCbt
+  bool keepsTesterDump = false;                        // of scan
+  std::optional<std::chrono::milliseconds> timeLimit;  // of all of it, logouts included
 };
 
 // What it gave, each operation its own part.
@@ -50,8 +53,15 @@ struct OperationResult {
   std::vector<Warning> warnings;
 };
 
-// Fetches the password and lets the engine work. Throws a Failure, which has the warnings then, or
-// Interrupted.
-OperationResult perform(const OperationRequest& request);
+// What an operation is called when it fails: "scanning".
+std::string nameOf(OperationKind kind, const std::string& machineUri = {});
+
+// Is told now and then how far a scan has come.
+struct ScanCounts;
+using ProgressSink = std::function<void(const ScanCounts&)>;
+
+// Fetches the password and lets the engine work, in a process of its own. Throws a Failure, which
+// has the warnings then, or Interrupted, whose warnings have been told.
+OperationResult perform(const OperationRequest& request, const ProgressSink& progress = {});
 
 }  // namespace kestrelvisor::ctl

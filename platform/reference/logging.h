@@ -67,7 +67,8 @@ class LogObserver {
   using OnRecord = std::function<void(const LogRecord&)>;
 
   // Called when a statement starts, before any of its pieces. What it throws leaves the statement,
-  // which is how tests see what an exception does at that place.
+  // which is how tests see what an exception does at that place, and how a host can leave an
+  // operation.
   using OnStatement = std::function<void(int level, std::string_view function)>;
 
   static constexpr int kEveryLevel = std::numeric_limits<int>::min();

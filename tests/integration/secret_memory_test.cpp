@@ -14,6 +14,7 @@
 namespace kestrelvisor::test {
 namespace {
 
+using vrmsim::test::onlyChildOf;
 using vrmsim::test::Process;
 using vrmsim::test::TemporaryFolder;
 
@@ -135,13 +136,13 @@ class WatchedManager : public ::testing::Test {
   ~WatchedManager() override { gate.openForGood(); }
 
   // The host goes on up to the nth request with this line, whose answer does not come.
-  void waitForRequest(const Process& host) {
+  void waitForRequest(pid_t host) {
     ASSERT_TRUE(gate.waitUntilHeld());
-    ASSERT_TRUE(waitUntilIdle(host.id()));
+    ASSERT_TRUE(waitUntilIdle(host));
   }
 
-  Secrets secretsOf(const Process& host) const {
-    const ProcessMemory memory(host.id());
+  Secrets secretsOf(pid_t host) const {
+    const ProcessMemory memory(host);
     const std::vector<std::string> tokens = gate.tokens();
     Secrets secrets;
     secrets.password = copiesIn(memory, password_);
@@ -210,7 +211,7 @@ class SecretMemory : public WatchedManager, public ::testing::WithParamInterface
   void runUpTo(const std::string& operation, const std::string& line, int nth) {
     gate.holdAt(line, nth);
     host.write(operation + "\n");
-    waitForRequest(host);
+    waitForRequest(host.id());
   }
 
   // Runs an operation to its end and expects its status.
@@ -230,7 +231,7 @@ class SecretMemory : public WatchedManager, public ::testing::WithParamInterface
     manager.answerOnce("POST", "/service/session", 1, {200, {{"X-Auth-Token", token}}, body});
   }
 
-  Secrets secrets() const { return secretsOf(host); }
+  Secrets secrets() const { return secretsOf(host.id()); }
 
   Process host;
 };
@@ -405,7 +406,7 @@ INSTANTIATE_TEST_SUITE_P(Host, ResumedSessions,
 INSTANTIATE_TEST_SUITE_P(Host, ResumedSessionsInPlainMemory,
                          ::testing::Values(Setup{"OverHttps", true, kLongPassword}));
 
-// kestrelctl is a host like any other, which reads the password itself.
+// kestrelctl is a host of two processes: one reads the password, the other one has the engine.
 class KestrelctlMemory : public WatchedManager, public ::testing::WithParamInterface<Setup> {
  protected:
   KestrelctlMemory() : WatchedManager(GetParam().tls, GetParam().password) {}
@@ -421,12 +422,22 @@ class KestrelctlMemory : public WatchedManager, public ::testing::WithParamInter
   }
 };
 
-TEST_P(KestrelctlMemory, HoldsWhatTheEngineDoesDuringAScanAndNoMore) {
+TEST_P(KestrelctlMemory, OfItsWorkerHoldsWhatTheEngineDoesDuringAScanAndNoMore) {
   gate.holdAt(kClusters, 1);
-  const Process host(kEnv, boundAtStart(KESTRELCTL, words()));
-  waitForRequest(host);
+  const Process host(KESTRELCTL, words());
+  waitForRequest(host.id());
+  const pid_t worker = onlyChildOf(host.id());
+  waitForRequest(worker);
 
-  EXPECT_EQ(secretsOf(host), duringAScan());
+  EXPECT_EQ(secretsOf(worker), duringAScan());
+}
+
+TEST_P(KestrelctlMemory, HoldsNothingOnceTheWorkerHasThePassword) {
+  gate.holdAt(kClusters, 1);
+  const Process host(KESTRELCTL, words());
+  waitForRequest(host.id());
+
+  EXPECT_EQ(secretsOf(host.id()), Secrets());
 }
 
 INSTANTIATE_TEST_SUITE_P(Host, KestrelctlMemory,

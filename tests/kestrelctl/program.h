@@ -24,6 +24,7 @@ class Program {
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
+  pid_t id() const { return id_; }
   // Reads standard error up to a text.
   void waitForTalk(const std::string& text);
   void signal(int number) const;

@@ -144,6 +144,26 @@ void Process::readBoth() {
   }
 }
 
+pid_t onlyChildOf(pid_t parent) {
+  std::vector<pid_t> children;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    const std::string name = entry.path().filename();
+    if (name.find_first_not_of("0123456789") != std::string::npos) continue;
+    std::ifstream stat(entry.path() / "stat");
+    std::string line;
+    std::getline(stat, line);
+    const std::size_t nameEnd = line.rfind(") ");
+    if (nameEnd == std::string::npos) continue;  // it has ended meanwhile
+    std::istringstream words(line.substr(nameEnd + 2));
+    char state = 0;
+    pid_t itsParent = 0;
+    words >> state >> itsParent;
+    if (itsParent == parent) children.push_back(std::stoi(name));
+  }
+  if (children.size() != 1) throw std::runtime_error("not one child");
+  return children.front();
+}
+
 TemporaryFolder::TemporaryFolder() {
   std::string pattern = (std::filesystem::temp_directory_path() / "vrmsim-test-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");

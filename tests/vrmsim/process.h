@@ -48,6 +48,9 @@ class Process {
   int status_ = 0;
 };
 
+// The one child that a process has; throws std::runtime_error when it has none or several.
+pid_t onlyChildOf(pid_t parent);
+
 // A folder of its own for a test's files, removed with the object.
 class TemporaryFolder {
  public:

@@ -1,0 +1,177 @@
+#include "kestrelctl/worker/messages.h"
+
+#include <array>
+#include <utility>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+struct Kind {
+  OperationKind ours;
+  wire::Job::Kind theirs;
+};
+constexpr std::array<Kind, 3> kKinds{{{OperationKind::verify, wire::Job::VERIFY},
+                                      {OperationKind::scan, wire::Job::SCAN},
+                                      {OperationKind::disableCbt, wire::Job::DISABLE_CBT}}};
+
+wire::Job::Kind wireKind(OperationKind kind) {
+  for (const Kind& row : kKinds) {
+    if (row.ours == kind) return row.theirs;
+  }
+  return wire::Job::VERIFY;
+}
+
+OperationKind kindOf(wire::Job::Kind kind) {
+  for (const Kind& row : kKinds) {
+    if (row.theirs == kind) return row.ours;
+  }
+  return OperationKind::verify;
+}
+
+void fill(wire::Job::Connection& wired, const ConnectionOptions& connection) {
+  wired.set_https(connection.manager.https);
+  wired.set_host(connection.manager.host);
+  wired.set_port(connection.manager.port);
+  wired.set_user(connection.user);
+  wired.set_certificate_file(connection.certificateFile);
+  if (connection.strictTls) wired.set_strict_tls(*connection.strictTls);
+  wired.set_keep_address(connection.keepAddress);
+  wired.set_follow_address(connection.followAddress);
+  wired.set_use_environment(connection.useEnvironment);
+}
+
+ConnectionOptions connectionOf(const wire::Job::Connection& wired) {
+  ConnectionOptions connection;
+  connection.manager.https = wired.https();
+  connection.manager.host = wired.host();
+  connection.manager.port = static_cast<std::uint16_t>(wired.port());
+  connection.user = wired.user();
+  connection.certificateFile = wired.certificate_file();
+  if (wired.has_strict_tls()) connection.strictTls = wired.strict_tls();
+  connection.keepAddress = wired.keep_address();
+  connection.followAddress = wired.follow_address();
+  connection.useEnvironment = wired.use_environment();
+  return connection;
+}
+
+// Into a Done or a Failed.
+template <class Outcome>
+void addWarnings(Outcome& outcome, const std::vector<Warning>& warnings) {
+  for (const Warning& warning : warnings) {
+    wire::Warning& added = *outcome.add_warnings();
+    added.set_kind(warning.kind);
+    added.set_text(warning.text);
+  }
+}
+
+template <class Outcome>
+std::vector<Warning> warningsOf(const Outcome& outcome) {
+  std::vector<Warning> warnings;
+  for (const wire::Warning& warning : outcome.warnings()) {
+    warnings.push_back({warning.kind(), warning.text()});
+  }
+  return warnings;
+}
+
+// A number that is none of ours counts as what cannot be read.
+ExitCode exitCodeOf(std::int32_t number) {
+  const bool known = number >= static_cast<int>(ExitCode::wrongUsage) &&
+                     number <= static_cast<int>(ExitCode::unreadableAnswer);
+  return known ? static_cast<ExitCode>(number) : ExitCode::unreadableAnswer;
+}
+
+}  // namespace
+
+wire::Job jobOf(const OperationRequest& request) {
+  wire::Job job;
+  job.set_kind(wireKind(request.kind));
+  fill(*job.mutable_connection(), request.connection);
+  if (request.log.level) job.mutable_log()->set_level(*request.log.level);
+  job.mutable_log()->set_file(request.log.file);
+  job.set_machine_uri(request.machineUri);
+  job.set_keeps_tester_dump(request.keepsTesterDump);
+  return job;
+}
+
+OperationRequest requestOf(const wire::Job& job) {
+  OperationRequest request;
+  request.kind = kindOf(job.kind());
+  request.connection = connectionOf(job.connection());
+  if (job.log().has_level()) request.log.level = job.log().level();
+  request.log.file = job.log().file();
+  request.machineUri = job.machine_uri();
+  request.keepsTesterDump = job.keeps_tester_dump();
+  return request;
+}
+
+wire::Event readyEvent() {
+  wire::Event event;
+  event.mutable_ready();
+  return event;
+}
+
+wire::Event sessionsEvent(std::uint64_t open) {
+  wire::Event event;
+  event.mutable_sessions()->set_open(open);
+  return event;
+}
+
+wire::Event eventOf(const OperationResult& result) {
+  wire::Event event;
+  wire::Done& done = *event.mutable_done();
+  done.set_guid(result.guid);
+  if (!result.reply.SerializeToString(done.mutable_reply())) {
+    throw Failure(ExitCode::partial, "the reply is too large to be handed over");
+  }
+  done.set_tester_dump(result.testerDump);
+  done.set_machines_left_out(result.machinesLeftOut);
+  addWarnings(done, result.warnings);
+  return event;
+}
+
+wire::Event eventOf(const Failure& failure) {
+  wire::Event event;
+  wire::Failed& failed = *event.mutable_failed();
+  failed.set_exit_code(static_cast<std::int32_t>(failure.exitCode));
+  failed.set_what(failure.what());
+  for (const Failure::Fact& fact : failure.facts) {
+    wire::Failed::Fact& added = *failed.add_facts();
+    added.set_label(fact.label);
+    added.set_text(fact.text);
+  }
+  failed.set_hint(failure.hint);
+  addWarnings(failed, failure.warnings);
+  return event;
+}
+
+OperationResult resultOf(const wire::Done& done) {
+  OperationResult result;
+  result.guid = done.guid();
+  if (!result.reply.ParseFromString(done.reply())) throw BrokenChannel("no reply can be read");
+  result.testerDump = done.tester_dump();
+  result.machinesLeftOut = done.machines_left_out();
+  result.warnings = warningsOf(done);
+  return result;
+}
+
+Failure failureOf(const wire::Failed& failed) {
+  Failure failure(exitCodeOf(failed.exit_code()), failed.what());
+  for (const wire::Failed::Fact& fact : failed.facts()) {
+    failure.facts.push_back({fact.label(), fact.text()});
+  }
+  failure.hint = failed.hint();
+  failure.warnings = warningsOf(failed);
+  return failure;
+}
+
+void sendMessage(Channel& channel, const google::protobuf::MessageLite& message) {
+  std::string frame;
+  if (!message.SerializeToString(&frame)) throw BrokenChannel("a message is too large");
+  channel.send(frame);
+}
+
+void readMessage(const std::string& frame, google::protobuf::MessageLite& message) {
+  if (!message.ParseFromString(frame)) throw BrokenChannel("a message cannot be read");
+}
+
+}  // namespace kestrelvisor::ctl
