@@ -53,6 +53,11 @@ std::array<int, 2> makePipe() {
   return ends;
 }
 
+// In a fresh child: whoever runs the tests in the background, or behind nohup, ignores some.
+void expectSignals() {
+  for (const int number : {SIGINT, SIGQUIT, SIGHUP, SIGTERM}) std::signal(number, SIG_DFL);
+}
+
 int waitFor(pid_t id) {
   int status = 0;
   waitpid(id, &status, 0);
@@ -82,6 +87,7 @@ Program::Program(const Arguments& arguments, const Setting& setting) {
   id_ = fork();
   if (id_ == 0) {
     setsid();
+    expectSignals();
     dup2(input[0], STDIN_FILENO);
     dup2(output[1], STDOUT_FILENO);
     dup2(talk[1], STDERR_FILENO);
@@ -154,6 +160,7 @@ TerminalProgram::TerminalProgram(const Arguments& arguments) {
   if (id_ == 0) {
     close(terminal_);
     if (login_tty(ourEnd_) != 0) _exit(127);
+    expectSignals();
     execve(argv.get()[0], argv.get(), environment.get());
     _exit(127);
   }
