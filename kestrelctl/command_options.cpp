@@ -27,6 +27,16 @@ const std::map<OutputFormat, std::string>& formatNames() {
   return names;
 }
 
+// Takes one of these words. The check sees the word, not the value that it stands for.
+template <class Value>
+CLI::Option* addChoice(CLI::App& app, const char* name, Value& target,
+                       const std::map<std::string, Value>& choices,
+                       const std::string& description) {
+  const auto take = [&target, choices](const std::string& word) { target = choices.at(word); };
+  return app.add_option_function<std::string>(name, take, description)
+      ->check(CLI::IsMember(choices).description(""));
+}
+
 int levelNumber(const std::string& word) {
   constexpr std::array<const char*, 6> kWords{"trace", "info", "note", "warning", "error", "off"};
   const auto* const found = std::find(kWords.begin(), kWords.end(), word);
@@ -68,10 +78,7 @@ void addFormatOption(CLI::App& app, OutputFormat& target, std::vector<OutputForm
     if (format == formats.front()) continue;
     description += (format == formats.back() ? " or " : ", ") + name;
   }
-  app.add_option("-o,--output", target, description)
-      ->type_name("FORM")
-      ->transform(CLI::Transformer(choices).description(""))
-      ->check(CLI::IsMember(choices).description(""));
+  addChoice(app, "-o,--output", target, choices, description)->type_name("FORM");
 }
 
 void OperationArguments::declare(CLI::App& app) {
