@@ -15,12 +15,21 @@ struct Accounting {
   std::uint64_t unreadableUuid = 0;  // no GUID can be made of it
   std::uint64_t unreadData = 0;      // the manager did not tell its data
 
+  // Machines that the manager told of and that were in their place no more when it was their turn.
+  // They are a part of what is unexplained, where machines that came meanwhile can hide them.
+  std::uint64_t vanished = 0;
+
   // Machines that came or went while the scan ran, or that nothing is known of. Negative: more were
   // met than counted.
   std::int64_t unexplained() const {
     return static_cast<std::int64_t>(counted) -
            static_cast<std::int64_t>(recorded + templates + linkedClones + outOfScope +
                                      unreadableUuid + unreadData);
+  }
+
+  // Whether a machine is missing that a backup may need. Templates and linked clones are none.
+  bool isIncomplete() const {
+    return outOfScope + unreadableUuid + unreadData + vanished > 0 || unexplained() > 0;
   }
 };
 

@@ -33,6 +33,9 @@ std::string wrapped(std::string_view text, std::size_t width);
 // "80 GiB", "1.5 TiB", "0 KiB".
 std::string humanSize(std::uint64_t kib);
 
+// "1,234,567".
+std::string grouped(std::uint64_t number);
+
 // "1 disk", "2 disks".
 std::string counted(std::size_t count, const std::string& noun);
 

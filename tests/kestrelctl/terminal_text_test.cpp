@@ -49,6 +49,13 @@ TEST(TerminalText, ShowsSizesInUnitsThatFit) {
   EXPECT_EQ(humanSize(~0ULL), "16383 EiB");
 }
 
+TEST(TerminalText, GroupsDigits) {
+  EXPECT_EQ(grouped(0), "0");
+  EXPECT_EQ(grouped(999), "999");
+  EXPECT_EQ(grouped(1000), "1,000");
+  EXPECT_EQ(grouped(1234567), "1,234,567");
+}
+
 TEST(TerminalText, CountsInWords) {
   EXPECT_EQ(counted(0, "disk"), "0 disks");
   EXPECT_EQ(counted(1, "disk"), "1 disk");
