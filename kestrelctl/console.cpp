@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <langinfo.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,10 +22,15 @@ bool isSet(const char* variable) {
   return text != nullptr && *text != '\0';
 }
 
-Rendering renderingOf(int stream) {
+// A terminal that obeys escape sequences.
+bool isSmartTerminal(int stream) {
   const char* const kind = std::getenv("TERM");
   const bool dumb = kind == nullptr || std::string_view(kind) == "dumb";
-  const bool colour = isatty(stream) == 1 && !dumb && !isSet("NO_COLOR");
+  return isatty(stream) == 1 && !dumb;
+}
+
+Rendering renderingOf(int stream) {
+  const bool colour = isSmartTerminal(stream) && !isSet("NO_COLOR");
   return {colour, std::string_view(nl_langinfo(CODESET)) == "UTF-8"};
 }
 
@@ -103,6 +109,16 @@ void report(const Failure& failure) {
   sayFact(hintLabel,
           indented(wrapped(printable(failure.hint, rendering.utf8), kLineWidth - column), column));
 }
+
+bool talkCanBeDrawnOver() { return isSmartTerminal(STDERR_FILENO); }
+
+std::size_t columnsOfTalk() {
+  winsize size{};
+  const bool tells = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return tells ? size.ws_col : kLineWidth;
+}
+
+void drawOnTalk(const std::string& bytes) { static_cast<void>(writeAll(STDERR_FILENO, bytes)); }
 
 void prepareStreams() {
   // A closed standard stream gets the wrong direction on purpose: using it fails.

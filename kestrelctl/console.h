@@ -3,6 +3,7 @@
 #include "kestrelctl/failure.h"
 #include "kestrelctl/warning.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,6 +42,12 @@ void warn(const std::string& text);
 void warnOf(const std::vector<Warning>& warnings);
 // A failure with its warnings in front.
 void report(const Failure& failure);
+
+// Standard error as a place to draw: whether what stands there can be drawn over, how wide it is
+// (80 when it does not tell), and writing without a line end.
+bool talkCanBeDrawnOver();
+std::size_t columnsOfTalk();
+void drawOnTalk(const std::string& bytes);
 
 // Makes the process fit for the rest: the user's character set, no death by a closed pipe or a file
 // that grows beyond the process's limit, and no file that is taken for a standard stream because

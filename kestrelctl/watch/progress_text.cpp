@@ -1,0 +1,74 @@
+#include "kestrelctl/watch/progress_text.h"
+
+#include "kestrelctl/terminal_text.h"
+
+#include <json/json.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+constexpr double kLongestDuration = 1e9;  // beyond that nobody waits
+constexpr unsigned kDecimals = 3;
+
+std::uint64_t rounded(double number) {
+  return static_cast<std::uint64_t>(std::llround(std::clamp(number, 0.0, kLongestDuration)));
+}
+
+std::string objectsText(const ScanCounts& counts) {
+  std::string text = grouped(counts.objects);
+  if (counts.objectsExpected) text += " of " + grouped(*counts.objectsExpected);
+  return text;
+}
+
+Json::Value numberOrNull(const std::optional<std::uint64_t>& number) {
+  return number ? Json::Value(Json::UInt64{*number}) : Json::Value();
+}
+
+Json::Value numberOrNull(const std::optional<double>& number) {
+  return number ? Json::Value(*number) : Json::Value();
+}
+
+}  // namespace
+
+std::string durationText(double seconds) {
+  constexpr std::uint64_t kMinute = 60;
+  constexpr std::uint64_t kHour = 60 * kMinute;
+  const std::uint64_t whole = rounded(std::ceil(std::min(seconds, kLongestDuration)));
+  if (whole < kMinute) return std::to_string(whole) + " s";
+  if (whole < kHour) {
+    return std::to_string(whole / kMinute) + " min " + std::to_string(whole % kMinute) + " s";
+  }
+  return std::to_string(whole / kHour) + " h " + std::to_string(whole % kHour / kMinute) + " min";
+}
+
+std::string progressLine(const ScanCounts& counts, const ProgressEstimate& estimate,
+                         std::size_t width) {
+  std::string line = phaseForPeople(counts.phase);
+  if (counts.phase != ScanPhase::preparing) line += "  " + objectsText(counts);
+  if (const std::uint64_t speed = rounded(estimate.exchangesPerSecond()); speed > 0) {
+    line += "  " + grouped(speed) + (speed == 1 ? " request/s" : " requests/s");
+  }
+  if (const auto left = estimate.secondsLeft()) line += "  " + durationText(*left) + " left";
+  return line.substr(0, width);
+}
+
+std::string progressObject(const ScanCounts& counts, const ProgressEstimate& estimate) {
+  Json::Value value(Json::objectValue);
+  value["phase"] = phaseForPrograms(counts.phase);
+  value["done"] = Json::UInt64{counts.objects};
+  value["expected"] = numberOrNull(counts.objectsExpected);
+  value["exchanges"] = Json::UInt64{counts.exchanges};
+  value["exchangesPerSecond"] = estimate.exchangesPerSecond();
+  value["secondsElapsed"] = estimate.secondsElapsed();
+  value["secondsLeft"] = numberOrNull(estimate.secondsLeft());
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  builder["precision"] = kDecimals;
+  builder["precisionType"] = "decimal";
+  return Json::writeString(builder, value);
+}
+
+}  // namespace kestrelvisor::ctl
