@@ -151,6 +151,16 @@ void OperationArguments::declareLog(CLI::App& app) {
       ->group(group);
 }
 
+void OperationArguments::declareProgress(CLI::App& app) {
+  const std::map<std::string, ProgressMode> modes{{"auto", ProgressMode::automatic},
+                                                  {"none", ProgressMode::none},
+                                                  {"jsonl", ProgressMode::jsonl}};
+  addChoice(app, "--progress", request_.progress, modes,
+            "What standard error shows meanwhile: auto (the default; a line on a terminal), none, "
+            "or jsonl (JSON objects for programs)")
+      ->type_name("HOW");
+}
+
 OperationRequest OperationArguments::read(const CLI::App& app) const {
   OperationRequest request = request_;
   request.connection.manager = readManagerAddress(manager_);

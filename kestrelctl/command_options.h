@@ -25,6 +25,8 @@ void addFormatOption(CLI::App& app, OutputFormat& target, std::vector<OutputForm
 class OperationArguments {
  public:
   void declare(CLI::App& app);
+  // Of commands that take their time. Beside declare.
+  void declareProgress(CLI::App& app);
   // What the options say, looked at as a whole. Throws a Failure of wrong usage.
   OperationRequest read(const CLI::App& app) const;
 

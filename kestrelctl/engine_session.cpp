@@ -4,6 +4,8 @@
 #include "engine/kestrelvisor_engine.h"
 #include "kestrelctl/certificate_file.h"
 #include "kestrelctl/standard_output_exchange.h"
+#include "kestrelctl/watch/paced_progress.h"
+#include "kestrelctl/watch/scan_watch.h"
 #include "platform/reference/configuration.h"
 #include "platform/reference/password_cipher.h"
 #include "platform/reference/url.h"
@@ -48,6 +50,10 @@ std::string encrypted(const std::string& password) {
     throw wrongUsage("the password cannot be encrypted: " + problem);
   }
   return cipher;
+}
+
+void append(const std::vector<Warning>& more, std::vector<Warning>& warnings) {
+  warnings.insert(warnings.end(), more.begin(), more.end());
 }
 
 void prepareTransport(const ConnectionOptions& options) {
@@ -122,12 +128,28 @@ std::string EngineSession::verify() {
   return guid;
 }
 
-std::size_t EngineSession::scan(ScanEnvironmentReply& reply, std::streambuf& testerDump) {
-  const LogEvidence evidence = run(nameOf(OperationKind::scan), [&](std::string& description) {
-    const StandardOutputExchange exchange(testerDump);
-    return KestrelVisorEngine::getKestrelVisorInstance().scanEnvironment(reply, path_, description);
-  });
-  return evidence.machinesLeftOut();
+Accounting EngineSession::scan(ScanEnvironmentReply& reply, std::streambuf& testerDump,
+                               const ProgressSink& progress) {
+  ScanWatch watch;
+  PacedProgress paced(watch, progress);
+  const auto follow = [&](const LogRecord& record) {
+    watch.take(record);
+    paced.offer();
+  };
+  const LogObserver observer(follow, nullptr, ScanWatch::kLowestLevel);
+  try {
+    run(nameOf(OperationKind::scan), [&](std::string& description) {
+      const StandardOutputExchange exchange(testerDump);
+      return KestrelVisorEngine::getKestrelVisorInstance().scanEnvironment(reply, path_,
+                                                                           description);
+    });
+  } catch (Failure& failure) {
+    append(watch.warningsOfFailure(), failure.warnings);
+    throw;
+  }
+  paced.finish();
+  append(watch.warnings(reply), warnings_);
+  return watch.accounting(reply);
 }
 
 void EngineSession::disableCbt(const std::string& machineUri) {

@@ -5,7 +5,6 @@
 #include "kestrelctl/operation.h"
 #include "kestrelctl/outcome.h"
 
-#include <cstddef>
 #include <functional>
 #include <streambuf>
 #include <string>
@@ -33,9 +32,10 @@ class EngineSession {
   // Returns the manager's GUID.
   std::string verify();
 
-  // Fills an empty reply. What the engine prints meanwhile goes to testerDump. Returns the number
-  // of machines that are missing in the reply because their data could not be read.
-  std::size_t scan(ScanEnvironmentReply& reply, std::streambuf& testerDump);
+  // Fills an empty reply. What the engine prints meanwhile goes to testerDump, and how far it is to
+  // progress, if there is one. Returns what became of the manager's machines.
+  Accounting scan(ScanEnvironmentReply& reply, std::streambuf& testerDump,
+                  const ProgressSink& progress = {});
 
   void disableCbt(const std::string& machineUri);
 

@@ -2,7 +2,6 @@
 
 #include "platform/reference/logging.h"
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,8 +9,7 @@
 namespace kestrelvisor::ctl {
 
 // What the engine's log tells about an operation and its result does not: the code and the words of
-// the last request that failed, machines that a scan left out, a certificate that should not have
-// passed.
+// the last request that failed, a certificate that should not have passed.
 class LogEvidence {
  public:
   struct Refusal {
@@ -32,7 +30,6 @@ class LogEvidence {
   const std::optional<std::string>& loginCode() const { return loginCode_; }
   // Code with which switching off changed-block tracking failed.
   const std::optional<std::string>& cbtCode() const { return cbtCode_; }
-  std::size_t machinesLeftOut() const { return machinesLeftOut_; }
   // Why a certificate was refused that then passed all the same.
   const std::optional<std::string>& passedCertificate() const { return passedCertificate_; }
 
@@ -46,7 +43,6 @@ class LogEvidence {
   std::optional<std::string> loginCode_;
   std::optional<std::string> cbtCode_;
   std::optional<std::string> passedCertificate_;
-  std::size_t machinesLeftOut_ = 0;
 };
 
 }  // namespace kestrelvisor::ctl

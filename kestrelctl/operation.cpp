@@ -36,11 +36,9 @@ std::string nameOf(OperationKind kind, const std::string& machineUri) {
   return "switching off changed-block tracking of " + machineUri;
 }
 
-// SEAM(watch): progress goes to the supervision, which calls it with the counts that the worker has
-// told, each 200 ms.
-OperationResult perform(const OperationRequest& request, const ProgressSink&) {
+OperationResult perform(const OperationRequest& request, const ProgressSink& progress) {
   if (!request.connection.useEnvironment) forgetForeignSettings();
-  Supervision supervision(request);
+  Supervision supervision(request, progress);
   supervision.waitUntilReady();
   givePassword(request.connection, supervision);
   return supervision.waitForResult();

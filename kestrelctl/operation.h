@@ -5,10 +5,10 @@
 #include "kestrelctl/manager_address.h"
 #include "kestrelctl/password_source.h"
 #include "kestrelctl/warning.h"
+#include "kestrelctl/watch/progress_mode.h"
+#include "kestrelctl/watch/scan_counts.h"
 
 #include <chrono>
-#include <cstddef>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,8 +28,12 @@ struct ConnectionOptions {
 };
 
 struct LogSettings {
+  static constexpr int kNothing = 5;
+
   std::optional<int> level;  // nothing: none on the terminal, 1 and above in a file
   std::string file;          // empty: standard error
+
+  bool goesToTalk() const { return file.empty() && level.value_or(kNothing) < kNothing; }
 };
 
 enum class OperationKind { verify, scan, disableCbt };
@@ -41,27 +45,25 @@ struct OperationRequest {
   LogSettings log;
   std::string machineUri;                              // of disableCbt
   bool keepsTesterDump = false;                        // of scan
+  ProgressMode progress = ProgressMode::automatic;     // of scan: how whoever asks shows it
   std::optional<std::chrono::milliseconds> timeLimit;  // of all of it, logouts included
 };
 
 // What it gave, each operation its own part.
 struct OperationResult {
-  std::string guid;                 // of verify: the manager's
-  ScanEnvironmentReply reply;       // of scan
-  std::string testerDump;           // of scan: what the engine printed, when it was to be kept
-  std::size_t machinesLeftOut = 0;  // of scan: their data could not be read
+  std::string guid;                      // of verify: the manager's
+  ScanEnvironmentReply reply;            // of scan
+  std::string testerDump;                // of scan: what the engine printed, when it was to be kept
+  std::optional<Accounting> accounting;  // of scan
   std::vector<Warning> warnings;
 };
 
 // What an operation is called when it fails: "scanning".
 std::string nameOf(OperationKind kind, const std::string& machineUri = {});
 
-// Is told now and then how far a scan has come.
-struct ScanCounts;
-using ProgressSink = std::function<void(const ScanCounts&)>;
-
-// Fetches the password and lets the engine work, in a process of its own. Throws a Failure, which
-// has the warnings then, or Interrupted, whose warnings have been told.
+// Fetches the password and lets the engine work, in a process of its own; progress gets the counts
+// of a scan meanwhile. Throws a Failure, which has the warnings then, or Interrupted, whose
+// warnings have been told.
 OperationResult perform(const OperationRequest& request, const ProgressSink& progress = {});
 
 }  // namespace kestrelvisor::ctl

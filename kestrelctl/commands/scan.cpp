@@ -4,7 +4,8 @@
 #include "kestrelctl/failure.h"
 #include "kestrelctl/file_replacement.h"
 #include "kestrelctl/reply_views.h"
-#include "kestrelctl/terminal_text.h"
+#include "kestrelctl/watch/accounting_view.h"
+#include "kestrelctl/watch/progress_display.h"
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -27,6 +28,7 @@ class ScanCommand : public Command {
   ExitCode run() override;
 
  private:
+  OperationResult scanned() const;
   void keep(const OperationResult& result) const;
 
   OperationArguments arguments_;
@@ -34,6 +36,7 @@ class ScanCommand : public Command {
   OutputFormat format_ = OutputFormat::tree;
   std::string saveFile_;        // empty: the reply is not kept
   std::string testerDumpFile_;  // empty: the dump is dropped
+  bool strict_ = false;
 };
 
 void ScanCommand::declareOptions(CLI::App& app) {
@@ -41,13 +44,23 @@ void ScanCommand::declareOptions(CLI::App& app) {
   addFileOption(app, "--save", saveFile_, "Keep the reply in this file, as protobuf");
   addFileOption(app, "--tester-dump", testerDumpFile_,
                 "Keep the engine's dump for testers in this file");
+  app.add_flag("--strict", strict_,
+               "End with exit status 3 when machines are missing from the result; templates and "
+               "linked clones may be");
   arguments_.declare(app);
+  arguments_.declareProgress(app);
 }
 
 void ScanCommand::finishOptions(const CLI::App& app) {
   request_ = arguments_.read(app);
   request_.kind = OperationKind::scan;
   request_.keepsTesterDump = !testerDumpFile_.empty();
+}
+
+OperationResult ScanCommand::scanned() const {
+  const auto manner = mannerOnTalk(request_.progress, request_.log.goesToTalk());
+  ProgressDisplay display(manner, surfaceOfTalk());
+  return perform(request_, [&](const ScanCounts& counts) { display.update(counts); });
 }
 
 void ScanCommand::keep(const OperationResult& result) const {
@@ -70,15 +83,13 @@ std::string shown(const ScanEnvironmentReply& reply, OutputFormat format) {
 ExitCode ScanCommand::run() {
   if (!saveFile_.empty()) checkReplaceable("--save", saveFile_);
   if (!testerDumpFile_.empty()) checkReplaceable("--tester-dump", testerDumpFile_);
-  const OperationResult result = perform(request_);
+  const OperationResult result = scanned();
   warnOf(result.warnings);
   keep(result);
   printResult(shown(result.reply, format_));
-  const std::size_t leftOut = result.machinesLeftOut;
-  if (leftOut == 0) return ExitCode::success;
-  warn(counted(leftOut, "machine") + " could not be read and " + (leftOut == 1 ? "is" : "are") +
-       " missing here; --log-level warning names them");
-  return ExitCode::partial;
+  const Accounting& accounting = result.accounting.value();
+  for (const std::string& line : accountingSummary(accounting)) say(line);
+  return strict_ && accounting.isIncomplete() ? ExitCode::partial : ExitCode::success;
 }
 
 }  // namespace

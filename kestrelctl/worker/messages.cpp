@@ -73,6 +73,30 @@ std::vector<Warning> warningsOf(const Outcome& outcome) {
   return warnings;
 }
 
+void fill(wire::Accounting& wired, const Accounting& accounting) {
+  wired.set_counted(accounting.counted);
+  wired.set_recorded(accounting.recorded);
+  wired.set_templates(accounting.templates);
+  wired.set_linked_clones(accounting.linkedClones);
+  wired.set_out_of_scope(accounting.outOfScope);
+  wired.set_unreadable_uuid(accounting.unreadableUuid);
+  wired.set_unread_data(accounting.unreadData);
+  wired.set_vanished(accounting.vanished);
+}
+
+Accounting accountingOf(const wire::Accounting& wired) {
+  Accounting accounting;
+  accounting.counted = wired.counted();
+  accounting.recorded = wired.recorded();
+  accounting.templates = wired.templates();
+  accounting.linkedClones = wired.linked_clones();
+  accounting.outOfScope = wired.out_of_scope();
+  accounting.unreadableUuid = wired.unreadable_uuid();
+  accounting.unreadData = wired.unread_data();
+  accounting.vanished = wired.vanished();
+  return accounting;
+}
+
 // A number that is none of ours counts as what cannot be read.
 ExitCode exitCodeOf(std::int32_t number) {
   const bool known = number >= static_cast<int>(ExitCode::wrongUsage) &&
@@ -116,6 +140,33 @@ wire::Event sessionsEvent(std::uint64_t open) {
   return event;
 }
 
+wire::Event progressEvent(const ScanCounts& counts) {
+  wire::Event event;
+  wire::Progress& progress = *event.mutable_progress();
+  progress.set_phase(static_cast<std::uint32_t>(counts.phase));
+  progress.set_objects(counts.objects);
+  if (counts.objectsExpected) progress.set_objects_expected(*counts.objectsExpected);
+  progress.set_exchanges(counts.exchanges);
+  progress.set_listings(counts.listings);
+  if (counts.exchangesExpected) progress.set_exchanges_expected(*counts.exchangesExpected);
+  if (counts.listingsExpected) progress.set_listings_expected(*counts.listingsExpected);
+  return event;
+}
+
+ScanCounts countsOf(const wire::Progress& progress) {
+  constexpr auto kLast = static_cast<std::uint32_t>(ScanPhase::reply);
+  if (progress.phase() > kLast) throw BrokenChannel("a phase that nobody knows");
+  ScanCounts counts;
+  counts.phase = static_cast<ScanPhase>(progress.phase());
+  counts.objects = progress.objects();
+  if (progress.has_objects_expected()) counts.objectsExpected = progress.objects_expected();
+  counts.exchanges = progress.exchanges();
+  counts.listings = progress.listings();
+  if (progress.has_exchanges_expected()) counts.exchangesExpected = progress.exchanges_expected();
+  if (progress.has_listings_expected()) counts.listingsExpected = progress.listings_expected();
+  return counts;
+}
+
 wire::Event eventOf(const OperationResult& result) {
   wire::Event event;
   wire::Done& done = *event.mutable_done();
@@ -124,7 +175,7 @@ wire::Event eventOf(const OperationResult& result) {
     throw Failure(ExitCode::partial, "the reply is too large to be handed over");
   }
   done.set_tester_dump(result.testerDump);
-  done.set_machines_left_out(result.machinesLeftOut);
+  if (result.accounting) fill(*done.mutable_accounting(), *result.accounting);
   addWarnings(done, result.warnings);
   return event;
 }
@@ -149,7 +200,7 @@ OperationResult resultOf(const wire::Done& done) {
   result.guid = done.guid();
   if (!result.reply.ParseFromString(done.reply())) throw BrokenChannel("no reply can be read");
   result.testerDump = done.tester_dump();
-  result.machinesLeftOut = done.machines_left_out();
+  if (done.has_accounting()) result.accounting = accountingOf(done.accounting());
   result.warnings = warningsOf(done);
   return result;
 }

@@ -18,10 +18,13 @@ OperationRequest requestOf(const wire::Job& job);
 
 wire::Event readyEvent();
 wire::Event sessionsEvent(std::uint64_t open);
+wire::Event progressEvent(const ScanCounts& counts);
 // Throws a Failure when the result is too large to be handed over.
 wire::Event eventOf(const OperationResult& result);
 wire::Event eventOf(const Failure& failure);
 
+// Throws BrokenChannel for a phase that nobody knows.
+ScanCounts countsOf(const wire::Progress& progress);
 // Throws BrokenChannel when the reply in it cannot be read.
 OperationResult resultOf(const wire::Done& done);
 Failure failureOf(const wire::Failed& failed);

@@ -24,6 +24,8 @@ using std::chrono::milliseconds;
 constexpr milliseconds kPatienceAtEnd(800);
 // Between two signals that cut connections: one may have been made since.
 constexpr milliseconds kBetweenSignals(50);
+// Between two looks at the progress of a scan of which nothing new is told.
+constexpr milliseconds kBetweenCounts(200);
 // For each logout, once the outcome is known.
 constexpr milliseconds kPatienceWithLogout(2000);
 
@@ -96,6 +98,7 @@ int Supervision::millisecondsToWait(Clock::time_point now) const {
   };
   if (!ending_ && !hasOutcome()) consider(deadline_);
   if (!ending_) consider(patience_);
+  if (!ending_ && !hasOutcome()) consider(nextCounts_);
   if (ending_) consider(ending_->kill);
   if (ending_ && !hasOutcome()) consider(ending_->nextSignal);
   if (!next) return -1;
@@ -129,6 +132,10 @@ void Supervision::takeEvent(const wire::Event& event) {
       sessions_ = event.sessions().open();
       hadSession_ = hadSession_ || sessions_ > 0;
       break;
+    case wire::Event::kProgress:
+      counts_ = countsOf(event.progress());
+      tellProgress(Clock::now());
+      break;
     case wire::Event::kDone:
       result_ = resultOf(event.done());
       break;
@@ -156,12 +163,19 @@ void Supervision::takeTime(Clock::time_point now) {
   if (!ending_ && !hasOutcome() && deadline_ && now >= *deadline_) beginEnding(std::nullopt);
   if (!ending_) {
     if (patience_ && now >= *patience_) kill();
+    if (!hasOutcome() && nextCounts_ && now >= *nextCounts_) tellProgress(now);
     return;
   }
   if (now >= ending_->kill) return kill();
   if (hasOutcome() || now < ending_->nextSignal) return;
   worker_->signal(SIGTERM);
   ending_->nextSignal = now + kBetweenSignals;
+}
+
+void Supervision::tellProgress(Clock::time_point now) {
+  if (!progress_) return;
+  progress_(*counts_);
+  nextCounts_ = now + kBetweenCounts;
 }
 
 void Supervision::beginEnding(std::optional<int> signal) {

@@ -19,9 +19,10 @@ namespace kestrelvisor::ctl {
 // worker has ended then. The time limit counts while one of the two waits.
 class Supervision {
  public:
-  // The request must outlive it.
-  explicit Supervision(const OperationRequest& request)
-      : request_(request), left_(request.timeLimit) {}
+  // Both must outlive it. progress gets the latest counts of a scan, some times a second even where
+  // nothing is new.
+  Supervision(const OperationRequest& request, const ProgressSink& progress)
+      : request_(request), progress_(progress), left_(request.timeLimit) {}
 
   // Until the worker has found everything usable but the password.
   void waitUntilReady();
@@ -46,6 +47,7 @@ class Supervision {
   void takeEvent(const wire::Event& event);
   void takeSignal(int number);
   void takeTime(Clock::time_point now);
+  void tellProgress(Clock::time_point now);
   void beginEnding(std::optional<int> signal);
   void kill();
   bool hasOutcome() const { return result_ || failure_; }
@@ -57,6 +59,7 @@ class Supervision {
   void addOwnWarnings(std::vector<Warning>& warnings) const;
 
   const OperationRequest& request_;
+  const ProgressSink& progress_;
   std::optional<WorkerProcess> worker_;
   std::optional<int> status_;  // the wait status of its end
 
@@ -69,7 +72,9 @@ class Supervision {
   std::uint64_t sessions_ = 0;
   bool hadSession_ = false;
 
-  std::optional<Clock::duration> left_;  // of the time limit; nothing: there is none
+  std::optional<ScanCounts> counts_;             // the latest
+  std::optional<Clock::time_point> nextCounts_;  // when they are told again
+  std::optional<Clock::duration> left_;          // of the time limit; nothing: there is none
   std::optional<Clock::time_point> deadline_;
   std::optional<Clock::time_point> patience_;  // with a worker that has told its outcome
   std::optional<Ending> ending_;

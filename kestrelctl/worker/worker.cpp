@@ -20,7 +20,6 @@
 namespace kestrelvisor::ctl {
 namespace {
 
-constexpr int kLogNothing = 5;
 constexpr int kLogInfo = 1;
 
 template <class Value>
@@ -54,18 +53,11 @@ class LogWatch {
  public:
   explicit LogWatch(Channel& channel)
       : channel_(channel),
-        observer_([this](const LogRecord& record) { take(record); },
+        observer_([this](const LogRecord& record) { takeSessions(record); },
                   [](int, std::string_view function) { OrderlyEnd::leaveOperation(function); },
                   SessionLedger::kLowestLevel) {}
 
  private:
-  // Every record passes here.
-  void take(const LogRecord& record) {
-    takeSessions(record);
-    // SEAM(watch): a ScanWatch takes the record here too, and its counts go to the channel as an
-    // event of their own.
-  }
-
   void takeSessions(const LogRecord& record) {
     ledger_.take(record);
     OrderlyEnd::spareLogout(ledger_.isLoggingOut());
@@ -89,7 +81,8 @@ LogWatch& watchLog(Channel& channel) {
 void prepareLog(const LogSettings& settings) {
   LogOptions options;
   options.file = settings.file;
-  options.threshold = settings.level.value_or(settings.file.empty() ? kLogNothing : kLogInfo);
+  options.threshold =
+      settings.level.value_or(settings.file.empty() ? LogSettings::kNothing : kLogInfo);
   std::string problem;
   if (!configureLogging(options, problem)) throw wrongUsage("--log-file: " + problem);
 }
@@ -111,15 +104,16 @@ bool receivePassword(Channel& channel, EngineSession& session) {
   return true;
 }
 
-void scan(EngineSession& session, bool keepsDump, OperationResult& result) {
+void scan(Channel& channel, EngineSession& session, bool keepsDump, OperationResult& result) {
+  const auto tell = [&](const ScanCounts& counts) { sendMessage(channel, progressEvent(counts)); };
   std::stringbuf kept;
   Discard dropped;
   std::streambuf& dump = keepsDump ? static_cast<std::streambuf&>(kept) : dropped;
-  result.machinesLeftOut = session.scan(result.reply, dump);
+  result.accounting = session.scan(result.reply, dump, tell);
   result.testerDump = kept.str();
 }
 
-OperationResult operate(EngineSession& session, const OperationRequest& request) {
+OperationResult operate(Channel& channel, EngineSession& session, const OperationRequest& request) {
   const OrderlyEnd orderly;
   OperationResult result;
   switch (request.kind) {
@@ -127,7 +121,7 @@ OperationResult operate(EngineSession& session, const OperationRequest& request)
       result.guid = session.verify();
       break;
     case OperationKind::scan:
-      scan(session, request.keepsTesterDump, result);
+      scan(channel, session, request.keepsTesterDump, result);
       break;
     case OperationKind::disableCbt:
       session.disableCbt(request.machineUri);
@@ -146,7 +140,7 @@ std::optional<wire::Event> work(Channel& channel, const OperationRequest& reques
     sendMessage(channel, readyEvent());
     if (!receivePassword(channel, session)) return std::nullopt;
     watchLog(channel);
-    return eventOf(operate(session, request));
+    return eventOf(operate(channel, session, request));
   } catch (const Failure& failure) {
     return eventOf(failure);
   } catch (const BrokenChannel&) {

@@ -201,7 +201,14 @@ TEST(WorkerMessages, CarryAResult) {
   result.guid = "guid";
   result.reply.add_machine_records()->set_name("vm");
   result.testerDump = std::string("dump\0", 5);
-  result.machinesLeftOut = 3;
+  result.accounting = Accounting{.counted = 8,
+                                 .recorded = 1,
+                                 .templates = 2,
+                                 .linkedClones = 3,
+                                 .outOfScope = 4,
+                                 .unreadableUuid = 5,
+                                 .unreadData = 6,
+                                 .vanished = 7};
   result.warnings = {{"kind", "text"}};
 
   const OperationResult read = resultOf(eventOf(result).done());
@@ -209,10 +216,58 @@ TEST(WorkerMessages, CarryAResult) {
   EXPECT_EQ(read.guid, "guid");
   EXPECT_EQ(read.reply.machine_records(0).name(), "vm");
   EXPECT_EQ(read.testerDump, result.testerDump);
-  EXPECT_EQ(read.machinesLeftOut, 3U);
+  ASSERT_TRUE(read.accounting);
+  EXPECT_EQ(read.accounting->counted, 8U);
+  EXPECT_EQ(read.accounting->recorded, 1U);
+  EXPECT_EQ(read.accounting->templates, 2U);
+  EXPECT_EQ(read.accounting->linkedClones, 3U);
+  EXPECT_EQ(read.accounting->outOfScope, 4U);
+  EXPECT_EQ(read.accounting->unreadableUuid, 5U);
+  EXPECT_EQ(read.accounting->unreadData, 6U);
+  EXPECT_EQ(read.accounting->vanished, 7U);
   ASSERT_EQ(read.warnings.size(), 1U);
   EXPECT_EQ(read.warnings[0].kind, "kind");
   EXPECT_EQ(read.warnings[0].text, "text");
+}
+
+TEST(WorkerMessages, CarryNoAccountingWhereThereIsNone) {
+  EXPECT_FALSE(resultOf(eventOf(OperationResult{}).done()).accounting);
+}
+
+TEST(WorkerMessages, CarryTheCountsOfAScan) {
+  ScanCounts counts;
+  counts.phase = ScanPhase::machines;
+  counts.objects = 1;
+  counts.objectsExpected = 2;
+  counts.exchanges = 3;
+  counts.listings = 4;
+  counts.exchangesExpected = 5;
+  counts.listingsExpected = 6;
+
+  const ScanCounts read = countsOf(progressEvent(counts).progress());
+
+  EXPECT_EQ(read.phase, ScanPhase::machines);
+  EXPECT_EQ(read.objects, 1U);
+  EXPECT_EQ(read.objectsExpected, 2U);
+  EXPECT_EQ(read.exchanges, 3U);
+  EXPECT_EQ(read.listings, 4U);
+  EXPECT_EQ(read.exchangesExpected, 5U);
+  EXPECT_EQ(read.listingsExpected, 6U);
+}
+
+TEST(WorkerMessages, CarryThatACountIsNotKnown) {
+  const ScanCounts read = countsOf(progressEvent(ScanCounts{}).progress());
+
+  EXPECT_FALSE(read.objectsExpected);
+  EXPECT_FALSE(read.exchangesExpected);
+  EXPECT_FALSE(read.listingsExpected);
+}
+
+TEST(WorkerMessages, RefuseAPhaseThatNobodyKnows) {
+  wire::Progress progress;
+  progress.set_phase(99);
+
+  EXPECT_THROW(countsOf(progress), BrokenChannel);
 }
 
 TEST(WorkerMessages, CarryAFailure) {

@@ -6,6 +6,8 @@
 namespace kestrelvisor::ctl::test {
 namespace {
 
+using ::testing::ElementsAre;
+using ::testing::Field;
 using ::testing::HasSubstr;
 
 ConnectionOptions connectionTo(const Simulator& manager) {
@@ -47,7 +49,7 @@ TEST_F(Session, ScanFillsTheReplyAndHandsOverTheDump) {
   std::stringbuf dump;
   std::streambuf* const before = std::cout.rdbuf();
 
-  EXPECT_EQ(session.scan(reply, dump), 0U);
+  session.scan(reply, dump);
 
   EXPECT_EQ(reply.machine_records_size(), 3);
   EXPECT_THAT(dump.str(), HasSubstr("6 disk(s), 3 machine(s)"));
@@ -65,12 +67,51 @@ TEST_F(Session, FailedScanGivesStandardOutputBack) {
   EXPECT_EQ(std::cout.rdbuf(), before);
 }
 
-TEST_F(Session, ScanCountsMachinesThatCannotBeRead) {
-  manager.changeInventory([](vrmsim::Inventory& site) { site.vms[0].uuid = "no uuid"; });
+TEST_F(Session, ScanAccountsForEachMachine) {
+  manager.changeInventory([](vrmsim::Inventory& site) {
+    site.vms[0].uuid = "no uuid";
+    site.vms[1].isLinkClone = true;
+  });
   ScanEnvironmentReply reply;
   Discard dropped;
 
-  EXPECT_EQ(session.scan(reply, dropped), 1U);
+  const Accounting accounting = session.scan(reply, dropped);
+
+  EXPECT_EQ(accounting.counted, 4U);
+  EXPECT_EQ(accounting.recorded, 1U);
+  EXPECT_EQ(accounting.templates, 1U);
+  EXPECT_EQ(accounting.linkedClones, 1U);
+  EXPECT_EQ(accounting.unreadableUuid, 1U);
+  EXPECT_EQ(accounting.unexplained(), 0);
+  EXPECT_THAT(session.warnings(), ElementsAre(Field(&Warning::kind, "machines-left-out")));
+}
+
+TEST_F(Session, ScanForeseesItsExchangesAndTellsTheLast) {
+  std::vector<ScanCounts> told;
+  ScanEnvironmentReply reply;
+  Discard dropped;
+  manager.clearJournal();
+
+  session.scan(reply, dropped, [&](const ScanCounts& counts) { told.push_back(counts); });
+
+  ASSERT_GE(told.size(), 2U);
+  EXPECT_EQ(told.front().phase, ScanPhase::preparing);
+  EXPECT_EQ(told.back().phase, ScanPhase::reply);
+  EXPECT_EQ(told.back().objects, 4U);
+  EXPECT_EQ(told.back().exchanges, manager.journal().size());
+  EXPECT_EQ(told.back().exchangesExpected, told.back().exchanges);
+}
+
+TEST_F(Session, FailedScanWarnsOfAManagerWithoutAnOwnSite) {
+  manager.answerOnce("GET", "/service/sites", 1, {200, {}, R"({"sites":[]})"});
+  ScanEnvironmentReply reply;
+  Discard dropped;
+  try {
+    session.scan(reply, dropped);
+    FAIL() << "scanned";
+  } catch (const Failure& failure) {
+    EXPECT_THAT(failure.warnings, ElementsAre(Field(&Warning::kind, "no-own-site")));
+  }
 }
 
 TEST_F(Session, SecondOperationWorksAfterAFailedOne) {

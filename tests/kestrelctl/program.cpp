@@ -150,9 +150,9 @@ Finished::Finished(const Arguments& arguments, const Setting& setting) {
   talk = program.talk();
 }
 
-TerminalProgram::TerminalProgram(const Arguments& arguments) {
+TerminalProgram::TerminalProgram(const Arguments& arguments, const Setting& setting) {
   const Words argv(commandLine(arguments));
-  const Words environment(environmentOf({}));
+  const Words environment(environmentOf(setting));
   if (openpty(&terminal_, &ourEnd_, nullptr, nullptr, nullptr) != 0) {
     throw std::runtime_error("no terminal");
   }

@@ -60,7 +60,8 @@ struct Finished {
 // kestrelctl on a terminal of its own.
 class TerminalProgram {
  public:
-  explicit TerminalProgram(const Arguments& arguments);
+  // The setting's input is not typed.
+  explicit TerminalProgram(const Arguments& arguments, const Setting& setting = {});
   ~TerminalProgram();
   TerminalProgram(const TerminalProgram&) = delete;
   TerminalProgram& operator=(const TerminalProgram&) = delete;
