@@ -11,6 +11,9 @@ class App;
 
 namespace kestrelvisor::ctl {
 
+// Under which heading the help page shows a command.
+enum class CommandGroup { manager, replies, support };
+
 // One thing that kestrelctl can be told to do. It owns what its options say, from their declaration
 // to its end.
 class Command {
@@ -20,6 +23,7 @@ class Command {
     const char* name;
     const char* description;  // a line
     const char* examples;     // a heading and indented lines
+    CommandGroup group = CommandGroup::manager;
   };
 
   explicit Command(const Words& words) : words_(words) {}

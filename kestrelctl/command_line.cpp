@@ -26,7 +26,10 @@ constexpr const char* kExamples =
     "  kestrelctl scan -o json --manager https://[2001:db8::7]:7443 --user backup \\\n"
     "      | jq .counts\n"
     "  kestrelctl disable-cbt /service/sites/3F2A0911/vms/i-00000101 \\\n"
-    "      --manager https://vrm.example.com --user backup --password-stdin < secret\n";
+    "      --manager https://vrm.example.com --user backup\n"
+    "      ask whether it is meant, then switch changed-block tracking off\n"
+    "  kestrelctl explain 2000\n"
+    "      tell what a code means, and what can be done about it\n";
 
 constexpr const char* kDescription =
     "Reaches a KestrelVisor manager: can it be reached, what is on it, and switch\n"
@@ -34,19 +37,22 @@ constexpr const char* kDescription =
 
 constexpr const char* kFooter =
     "kestrelctl COMMAND --help shows a command's options and examples. Results go to\n"
-    "standard output, everything else to standard error.\n"
+    "standard output, everything else to standard error. With -o json a failure is an\n"
+    "object on standard output too.\n"
     "\n"
     "Exit status:\n"
     "  0  success                         6  the manager's certificate is not trusted\n"
-    "  2  wrong usage                     7  time limit\n"
-    "  3  done, but something is missing  8  the manager refused or failed\n"
-    "  4  user, password or role refused  9  the answer cannot be read\n"
-    "  5  the manager cannot be reached   128+n  ended by signal n\n"
+    "  1  differences found (diff only)   7  time limit\n"
+    "  2  wrong usage                     8  the manager refused or failed\n"
+    "  3  done, but something is missing  9  the answer cannot be read\n"
+    "  4  user, password or role refused  128+n  ended by signal n\n"
+    "  5  the manager cannot be reached\n"
     "\n"
     "Environment:\n"
     "  KESTRELVISOR_MANAGER              stands in for --manager\n"
     "  KESTRELVISOR_USER                 stands in for --user\n"
-    "  KESTRELVISOR_PASSWORD             the password, when no option names a source\n"
+    "  KESTRELVISOR_PASSWORD             the password, when no option names a source;\n"
+    "                                    with a warning: others may see it there\n"
     "  KESTRELVISOR_PASSWORD_KEY[_FILE]  key of passwords, see encrypt-password\n"
     "  KESTRELVISOR_CONFIG               INI file; [General] CertAuthSwitch = 0 lets\n"
     "                                    a refused certificate pass\n"
@@ -106,11 +112,24 @@ Failure failureOf(const CLI::App& command, const CLI::ParseError& error) {
   return wrongUsage(name + ": " + what, help);
 }
 
+const char* headingOf(CommandGroup group) {
+  switch (group) {
+    case CommandGroup::manager:
+      return "Commands that ask a manager";
+    case CommandGroup::replies:
+      return "Commands for replies that were kept";
+    case CommandGroup::support:
+      break;
+  }
+  return "Other commands";
+}
+
 void addCommand(CLI::App& app, Command& command) {
   const Command::Words& words = command.words();
   CLI::App* const ours = app.add_subcommand(words.name, words.description);
   ours->formatter(std::make_shared<HelpWithExamples>(words.examples));
   ours->footer("");
+  ours->group(headingOf(words.group));
   command.declareOptions(*ours);
 }
 

@@ -20,10 +20,10 @@ std::string problemOfFileName(const std::string& name) {
 
 const std::map<OutputFormat, std::string>& formatNames() {
   static const std::map<OutputFormat, std::string> names{
-      {OutputFormat::table, "table"},      {OutputFormat::wide, "wide"},
-      {OutputFormat::tree, "tree"},        {OutputFormat::json, "json"},
-      {OutputFormat::jsonl, "jsonl"},      {OutputFormat::name, "name"},
-      {OutputFormat::protobuf, "protobuf"}};
+      {OutputFormat::text, "text"}, {OutputFormat::table, "table"},
+      {OutputFormat::wide, "wide"}, {OutputFormat::tree, "tree"},
+      {OutputFormat::json, "json"}, {OutputFormat::jsonl, "jsonl"},
+      {OutputFormat::name, "name"}, {OutputFormat::protobuf, "protobuf"}};
   return names;
 }
 
@@ -50,6 +50,18 @@ void checkUser(const std::string& user) {
   }
 }
 
+// A login over plain HTTP can be read, and its session used, by whoever listens on the way. On this
+// machine there is no way; with --follow-address nobody knows where it goes.
+void refusePlaintext(const ConnectionOptions& connection) {
+  const ManagerAddress& manager = connection.manager;
+  if (manager.https || (manager.isLoopback() && !connection.followAddress)) return;
+  const std::string what = manager.isLoopback()
+                               ? "--follow-address may lead a login over plain HTTP anywhere"
+                               : "a login over plain HTTP to " + manager.host + " can be read";
+  throw wrongUsage("--manager: " + what,
+                   "name the manager with https://, or say --allow-plaintext");
+}
+
 }  // namespace
 
 CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
@@ -63,8 +75,18 @@ void addPasswordOptions(CLI::App& app, PasswordSource& source) {
       addFileOption(app, "--password-file", source.file,
                     "File that holds the password; only its owner may have access");
   file->group(group);
-  app.add_flag("--password-stdin", source.standardInput, "Read the password from standard input")
+  CLI::Option* const input = app.add_flag("--password-stdin", source.standardInput,
+                                          "Read the password from standard input")
+                                 ->excludes(file)
+                                 ->group(group);
+  app.add_option("--password-command", source.command,
+                 "Run this by /bin/sh and take what it prints as the password")
+      ->type_name("CMD")
+      ->check([](const std::string& command) {
+        return command.empty() ? std::string("no command is given") : std::string();
+      })
       ->excludes(file)
+      ->excludes(input)
       ->group(group);
 }
 
@@ -83,6 +105,7 @@ void addFormatOption(CLI::App& app, OutputFormat& target, std::vector<OutputForm
 
 void OperationArguments::declare(CLI::App& app) {
   declareManager(app);
+  declarePlaintext(app);
   declareCertificate(app);
   declareTimeLimit(app);
   addPasswordOptions(app, request_.connection.password);
@@ -116,6 +139,13 @@ void OperationArguments::declareManager(CLI::App& app) {
   app.add_flag("--use-environment", connection.useEnvironment,
                "Obey the environment's proxies and other settings of libcurl and OpenSSL; they "
                "are ignored otherwise")
+      ->group(kManagerGroup);
+}
+
+void OperationArguments::declarePlaintext(CLI::App& app) {
+  app.add_flag("--allow-plaintext", allowPlaintext_,
+               "Send the login over plain HTTP to another machine, where whoever listens can use "
+               "it; this machine itself needs no such word")
       ->group(kManagerGroup);
 }
 
@@ -165,6 +195,7 @@ OperationRequest OperationArguments::read(const CLI::App& app) const {
   OperationRequest request = request_;
   request.connection.manager = readManagerAddress(manager_);
   checkUser(request.connection.user);
+  if (!allowPlaintext_) refusePlaintext(request.connection);
   if (app.count("--strict-tls") > 0) request.connection.strictTls = strictTls_;
   if (app.count("--timeout") > 0) request.timeLimit = readDuration("--timeout", timeLimit_);
   if (!logLevel_.empty()) request.log.level = levelNumber(logLevel_);

@@ -32,12 +32,14 @@ class OperationArguments {
 
  private:
   void declareManager(CLI::App& app);
+  void declarePlaintext(CLI::App& app);
   void declareCertificate(CLI::App& app);
   void declareTimeLimit(CLI::App& app);
   void declareLog(CLI::App& app);
 
   OperationRequest request_;
   std::string manager_;
+  bool allowPlaintext_ = false;
   bool strictTls_ = true;
   std::string logLevel_;
   std::string timeLimit_;

@@ -2,15 +2,16 @@
 
 #include "kestrelctl/terminal_text.h"
 
-#include <iomanip>
-#include <sstream>
+#include <map>
 #include <utility>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 namespace {
 
 constexpr std::size_t kHelpColumn = 26;  // where an option's explanation starts
 constexpr std::size_t kHelpWidth = 54;   // and how wide it is
+constexpr std::size_t kCommandWidth = 16;
 
 }  // namespace
 
@@ -26,7 +27,9 @@ std::string HelpWithExamples::make_usage(const CLI::App* app, std::string name) 
   if (!app->get_subcommands({}).empty()) return "Usage: " + name + " COMMAND [OPTIONS]\n\n";
   std::string text = "Usage: kestrelctl " + app->get_name();
   for (const CLI::Option* option : app->get_options()) {
-    if (option->get_positional()) text += " " + option->get_name(true);
+    if (!option->get_positional()) continue;
+    const std::string argument = option->get_name(true);
+    text += option->get_required() ? " " + argument : " [" + argument + "]";
   }
   return text + " [OPTIONS]\n\n";
 }
@@ -51,14 +54,19 @@ std::string HelpWithExamples::make_option_desc(const CLI::Option* option) const 
   return wrapped(option->get_description(), kHelpWidth);
 }
 
-// A line for each command, without its examples.
+// A line for each command, without its examples, under the heading of its group.
 std::string HelpWithExamples::make_subcommands(const CLI::App* app, CLI::AppFormatMode) const {
-  std::ostringstream text;
+  std::vector<std::string> headings;
+  std::map<std::string, std::string> lines;
   for (const CLI::App* command : app->get_subcommands({})) {
-    text << "  " << std::left << std::setw(18) << command->get_name() << command->get_description()
-         << "\n";
+    std::string& group = lines[command->get_group()];
+    if (group.empty()) headings.push_back(command->get_group());
+    group += "  " + padRight(command->get_name(), kCommandWidth) + "  " +
+             command->get_description() + "\n";
   }
-  return text.str().empty() ? std::string() : "\nCommands:\n" + text.str();
+  std::string text;
+  for (const std::string& heading : headings) text += "\n" + heading + ":\n" + lines[heading];
+  return text;
 }
 
 }  // namespace kestrelvisor::ctl

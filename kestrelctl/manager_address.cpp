@@ -112,10 +112,29 @@ std::string numericHost(const addrinfo& address) {
   return address.ai_family == AF_INET6 ? "[" + std::string(text.data()) + "]" : text.data();
 }
 
+bool isLoopbackOfIpv4(const std::string& host) {
+  constexpr std::uint32_t kNetwork = 127;  // 127.0.0.0/8
+  in_addr bytes{};
+  return inet_pton(AF_INET, host.c_str(), &bytes) == 1 && ntohl(bytes.s_addr) >> 24U == kNetwork;
+}
+
+bool isLoopbackOfIpv6(const std::string& host) {
+  in6_addr bytes{};
+  if (host.size() < 2 || host.front() != '[') return false;
+  return inet_pton(AF_INET6, host.substr(1, host.size() - 2).c_str(), &bytes) == 1 &&
+         IN6_IS_ADDR_LOOPBACK(&bytes);
+}
+
 }  // namespace
 
 std::string ManagerAddress::url() const {
   return std::string(https ? kHttps : kHttp) + host + ":" + std::to_string(port);
+}
+
+bool ManagerAddress::isLoopback() const {
+  constexpr std::string_view kName = "localhost";
+  const bool named = host.size() == kName.size() && startsWithIgnoringCase(host, kName);
+  return named || isLoopbackOfIpv4(host) || isLoopbackOfIpv6(host);
 }
 
 ManagerAddress readManagerAddress(std::string_view text) {

@@ -16,6 +16,8 @@ struct ManagerAddress {
   std::uint16_t port = kDefaultManagerPort;
 
   std::string url() const;
+  // Whether it is this machine itself, by what is written: a name but "localhost" is not looked up.
+  bool isLoopback() const;
 };
 
 // Reads "https://HOST:PORT" or "http://HOST:PORT"; without a scheme HTTPS is meant, without a port

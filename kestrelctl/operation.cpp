@@ -18,7 +18,7 @@ std::string question(const ConnectionOptions& connection) {
 void givePassword(const ConnectionOptions& connection, Supervision& supervision) {
   std::string password;
   const WipeOnExit wipe(password);
-  fetchPassword(connection.password, question(connection), password);
+  supervision.warn(fetchPassword(connection.password, question(connection), password));
   supervision.give(password);
 }
 

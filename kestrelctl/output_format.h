@@ -4,6 +4,7 @@ namespace kestrelvisor::ctl {
 
 // How a result is shown.
 enum class OutputFormat {
+  text,      // sentences and lines for people
   table,     // lines of columns for people, cut to the terminal's width
   wide,      // the same with all columns, uncut
   tree,      // indented by what stands in what

@@ -2,6 +2,7 @@
 
 #include "base/wipe_string.h"
 #include "kestrelctl/failure.h"
+#include "kestrelctl/password_command.h"
 #include "kestrelctl/terminal_prompt.h"
 #include "platform/reference/small_file.h"
 
@@ -66,6 +67,11 @@ bool takeFromEnvironment(std::string& password) {
   return true;
 }
 
+Warning warningOfEnvironment() {
+  return {"password-in-environment",
+          std::string("the password in ") + kVariable + " can be read by others"};
+}
+
 void dropClosingLineEnd(std::string& password) {
   if (!password.empty() && password.back() == '\n') password.pop_back();
   if (!password.empty() && password.back() == '\r') password.pop_back();
@@ -82,20 +88,25 @@ void refuseUnusable(const std::string& password) {
 
 }  // namespace
 
-void fetchPassword(const PasswordSource& source, const std::string& question,
-                   std::string& password) {
+std::vector<Warning> fetchPassword(const PasswordSource& source, const std::string& question,
+                                   std::string& password) {
   wipeString(password);
+  std::vector<Warning> warnings;
   if (!source.file.empty()) {
     readFromFile(source.file, password);
   } else if (source.standardInput) {
     readFromStandardInput(password);
-  } else if (!takeFromEnvironment(password) && !askWithoutEcho(question, password)) {
-    throw wrongUsage(
-        "no password: there is no terminal to ask on",
-        std::string("use --password-file, --password-stdin or the variable ") + kVariable);
+  } else if (!source.command.empty()) {
+    readFromCommand(source.command, kLongestPassword, kPasswordCommandSeconds, password);
+  } else if (takeFromEnvironment(password)) {
+    warnings.push_back(warningOfEnvironment());
+  } else if (!askWithoutEcho(question, password)) {
+    throw wrongUsage("no password: there is no terminal to ask on",
+                     "use --password-file, --password-command or --password-stdin");
   }
   dropClosingLineEnd(password);
   refuseUnusable(password);
+  return warnings;
 }
 
 }  // namespace kestrelvisor::ctl

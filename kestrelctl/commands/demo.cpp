@@ -14,7 +14,8 @@ constexpr const char* kExamples =
 class DemoCommand : public Command {
  public:
   DemoCommand()
-      : Command({"demo", "Show it all against a simulated manager on this machine", kExamples}) {}
+      : Command({"demo", "Show it all against a simulated manager on this machine", kExamples,
+                 CommandGroup::support}) {}
 
   void declareOptions(CLI::App& app) override;
   ExitCode run() override { return runDemo(options_); }

@@ -31,7 +31,7 @@ class EncryptPasswordCommand : public Command {
  public:
   EncryptPasswordCommand()
       : Command({"encrypt-password", "Print a password in the form that hosts hand to the engine",
-                 kExamples}) {}
+                 kExamples, CommandGroup::support}) {}
 
   void declareOptions(CLI::App& app) override;
   ExitCode run() override;
@@ -63,7 +63,7 @@ ExitCode EncryptPasswordCommand::run() {
   checkKey();
   std::string password;
   const WipeOnExit wipe(password);
-  fetchPassword(password_, "Password to encrypt: ", password);
+  warnOf(fetchPassword(password_, "Password to encrypt: ", password));
   if (!newKeyFile_.empty()) makeKey(newKeyFile_);
   std::string cipher;
   std::string problem;

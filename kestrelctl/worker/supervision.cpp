@@ -63,6 +63,10 @@ void Supervision::give(const std::string& password) {
   }
 }
 
+void Supervision::warn(const std::vector<Warning>& warnings) {
+  warnings_.insert(warnings_.end(), warnings.begin(), warnings.end());
+}
+
 OperationResult Supervision::waitForResult() {
   {
     const EndingSignals signals;
@@ -229,6 +233,7 @@ Failure Supervision::ownFailure(ExitCode code, const std::string& why) const {
 }
 
 void Supervision::addOwnWarnings(std::vector<Warning>& warnings) const {
+  warnings.insert(warnings.begin(), warnings_.begin(), warnings_.end());
   const bool unknown = (ending_ || !hasOutcome()) && hadSession_;
   if (unknown && request_.kind == OperationKind::disableCbt) {
     warnings.push_back({"outcome-unknown",

@@ -3,6 +3,7 @@
 #include "kestrelctl/child_process.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/operation.h"
+#include "kestrelctl/warning.h"
 #include "kestrelctl/worker/worker.pb.h"
 #include "kestrelctl/worker/worker_process.h"
 
@@ -27,6 +28,8 @@ class Supervision {
   // Until the worker has found everything usable but the password.
   void waitUntilReady();
   void give(const std::string& password);
+  // Warnings that come with the operation's end, whatever that is.
+  void warn(const std::vector<Warning>& warnings);
   OperationResult waitForResult();
 
  private:
@@ -69,6 +72,7 @@ class Supervision {
   bool unreadable_ = false;
   std::optional<OperationResult> result_;
   std::optional<Failure> failure_;
+  std::vector<Warning> warnings_;
   std::uint64_t sessions_ = 0;
   bool hadSession_ = false;
 

@@ -64,5 +64,16 @@ INSTANTIATE_TEST_SUITE_P(ManagerAddress, UnreadableAddress,
                                            "https://vrm?x", "https://v rm", "https://vrm\r\nX:y",
                                            "https://vrm\n", "https://a]b"));
 
+TEST(ManagerAddress, TellsThisMachineByWhatIsWritten) {
+  for (const char* host :
+       {"127.0.0.1", "127.255.255.254", "[::1]", "[0:0:0:0:0:0:0:1]", "localhost", "LocalHost"}) {
+    EXPECT_TRUE(readManagerAddress("http://" + std::string(host) + ":1").isLoopback()) << host;
+  }
+  for (const char* host : {"128.0.0.1", "10.0.0.127", "127.0.0.1.example.com", "localhost.evil",
+                           "mylocalhost", "[::2]", "[fe80::1]", "0.0.0.0", "127"}) {
+    EXPECT_FALSE(readManagerAddress("http://" + std::string(host) + ":1").isLoopback()) << host;
+  }
+}
+
 }  // namespace
 }  // namespace kestrelvisor::ctl::test

@@ -321,7 +321,7 @@ TEST_F(OtherAddress, GetsNothingByAUriEither) {
 TEST_F(OtherAddress, IsFollowedWhenTheUserSaysSo) {
   reportSite(addressOfOther());
 
-  const Finished run(command({"verify"}, {"--follow-address"}));
+  const Finished run(command({"verify"}, {"--follow-address", "--allow-plaintext"}));
 
   EXPECT_NE(run.status, 0);
   EXPECT_THAT(other.journal(), Not(IsEmpty()));
