@@ -3,6 +3,8 @@
 #include "kestrelctl/exit_code.h"
 #include "kestrelctl/warning.h"
 
+#include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -24,6 +26,12 @@ class Failure : public std::runtime_error {
   std::vector<Fact> facts;  // what is known, in the order in which it is shown
   std::string hint;         // what the user can do; empty: nothing to say
   std::vector<Warning> warnings;
+
+  // What the engine told, for programs that read it.
+  std::optional<std::int32_t> operationStatus;
+  std::optional<std::uint64_t> detailId;
+  std::string managerCode;  // the manager's or the engine's own; empty: none came
+  std::string text;         // the words that came with it, without secrets
 };
 
 inline Failure wrongUsage(const std::string& what, std::string hint = {}) {

@@ -1,5 +1,6 @@
 #include "kestrelctl/outcome.h"
 
+#include "kestrelctl/explanations/advice.h"
 #include "platform/reference/redaction.h"
 
 #include <curl/curl.h>
@@ -93,63 +94,7 @@ ExitCode exitCodeOf(const Cause& cause, const LogEvidence& evidence) {
   return ExitCode::managerFailed;
 }
 
-const char* reasonOf(ExitCode exitCode) {
-  switch (exitCode) {
-    case ExitCode::refusedLogin:
-      return "the manager refuses the login";
-    case ExitCode::unreachable:
-      return "the manager cannot be reached";
-    case ExitCode::refusedCertificate:
-      return "the manager's certificate is not trusted";
-    case ExitCode::timeLimit:
-      return "the manager did not answer in time";
-    case ExitCode::managerFailed:
-      return "the manager refused the request or failed";
-    default:
-      return "the manager's answer cannot be read";
-  }
-}
-
-// What can be done about a machine whose changed-block tracking stays on; null: nothing is known.
-const char* hintOfStatus(EnvProxyStatus status) {
-  switch (status) {
-    case 95:
-      return "scan again: the machine is gone or its URI has changed";
-    case 96:
-      return "try again; then ask the manager's administrator";
-    case 98:
-      return "move the machine to a datastore that supports it, or leave the tracking on";
-    case 99:
-      return "try again later; look at the manager's task list";
-    case 100:
-      return "nothing: a template has no tracking to switch off";
-    case 101:
-      return "nothing: a linked clone does not support it";
-    default:
-      return nullptr;
-  }
-}
-
-std::string hintOf(ExitCode exitCode, const Cause& cause) {
-  switch (exitCode) {
-    case ExitCode::refusedLogin:
-      if (cause.code == kRoleRefused) {
-        return "give the account the role administrator or sysadmin on the manager";
-      }
-      return "check user name and password; the account must be one for the manager's interface";
-    case ExitCode::unreachable:
-      return "check scheme, address and port, and whether this machine may reach them";
-    case ExitCode::refusedCertificate:
-      return "name the manager's certificate or its CA with --ca-cert FILE, and reach the manager "
-             "by a name that the certificate holds as a subject alternative name";
-    case ExitCode::timeLimit:
-      return "try again later; look at the manager's load and at the network between";
-    case ExitCode::managerFailed:
-      return "look the code up on the manager; --log-level info shows the requests";
-    default:
-      return "check that address and port belong to a manager; --log-level info shows its answers";
-  }
-}
+const char* reasonOf(ExitCode exitCode) { return explanationOfExit(exitCode).title; }
 
 // A request that the platform kept back because of its URL is why the transfer failed.
 bool wentElsewhere(const Cause& cause, const LogEvidence& evidence) {
@@ -178,6 +123,13 @@ std::string describedResult(const EnvProxyResult& result) {
   return text;
 }
 
+void tellEngine(const EnvProxyResult& result, const Cause& cause, Failure& failure) {
+  failure.operationStatus = result.status;
+  if (!result.details.empty()) failure.detailId = result.details.front().detailId;
+  failure.managerCode = cause.code;
+  failure.text = withoutSecrets(cause.text);
+}
+
 }  // namespace
 
 Failure failureOf(const Attempt& attempt, const EnvProxyResult& result,
@@ -198,9 +150,8 @@ Failure failureOf(const Attempt& attempt, const EnvProxyResult& result,
     failure.facts.push_back({"meaning", description});
   }
   failure.facts.push_back({"engine", describedResult(result)});
-  const char* const known =
-      exitCode == ExitCode::managerFailed ? hintOfStatus(result.status) : nullptr;
-  failure.hint = known == nullptr ? hintOf(exitCode, cause) : known;
+  tellEngine(result, cause, failure);
+  failure.hint = adviceFor(failure).remedy;
   if (elsewhere) explainRefusedUrl(evidence, failure);
   return failure;
 }
@@ -210,7 +161,7 @@ Failure failureOfException(const Attempt& attempt, const std::string& what) {
                   attempt.what + " failed: " + reasonOf(ExitCode::unreadableAnswer));
   failure.facts.push_back({"manager", attempt.managerUrl + " as " + attempt.user});
   failure.facts.push_back({"engine", "gave up with an exception: " + what});
-  failure.hint = hintOf(ExitCode::unreadableAnswer, {});
+  failure.hint = adviceFor(failure).remedy;
   return failure;
 }
 

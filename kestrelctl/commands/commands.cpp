@@ -7,6 +7,7 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeVerifyCommand());
   commands.push_back(makeScanCommand());
   commands.push_back(makeDisableCbtCommand());
+  commands.push_back(makeExplainCommand());
   commands.push_back(makeEncryptPasswordCommand());
   commands.push_back(makeDemoCommand());
   commands.push_back(makeVersionCommand());

@@ -7,6 +7,7 @@ namespace kestrelvisor::ctl {
 std::unique_ptr<Command> makeVerifyCommand();
 std::unique_ptr<Command> makeScanCommand();
 std::unique_ptr<Command> makeDisableCbtCommand();
+std::unique_ptr<Command> makeExplainCommand();
 std::unique_ptr<Command> makeEncryptPasswordCommand();
 std::unique_ptr<Command> makeDemoCommand();
 std::unique_ptr<Command> makeVersionCommand();

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "kestrelctl/output_format.h"
+#include "kestrelctl/warning.h"
+
+#include <json/value.h>
+
+#include <string>
+#include <vector>
+
+// What documents for programs have in common.
+
+namespace kestrelvisor::ctl {
+
+// A document as it is printed: indented lines for json, a line for jsonl.
+std::string jsonText(const Json::Value& document, OutputFormat form);
+
+// A text of a stranger, made valid UTF-8.
+Json::Value jsonOf(const std::string& text);
+
+// A list of {"kind", "text"}, empty when there are none.
+Json::Value jsonOf(const std::vector<Warning>& warnings);
+
+}  // namespace kestrelvisor::ctl
