@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kestrelctl/descriptor.h"
+#include "kestrelctl/warning.h"
 
 #include <signal.h>
 #include <sys/types.h>
@@ -13,6 +14,7 @@ namespace kestrelvisor::ctl {
 // Thrown when a signal wants the process to end; whoever catches it lets the signal do so.
 struct Interrupted {
   int signal;
+  std::vector<Warning> warnings = {};
 };
 
 // Holds back the signals that end the process while it lives, so that children are ended and files

@@ -173,7 +173,7 @@ void showEverything(const DemoOptions& options, const EndingSignals& signals,
     return say("The site has no machine to switch CBT off on.");
   const machine_record& machine = reply.machine_records(0);
   announce("Switch changed-block tracking off on " + machine.name());
-  command({"disable-cbt", machine.mo()});
+  command({"disable-cbt", machine.mo(), "--yes"});
 }
 
 // What the user has set up for real managers is none of the simulator's business, the password

@@ -1,10 +1,12 @@
 #include "kestrelctl/child_process.h"
 #include "kestrelctl/command_line.h"
 #include "kestrelctl/console.h"
+#include "kestrelctl/documents/error_document.h"
 #include "kestrelctl/worker/worker.h"
 
 #include <csignal>
 #include <exception>
+#include <optional>
 #include <string_view>
 
 namespace kestrelvisor::ctl {
@@ -15,8 +17,28 @@ bool isWorkerCall(int argc, char** argv) {
   return argc == 2 && std::string_view(argv[1]) == kWorkerCommand;
 }
 
+// Tells programs about a failure. Whoever reads results may have gone, or their place be full; the
+// exit code says enough then.
+void printError(const Failure& failure, std::optional<OutputFormat> form) {
+  if (!form) return;
+  try {
+    printResult(errorDocument(failure, *form));
+  } catch (const ClosedPipe&) {
+    return;
+  } catch (const Failure&) {
+    return;
+  }
+}
+
+int fail(const Failure& failure, std::optional<OutputFormat> form) {
+  report(failure);
+  printError(failure, form);
+  return static_cast<int>(failure.exitCode);
+}
+
 int runProgram(int argc, char** argv) {
   prepareStreams();
+  const std::optional<OutputFormat> form = errorFormOf(argc, argv);
   try {
     if (isWorkerCall(argc, argv)) return static_cast<int>(runWorker());
     const auto command = readCommandLine(argc, argv);
@@ -25,15 +47,15 @@ int runProgram(int argc, char** argv) {
   } catch (const ClosedPipe&) {
     return exitCodeOfSignal(SIGPIPE);
   } catch (const Interrupted& interrupted) {
+    warnOf(interrupted.warnings);
+    printError(failureOfSignal(interrupted.signal, interrupted.warnings), form);
     std::signal(interrupted.signal, SIG_DFL);
     std::raise(interrupted.signal);
     return exitCodeOfSignal(interrupted.signal);  // not reached unless the signal is blocked
   } catch (const Failure& failure) {
-    report(failure);
-    return static_cast<int>(failure.exitCode);
+    return fail(failure, form);
   } catch (const std::exception& error) {
-    report(Failure(ExitCode::unreadableAnswer, error.what()));
-    return static_cast<int>(ExitCode::unreadableAnswer);
+    return fail(Failure(ExitCode::unreadableAnswer, error.what()), form);
   }
 }
 

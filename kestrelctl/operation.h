@@ -62,8 +62,8 @@ struct OperationResult {
 std::string nameOf(OperationKind kind, const std::string& machineUri = {});
 
 // Fetches the password and lets the engine work, in a process of its own; progress gets the counts
-// of a scan meanwhile. Throws a Failure, which has the warnings then, or Interrupted, whose
-// warnings have been told.
+// of a scan meanwhile. Throws a Failure or Interrupted, which have the warnings
+// then.
 OperationResult perform(const OperationRequest& request, const ProgressSink& progress = {});
 
 }  // namespace kestrelvisor::ctl

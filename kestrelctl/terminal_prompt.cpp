@@ -91,33 +91,58 @@ bool readLine(const CaughtSignals& caught, int terminal, std::string& line) {
   char c = '\0';
   while (caught.waitForInput(terminal) && ::read(terminal, &c, 1) == 1) {
     if (c == '\n') return true;
-    if (line.size() == kLongestAnswer) throw wrongUsage("the password is too long");
+    if (line.size() == kLongestAnswer) throw wrongUsage("what was typed is too long");
     line += c;
   }
   return false;
 }
 
+// Asks until a line or the end of the input comes; whether a line came. Signals that the process
+// survives, as a stop by Ctrl-Z, lead to the question anew.
+template <class ReadAnswer>
+bool askUntilAnswered(const ReadAnswer& readAnswer, std::string& answer) {
+  for (;;) {
+    if (readAnswer()) return true;
+    wipeString(answer);
+    if (caughtSignal == 0) return false;
+    raise(caughtSignal);
+  }
+}
+
+Descriptor openTerminal() { return Descriptor(open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)); }
+
 }  // namespace
 
 bool askWithoutEcho(const std::string& question, std::string& answer) {
   wipeString(answer);
-  const Descriptor terminal(open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY));
+  const Descriptor terminal = openTerminal();
   if (!terminal) return false;
-  for (;;) {
-    bool complete = false;
-    {
-      const CaughtSignals caught;
-      const SilentTerminal silent(terminal.get());
-      if (!silent.isSilent()) throw wrongUsage("the terminal cannot hide what is typed");
-      show(terminal.get(), question);
-      complete = readLine(caught, terminal.get(), answer);
-      show(terminal.get(), "\n");
-    }
-    if (complete) return true;
-    wipeString(answer);
-    if (caughtSignal == 0) throw wrongUsage("no password was typed");
-    raise(caughtSignal);
-  }
+  const auto readSecret = [&] {
+    const CaughtSignals caught;
+    const SilentTerminal silent(terminal.get());
+    if (!silent.isSilent()) throw wrongUsage("the terminal cannot hide what is typed");
+    show(terminal.get(), question);
+    const bool complete = readLine(caught, terminal.get(), answer);
+    show(terminal.get(), "\n");
+    return complete;
+  };
+  if (!askUntilAnswered(readSecret, answer)) throw wrongUsage("no password was typed");
+  return true;
+}
+
+bool askWithEcho(const std::string& question, std::string& answer) {
+  answer.clear();
+  const Descriptor terminal = openTerminal();
+  if (!terminal) return false;
+  const auto readShown = [&] {
+    const CaughtSignals caught;
+    show(terminal.get(), question);
+    const bool complete = readLine(caught, terminal.get(), answer);
+    if (!complete) show(terminal.get(), "\n");
+    return complete;
+  };
+  askUntilAnswered(readShown, answer);
+  return true;
 }
 
 }  // namespace kestrelvisor::ctl

@@ -11,4 +11,8 @@ namespace kestrelvisor::ctl {
 // question is asked anew. Throws a Failure when no line comes.
 bool askWithoutEcho(const std::string& question, std::string& answer);
 
+// Likewise for an answer that is no secret and shown while it is typed. One that does not come is
+// empty.
+bool askWithEcho(const std::string& question, std::string& answer);
+
 }  // namespace kestrelvisor::ctl

@@ -1,7 +1,11 @@
+#include "kestrelctl/cbt_request.h"
 #include "kestrelctl/command_options.h"
 #include "kestrelctl/commands/commands.h"
 #include "kestrelctl/console.h"
+#include "kestrelctl/documents/operation_documents.h"
 #include "kestrelctl/failure.h"
+#include "kestrelctl/libraries.h"
+#include "kestrelctl/terminal_prompt.h"
 #include "kestrelctl/terminal_text.h"
 
 #include <algorithm>
@@ -13,6 +17,12 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  kestrelctl disable-cbt /service/sites/3F2A0911/vms/i-00000101 \\\n"
     "      --manager https://vrm.example.com --user backup\n"
+    "  kestrelctl disable-cbt /service/sites/3F2A0911/vms/i-00000101 --dry-run \\\n"
+    "      --manager https://vrm.example.com --user backup\n"
+    "      show the request, send nothing\n"
+    "  kestrelctl disable-cbt /service/sites/3F2A0911/vms/i-00000101 --yes \\\n"
+    "      --manager https://vrm.example.com --user backup --password-stdin < secret\n"
+    "      for scripts: without a question\n"
     "  The URI of a machine stands in scan -o json as .machines[].uri.\n";
 
 void checkMachineUri(const std::string& uri) {
@@ -20,6 +30,23 @@ void checkMachineUri(const std::string& uri) {
   if (!uri.empty() && uri.front() == '/' && std::none_of(uri.begin(), uri.end(), strange)) return;
   throw wrongUsage("VM_URI: not the URI of a machine",
                    "it looks like /service/sites/3F2A0911/vms/i-00000101; scan -o json shows it");
+}
+
+bool isYes(const std::string& answer) {
+  for (const char* const word : {"y", "Y", "yes", "Yes", "YES"}) {
+    if (answer == word) return true;
+  }
+  return false;
+}
+
+// A request in the form of the wire, but for its first line, which has the whole URL.
+std::string requestText(const PlannedRequest& request) {
+  const bool utf8 = renderingOfResults().utf8;
+  std::string text = request.method + " " + printable(request.url, utf8) + "\n";
+  for (const PlannedRequest::Header& header : request.headers) {
+    text += header.name + ":" + printable(header.value, utf8) + "\n";
+  }
+  return text + "\n" + request.body;
 }
 
 class DisableCbtCommand : public Command {
@@ -33,15 +60,24 @@ class DisableCbtCommand : public Command {
   ExitCode run() override;
 
  private:
+  void confirm() const;
+  ExitCode showRequest() const;
+
   OperationArguments arguments_;
   OperationRequest request_;
+  OutputFormat format_ = OutputFormat::text;
   std::string machineUri_;
+  bool yes_ = false;
+  bool dryRun_ = false;
 };
 
 void DisableCbtCommand::declareOptions(CLI::App& app) {
   app.add_option("VM_URI", machineUri_, "URI of the machine on the manager, beginning with \"/\"")
       ->required()
       ->type_name("");
+  app.add_flag("-y,--yes", yes_, "Do not ask whether it is meant");
+  app.add_flag("--dry-run", dryRun_, "Show the request and send nothing; needs no password");
+  addFormatOption(app, format_, {OutputFormat::text, OutputFormat::json, OutputFormat::jsonl});
   arguments_.declare(app);
 }
 
@@ -52,10 +88,43 @@ void DisableCbtCommand::finishOptions(const CLI::App& app) {
   request_.machineUri = machineUri_;
 }
 
+// Only yes goes ahead. Whatever else is answered ends as wrong usage does, with nothing sent: a
+// script must not take it for success.
+void DisableCbtCommand::confirm() const {
+  const std::string machine = printable(machineUri_, renderingOfTalk().utf8);
+  std::string answer;
+  const bool asked = askWithEcho("Switch changed-block tracking off on " + machine + " at " +
+                                     request_.connection.manager.url() + "? [y/N] ",
+                                 answer);
+  if (!asked) {
+    throw wrongUsage("disable-cbt asks first, and there is no terminal to ask on",
+                     "--yes goes ahead without asking; --dry-run shows the request alone");
+  }
+  if (!isYes(answer)) throw wrongUsage("disable-cbt: not confirmed, so nothing was sent");
+}
+
+ExitCode DisableCbtCommand::showRequest() const {
+  prepareLibraries(request_.connection.useEnvironment);
+  const PlannedRequest planned = cbtRequest(request_.connection.manager, machineUri_);
+  if (format_ != OutputFormat::text) {
+    printResult(dryRunDocument(request_, planned, format_));
+    return ExitCode::success;
+  }
+  printResult(requestText(planned));
+  say(std::string("Nothing was sent. ") + kTokenWord + " and " + kRestVersionWord +
+      " stand for what the manager gives.");
+  return ExitCode::success;
+}
+
 ExitCode DisableCbtCommand::run() {
-  warnOf(perform(request_).warnings);
-  printResult(
-      "Changed-block tracking is off: " + printable(machineUri_, renderingOfResults().utf8) + "\n");
+  if (dryRun_) return showRequest();
+  if (!yes_) confirm();
+  const OperationResult result = perform(request_);
+  warnOf(result.warnings);
+  const bool utf8 = renderingOfResults().utf8;
+  printResult(format_ == OutputFormat::text
+                  ? "Changed-block tracking is off: " + printable(machineUri_, utf8) + "\n"
+                  : disableCbtDocument(request_, result, format_));
   return ExitCode::success;
 }
 

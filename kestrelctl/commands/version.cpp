@@ -1,19 +1,33 @@
+#include "kestrelctl/command_options.h"
 #include "kestrelctl/commands/commands.h"
 #include "kestrelctl/console.h"
+#include "kestrelctl/documents/versions.h"
 
 namespace kestrelvisor::ctl {
 namespace {
 
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  kestrelctl version\n"
+    "  kestrelctl version -o json | jq -r .libcurl\n";
+
 class VersionCommand : public Command {
  public:
   VersionCommand()
-      : Command({"version", "Print the version", "Examples:\n  kestrelctl version\n"}) {}
+      : Command({"version", "Print the versions of kestrelctl and its libraries", kExamples,
+                 CommandGroup::support}) {}
 
-  void declareOptions(CLI::App&) override {}
+  void declareOptions(CLI::App& app) override {
+    addFormatOption(app, format_, {OutputFormat::text, OutputFormat::json, OutputFormat::jsonl});
+  }
   ExitCode run() override {
-    printResult("kestrelctl " KESTRELCTL_VERSION "\n");
+    printResult(format_ == OutputFormat::text ? versionText(KESTRELCTL_VERSION)
+                                              : versionDocument(KESTRELCTL_VERSION, format_));
     return ExitCode::success;
   }
+
+ private:
+  OutputFormat format_ = OutputFormat::text;
 };
 
 }  // namespace

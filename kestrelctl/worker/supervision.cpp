@@ -1,6 +1,5 @@
 #include "kestrelctl/worker/supervision.h"
 
-#include "kestrelctl/console.h"
 #include "kestrelctl/duration.h"
 #include "kestrelctl/terminal_text.h"
 #include "kestrelctl/worker/messages.h"
@@ -194,10 +193,9 @@ void Supervision::kill() {
 
 void Supervision::throwEnd() const {
   if (ending_ && ending_->signal) {
-    std::vector<Warning> warnings;
-    addOwnWarnings(warnings);
-    warnOf(warnings);
-    throw Interrupted{*ending_->signal};
+    Interrupted interrupted{*ending_->signal};
+    addOwnWarnings(interrupted.warnings);
+    throw interrupted;
   }
   Failure end = ending_ ? timeLimitFailure() : failure_ ? *failure_ : deathFailure();
   addOwnWarnings(end.warnings);

@@ -328,7 +328,7 @@ class PlantedSecretsInKestrelctl : public PlantedSecrets {
     std::vector<std::string> words{
         std::string("KESTRELVISOR_PASSWORD_KEY=") + planted::kPasswordKey, KESTRELCTL};
     words.push_back(operation == "disable" ? "disable-cbt" : operation);
-    if (operation == "disable") words.push_back(kMachine);
+    if (operation == "disable") words.insert(words.end(), {kMachine, "--yes"});
     words.insert(words.end(), {"--manager", manager.url(), "--user", "backup", "--password-file",
                                passwordFile, "--ca-cert", folder.write("ca.pem", certificate)});
     words.insert(words.end(), log.begin(), log.end());

@@ -217,7 +217,8 @@ TEST_F(Certificates, CertificateOfAnotherManagerGivesExitCode6) {
   const std::string wrong = folder.write("other.pem", other.certificatePem());
 
   EXPECT_EQ(Finished(command({"scan"}, {"--ca-cert", wrong})).status, 6);
-  EXPECT_EQ(Finished(command({"disable-cbt", "/service/x"}, {"--ca-cert", wrong})).status, 6);
+  EXPECT_EQ(Finished(command({"disable-cbt", "/service/x", "--yes"}, {"--ca-cert", wrong})).status,
+            6);
 }
 
 TEST_F(Certificates, RefusedCertificatePassesWithAWarningWhenTheUserSaysSo) {
@@ -528,7 +529,7 @@ class DisableCbt : public ManagerTest {
 };
 
 TEST_F(DisableCbt, SwitchesItOff) {
-  const Finished run(command({"disable-cbt", uriOf(0)}));
+  const Finished run(command({"disable-cbt", uriOf(0), "--yes"}));
 
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.output, "Changed-block tracking is off: " + uriOf(0) + "\n");
@@ -538,7 +539,7 @@ TEST_F(DisableCbt, SwitchesItOff) {
 }
 
 TEST_F(DisableCbt, UnknownMachineGivesExitCode8WithBothTexts) {
-  const Finished run(command({"disable-cbt", uriOf(0) + "x"}));
+  const Finished run(command({"disable-cbt", uriOf(0) + "x", "--yes"}));
 
   EXPECT_EQ(run.status, 8);
   EXPECT_EQ(run.output, "");
@@ -548,7 +549,7 @@ TEST_F(DisableCbt, UnknownMachineGivesExitCode8WithBothTexts) {
 }
 
 TEST_F(DisableCbt, TemplateGivesExitCode8) {
-  const Finished run(command({"disable-cbt", uriOf(3)}));
+  const Finished run(command({"disable-cbt", uriOf(3), "--yes"}));
 
   EXPECT_EQ(run.status, 8);
   EXPECT_THAT(run.talk, AllOf(HasSubstr("(code 10300427)"), HasSubstr("status 100")));
@@ -557,7 +558,7 @@ TEST_F(DisableCbt, TemplateGivesExitCode8) {
 TEST_F(DisableCbt, RefusedPasswordGivesExitCode4) {
   folder.write("password", "wrong");
 
-  const Finished run(command({"disable-cbt", uriOf(0)}));
+  const Finished run(command({"disable-cbt", uriOf(0), "--yes"}));
 
   EXPECT_EQ(run.status, 4);
   EXPECT_THAT(run.talk, AllOf(HasSubstr("(code 10100103)"), HasSubstr("status 1")));
@@ -567,7 +568,7 @@ TEST_F(DisableCbt, RefusedPasswordGivesExitCode4) {
 TEST_F(DisableCbt, NobodyListeningGivesExitCode5) {
   const DeadPort dead;
 
-  const Finished run({"disable-cbt", uriOf(0), "--manager",
+  const Finished run({"disable-cbt", uriOf(0), "--yes", "--manager",
                       "http://127.0.0.1:" + std::to_string(dead.port), "--user", kUser,
                       "--password-file", passwordFile});
 

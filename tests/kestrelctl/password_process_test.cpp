@@ -1,6 +1,7 @@
 #include "platform/contract/security.h"
 #include "platform/reference/password_cipher.h"
 #include "tests/kestrelctl/fixture.h"
+#include "tests/kestrelctl/json_answer.h"
 
 #include <sys/stat.h>
 
@@ -58,8 +59,66 @@ TEST_F(Password, ComesFromStandardInput) {
             0);
 }
 
-TEST_F(Password, ComesFromTheEnvironment) {
-  EXPECT_EQ(Finished(verifyWith({}), {"", {{"KESTRELVISOR_PASSWORD", kSecret}}}).status, 0);
+TEST_F(Password, ComesFromTheEnvironmentWithAWarning) {
+  const Setting setting{"", {{"KESTRELVISOR_PASSWORD", kSecret}}};
+  const Finished run(verifyWith({}), setting);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.talk,
+              AllOf(HasSubstr("warning: the password in KESTRELVISOR_PASSWORD can be read"),
+                    Not(HasSubstr(kSecret))));
+
+  const Json::Value document = parsedAnswer(Finished(verifyWith({"-o", "json"}), setting).output);
+  ASSERT_EQ(document["warnings"].size(), 1U);
+  EXPECT_EQ(document["warnings"][0]["kind"], "password-in-environment");
+}
+
+TEST_F(Password, WarningComesWithAFailureToo) {
+  const Finished run(verifyWith({"-o", "json"}), {"", {{"KESTRELVISOR_PASSWORD", "wrong"}}});
+
+  EXPECT_EQ(run.status, 4);
+  EXPECT_EQ(parsedAnswer(run.output)["warnings"][0]["kind"], "password-in-environment");
+}
+
+TEST_F(Password, ComesFromACommand) {
+  const Finished run(verifyWith({"--password-command", "cat " + passwordFile}));
+
+  EXPECT_EQ(run.status, 0) << run.talk;
+  EXPECT_THAT(run.talk, Not(HasSubstr("warning")));
+}
+
+TEST_F(Password, CommandThatFailsIsWrongUsageAndItsTalkIsShown) {
+  const Finished run(verifyWith({"--password-command", "echo no key >&2; exit 3"}));
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("no key\n"), HasSubstr("ended with exit status 3")));
+  EXPECT_THAT(manager.journal(), IsEmpty());
+}
+
+TEST_F(Password, OfACommandIsNotInTheLog) {
+  const Finished run(
+      verifyWith({"--password-command", "cat " + passwordFile, "--log-level", "trace"}));
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.talk, AllOf(Not(HasSubstr(kSecret)), Not(HasSubstr("cat /"))));
+}
+
+TEST_F(Password, EmptyCommandIsWrongUsage) {
+  EXPECT_EQ(Finished(verifyWith({"--password-command", ""})).status, 2);
+}
+
+TEST_F(Password, InterruptEndsACommandTooAndIsTold) {
+  const std::string pipe = folder.file("pipe");
+  mkfifo(pipe.c_str(), 0600);
+  Program program(
+      verifyWith({"-o", "json", "--password-command", "echo asked >&2; read forever < " + pipe}));
+  program.waitForTalk("asked");
+
+  program.signal(SIGINT);
+
+  EXPECT_EQ(program.wait(), 128 + SIGINT);  // the talk ends with the command
+  const Json::Value error = parsedAnswer(program.output())["error"];
+  EXPECT_EQ(error["exitCode"], 128 + SIGINT);
+  EXPECT_EQ(error["exitName"], "interrupted");
 }
 
 TEST_F(Password, OptionWinsOverTheEnvironment) {
@@ -73,6 +132,10 @@ TEST_F(Password, TwoSourcesAreWrongUsage) {
   const Finished run(verifyWith({"--password-stdin", "--password-file", passwordFile}));
 
   EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(Finished(verifyWith({"--password-stdin", "--password-command", "true"})).status, 2);
+  EXPECT_EQ(
+      Finished(verifyWith({"--password-file", passwordFile, "--password-command", "true"})).status,
+      2);
 }
 
 TEST_F(Password, WithoutSourceAndTerminalIsWrongUsage) {

@@ -1,5 +1,8 @@
+#include "tests/kestrelctl/json_answer.h"
 #include "tests/kestrelctl/program.h"
 #include "tests/support/test_headers.h"
+
+#include <curl/curl.h>
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -13,13 +16,13 @@ TEST(Usage, HelpStartsWithExamplesAndGoesToStandardOutput) {
 
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.talk, "");
-  ASSERT_THAT(run.output, AllOf(HasSubstr("Examples:"), HasSubstr("Commands:")));
+  ASSERT_THAT(run.output, AllOf(HasSubstr("Examples:"), HasSubstr("\nCommands ")));
   EXPECT_THAT(run.output.find("Examples:"), Lt(run.output.find("Usage:")));
 }
 
 TEST(Usage, EachCommandHasHelpWithExamples) {
   for (const char* command :
-       {"verify", "scan", "disable-cbt", "encrypt-password", "demo", "version"}) {
+       {"verify", "scan", "disable-cbt", "explain", "encrypt-password", "demo", "version"}) {
     const Finished run({command, "--help"});
     EXPECT_EQ(run.status, 0) << command;
     EXPECT_THAT(run.output, AllOf(HasSubstr("Examples:\n  "),
@@ -32,6 +35,8 @@ TEST(Usage, HelpFitsAnOrdinaryTerminal) {
                                                        {"verify", "--help"},
                                                        {"scan", "--help"},
                                                        {"disable-cbt", "--help"},
+                                                       {"explain", "--help"},
+                                                       {"version", "--help"},
                                                        {"encrypt-password", "--help"},
                                                        {"demo", "--help"}}) {
     std::istringstream lines(Finished(words).output);
@@ -39,13 +44,70 @@ TEST(Usage, HelpFitsAnOrdinaryTerminal) {
   }
 }
 
-TEST(Usage, VersionIsTheSameInBothForms) {
+TEST(Usage, HelpGroupsTheCommands) {
+  const std::string help = Finished({"--help"}).output;
+
+  const std::size_t onAManager = help.find("\nCommands that ask a manager:\n  verify ");
+  const std::size_t without = help.find("\nOther commands:\n  explain ");
+  EXPECT_NE(onAManager, std::string::npos) << help;
+  EXPECT_NE(without, std::string::npos) << help;
+  EXPECT_LT(onAManager, without);
+}
+
+TEST(Usage, ArgumentThatMayBeLeftOutIsShownInBrackets) {
+  EXPECT_THAT(Finished({"explain", "--help"}).output,
+              HasSubstr("Usage: kestrelctl explain [CODE] [OPTIONS]"));
+  EXPECT_THAT(Finished({"disable-cbt", "--help"}).output,
+              HasSubstr("Usage: kestrelctl disable-cbt VM_URI [OPTIONS]"));
+}
+
+TEST(Version, IsTheFirstLineOfBothForms) {
   const Finished option({"--version"});
   const Finished command({"version"});
 
   EXPECT_EQ(option.status, 0);
   EXPECT_EQ(option.output, "kestrelctl " KESTRELCTL_VERSION "\n");
-  EXPECT_EQ(command.output, option.output);
+  EXPECT_THAT(command.output, ::testing::StartsWith(option.output));
+}
+
+TEST(Version, NamesTheLibraries) {
+  EXPECT_THAT(Finished({"version"}).output,
+              AllOf(HasSubstr("\n  libcurl           " LIBCURL_VERSION "\n"),
+                    HasSubstr("\n  OpenSSL           3."), HasSubstr("\n  Protocol Buffers  "),
+                    HasSubstr("\n  JsonCpp           "), HasSubstr("\n  compiler          ")));
+}
+
+TEST(Version, IsADocumentToo) {
+  const Json::Value document = parsedAnswer(Finished({"version", "-o", "json"}).output);
+
+  EXPECT_EQ(document["kestrelctl"], KESTRELCTL_VERSION);
+  EXPECT_EQ(document["libcurl"], LIBCURL_VERSION);
+  for (const char* key : {"engine", "openssl", "protobuf", "jsoncpp", "compiler"}) {
+    EXPECT_FALSE(document[key].asString().empty()) << key;
+  }
+}
+
+TEST(Plaintext, ToAnotherMachineNeedsAWord) {
+  const Finished run({"verify", "--manager", "http://vrm.example.com", "--user", "backup"});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("over plain HTTP to vrm.example.com can be read"),
+                              HasSubstr("--allow-plaintext")));
+}
+
+TEST(Plaintext, WordLetsItPass) {
+  const Finished run({"disable-cbt", "/service/x", "--dry-run", "--manager",
+                      "http://vrm.example.com", "--user", "backup", "--allow-plaintext"});
+
+  EXPECT_EQ(run.status, 0) << run.talk;
+}
+
+TEST(Plaintext, ThatMayBeLedElsewhereNeedsTheWordToo) {
+  const Finished run(
+      {"verify", "--manager", "http://127.0.0.1:1", "--user", "backup", "--follow-address"});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, HasSubstr("--follow-address may lead a login over plain HTTP anywhere"));
 }
 
 TEST(Usage, MistypedCommandNamesTheNearest) {

@@ -1,0 +1,62 @@
+#include "kestrelctl/documents/operation_documents.h"
+
+#include "kestrelctl/documents/json_text.h"
+
+#include <json/value.h>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+Json::Value beginOf(const OperationRequest& request) {
+  Json::Value document(Json::objectValue);
+  document["manager"] = jsonOf(request.connection.manager.url());
+  document["user"] = jsonOf(request.connection.user);
+  return document;
+}
+
+Json::Value headersOf(const PlannedRequest& planned) {
+  Json::Value list(Json::arrayValue);
+  for (const PlannedRequest::Header& header : planned.headers) {
+    Json::Value value(Json::objectValue);
+    value["name"] = jsonOf(header.name);
+    value["value"] = jsonOf(header.value);
+    list.append(std::move(value));
+  }
+  return list;
+}
+
+}  // namespace
+
+std::string verifyDocument(const OperationRequest& request, const OperationResult& result,
+                           OutputFormat form) {
+  Json::Value document = beginOf(request);
+  document["guid"] = jsonOf(result.guid);
+  document["warnings"] = jsonOf(result.warnings);
+  return jsonText(document, form);
+}
+
+std::string disableCbtDocument(const OperationRequest& request, const OperationResult& result,
+                               OutputFormat form) {
+  Json::Value document = beginOf(request);
+  document["machineUri"] = jsonOf(request.machineUri);
+  document["dryRun"] = false;
+  document["cbtEnabled"] = false;
+  document["warnings"] = jsonOf(result.warnings);
+  return jsonText(document, form);
+}
+
+std::string dryRunDocument(const OperationRequest& request, const PlannedRequest& planned,
+                           OutputFormat form) {
+  Json::Value document = beginOf(request);
+  document["machineUri"] = jsonOf(request.machineUri);
+  document["dryRun"] = true;
+  Json::Value& sent = document["request"] = Json::Value(Json::objectValue);
+  sent["method"] = planned.method;
+  sent["url"] = jsonOf(planned.url);
+  sent["headers"] = headersOf(planned);
+  sent["body"] = planned.body;
+  document["warnings"] = jsonOf(std::vector<Warning>());
+  return jsonText(document, form);
+}
+
+}  // namespace kestrelvisor::ctl
