@@ -98,7 +98,7 @@ TEST(ErrorDocument, TextsOfStrangersBecomeValidUtf8) {
 }
 
 TEST(ErrorDocument, TellsTheEndByASignal) {
-  const Json::Value error = errorOf(failureOfSignal(SIGINT));
+  const Json::Value error = errorOf(failureOfSignal(SIGINT, {}));
 
   EXPECT_EQ(error["exitCode"], 130);
   EXPECT_EQ(error["exitName"], "interrupted");
