@@ -3,6 +3,11 @@
 #include <algorithm>
 
 namespace kestrelvisor::ctl {
+namespace {
+
+constexpr std::size_t kDeepestLevel = 32;
+
+}  // namespace
 
 std::string kindName(ObjectKind kind) {
   switch (kind) {
@@ -35,18 +40,21 @@ void ReplyIndex::addObjects() {
   }
 }
 
-// A parent stands before its children; whatever else a reply claims makes a root, so that no walk
-// runs in a circle.
+// A parent stands before its children, and sites have few levels; whatever else a reply claims
+// makes a root, so that no walk runs in a circle or deeper than a stack.
 void ReplyIndex::linkParents() {
+  std::vector<std::size_t> levels(objects_.size(), 0);
   for (std::size_t position = 0; position < objects_.size(); ++position) {
     IndexedObject& object = objects_[position];
     const auto parent = object.row->has_parentid() ? positionById_.find(object.row->parentid())
                                                    : positionById_.end();
-    if (parent == positionById_.end() || parent->second >= position) {
+    if (parent == positionById_.end() || parent->second >= position ||
+        levels[parent->second] == kDeepestLevel) {
       roots_.push_back(position);
       continue;
     }
     object.parent = parent->second;
+    levels[position] = levels[parent->second] + 1;
     objects_[parent->second].children.push_back(position);
   }
 }
@@ -91,8 +99,21 @@ void ReplyIndex::joinDatastores() {
 }
 
 IndexedObject* ReplyIndex::find(std::uint64_t id) {
+  const auto position = positionOf(id);
+  return position ? &objects_[*position] : nullptr;
+}
+
+std::optional<std::size_t> ReplyIndex::positionOf(std::uint64_t id) const {
   const auto found = positionById_.find(id);
-  return found == positionById_.end() ? nullptr : &objects_[found->second];
+  if (found == positionById_.end()) return std::nullopt;
+  return found->second;
+}
+
+const IndexedObject* ReplyIndex::above(const IndexedObject& object, ObjectKind kind) const {
+  for (auto position = object.parent; position; position = objects_[*position].parent) {
+    if (objects_[*position].is(kind)) return &objects_[*position];
+  }
+  return nullptr;
 }
 
 std::size_t ReplyIndex::count(ObjectKind kind) const {

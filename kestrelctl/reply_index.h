@@ -43,6 +43,10 @@ class ReplyIndex {
   std::size_t count(ObjectKind kind) const;
   // Objects of a kind anywhere below another.
   std::size_t countBelow(std::size_t position, ObjectKind kind) const;
+  // The position of the object with an id; nothing when the reply does not hold it.
+  std::optional<std::size_t> positionOf(std::uint64_t id) const;
+  // The nearest object of a kind above another; null when there is none.
+  const IndexedObject* above(const IndexedObject& object, ObjectKind kind) const;
   // Null when the disk's datastore is not part of the reply.
   const datastore_record* datastoreOf(const disk_record& disk) const;
   // Positions of the hosts and clusters that reach a datastore, in the reply's order.

@@ -76,6 +76,23 @@ TEST(ReplyIndex, ParentNumberedZeroIsNoAbsentParent) {
   EXPECT_THAT(namesOf(index, index.roots()), ElementsAre("root"));
 }
 
+TEST_F(SampleIndex, FindsObjectsByNumberAndWhatTheyAreIn) {
+  EXPECT_EQ(index.positionOf(4), 4U);
+  EXPECT_EQ(index.positionOf(99), std::nullopt);
+  EXPECT_EQ(index.above(named("web"), ObjectKind::cluster), &named("east"));
+  EXPECT_EQ(index.above(named("lonely"), ObjectKind::cluster), nullptr);
+}
+
+TEST(ReplyIndex, ChainDeeperThanAnySiteIsBroken) {
+  ScanEnvironmentReply reply;
+  addRow(reply, 1, 1, "root", std::nullopt);
+  for (std::uint64_t id = 2; id <= 100000; ++id) addRow(reply, id, 6, "link", id - 1);
+  const ReplyIndex index(reply);
+
+  EXPECT_EQ(index.countBelow(0, ObjectKind::cluster), 32U);
+  EXPECT_GT(index.roots().size(), 3000U);
+}
+
 TEST(ReplyIndex, RecordsThatPointNowhereJoinNothing) {
   ScanEnvironmentReply reply;
   addMachine(reply, 7, "Debian", 1);
