@@ -9,13 +9,17 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <system_error>
 
 namespace kestrelvisor::ctl {
 namespace {
+
+constexpr std::size_t kLineWidth = 80;
 
 bool isSet(const char* variable) {
   const char* const text = std::getenv(variable);
@@ -29,9 +33,31 @@ bool isSmartTerminal(int stream) {
   return isatty(stream) == 1 && !dumb;
 }
 
+// 0 for a text that is no number of columns.
+std::size_t columnsOfVariable() {
+  const char* const text = std::getenv("COLUMNS");
+  std::size_t columns = 0;
+  if (text == nullptr) return 0;
+  const char* const end = text + std::strlen(text);
+  const auto [rest, error] = std::from_chars(text, end, columns);
+  return error == std::errc() && rest == end ? columns : 0;
+}
+
+// Nothing where the stream does not lead to a terminal that tells.
+std::size_t columnsOfTerminal(int stream) {
+  winsize size{};
+  return ioctl(stream, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+std::size_t widthOf(int stream) {
+  if (const std::size_t columns = columnsOfVariable(); columns > 0) return columns;
+  if (const std::size_t columns = columnsOfTerminal(stream); columns > 0) return columns;
+  return kLineWidth;
+}
+
 Rendering renderingOf(int stream) {
   const bool colour = isSmartTerminal(stream) && !isSet("NO_COLOR");
-  return {colour, std::string_view(nl_langinfo(CODESET)) == "UTF-8"};
+  return {colour, std::string_view(nl_langinfo(CODESET)) == "UTF-8", widthOf(stream)};
 }
 
 // Returns 0 or the system's error number.
@@ -44,8 +70,6 @@ int writeAll(int stream, std::string_view text) {
   }
   return 0;
 }
-
-constexpr std::size_t kLineWidth = 80;
 
 // Each line but the first begins in the same column as the first, behind its label.
 std::string indented(const std::string& lines, std::size_t column) {
@@ -112,10 +136,10 @@ void report(const Failure& failure) {
 
 bool talkCanBeDrawnOver() { return isSmartTerminal(STDERR_FILENO); }
 
+// The terminal's own word: a line that is wider than that cannot be drawn over.
 std::size_t columnsOfTalk() {
-  winsize size{};
-  const bool tells = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return tells ? size.ws_col : kLineWidth;
+  const std::size_t columns = columnsOfTerminal(STDERR_FILENO);
+  return columns > 0 ? columns : kLineWidth;
 }
 
 void drawOnTalk(const std::string& bytes) { static_cast<void>(writeAll(STDERR_FILENO, bytes)); }

@@ -17,6 +17,8 @@ struct ClosedPipe {};
 struct Rendering {
   bool colour = false;  // a terminal, and the user has not said NO_COLOR
   bool utf8 = false;    // by the locale
+  // How wide it is: what the variable COLUMNS says, or the terminal; 80 where neither does.
+  std::size_t columns = 80;
 
   std::string bold(const std::string& text) const { return marked("1", text); }
   std::string dim(const std::string& text) const { return marked("2", text); }

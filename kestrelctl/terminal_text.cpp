@@ -2,6 +2,7 @@
 
 #include <wchar.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -54,6 +55,11 @@ void forEachCharacter(std::string_view text, Visit visit) {
   }
 }
 
+std::size_t columnsOfCharacter(const Character& character) {
+  const int width = character.valid ? wcwidth(static_cast<wchar_t>(character.code)) : -1;
+  return width < 0 ? 1 : static_cast<std::size_t>(width);
+}
+
 bool isControl(char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); }
 
 // Line and paragraph separators, and what turns the direction of writing.
@@ -104,10 +110,22 @@ bool isControlByte(char c) { return static_cast<unsigned char>(c) < 0x20 || c ==
 std::size_t columnsOf(std::string_view text) {
   std::size_t columns = 0;
   forEachCharacter(text, [&](const Character& character, std::string_view) {
-    const int width = character.valid ? wcwidth(static_cast<wchar_t>(character.code)) : -1;
-    columns += width < 0 ? 1 : static_cast<std::size_t>(width);
+    columns += columnsOfCharacter(character);
   });
   return columns;
+}
+
+std::string cutToColumns(const std::string& text, std::size_t width, bool utf8) {
+  if (columnsOf(text) <= width) return text;
+  const std::string_view mark = utf8 ? "…" : "..";
+  const std::size_t room = width - std::min(width, columnsOf(mark));
+  std::string result;
+  std::size_t columns = 0;
+  forEachCharacter(text, [&](const Character& character, std::string_view bytes) {
+    columns += columnsOfCharacter(character);
+    if (columns <= room) result += bytes;
+  });
+  return result.append(mark);
 }
 
 std::string padRight(std::string text, std::size_t width) {

@@ -27,6 +27,9 @@ std::size_t columnsOf(std::string_view text);
 std::string padRight(std::string text, std::size_t width);
 std::string padLeft(const std::string& text, std::size_t width);
 
+// A printable text of at most a width in columns: where it is longer, a mark stands for its rest.
+std::string cutToColumns(const std::string& text, std::size_t width, bool utf8);
+
 // Breaks a text of ASCII into lines of a width, at blanks; only a longer word makes a longer line.
 std::string wrapped(std::string_view text, std::size_t width);
 

@@ -40,6 +40,13 @@ TEST(TerminalText, PadsByColumns) {
   EXPECT_EQ(padLeft("12345", 4), "12345");
 }
 
+TEST(TerminalText, CutsWhatIsTooWide) {
+  EXPECT_EQ(cutToColumns("machine", 7, true), "machine");
+  EXPECT_EQ(cutToColumns("machine", 6, true), "machi\xe2\x80\xa6");
+  EXPECT_EQ(cutToColumns("machine", 6, false), "mach..");
+  EXPECT_EQ(cutToColumns("", 0, true), "");
+}
+
 TEST(TerminalText, ShowsSizesInUnitsThatFit) {
   EXPECT_EQ(humanSize(0), "0 KiB");
   EXPECT_EQ(humanSize(1023), "1023 KiB");
