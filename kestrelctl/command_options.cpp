@@ -90,6 +90,11 @@ void addPasswordOptions(CLI::App& app, PasswordSource& source) {
       ->group(group);
 }
 
+std::vector<OutputFormat> formatsOfReplies() {
+  return {OutputFormat::tree,  OutputFormat::table, OutputFormat::wide,    OutputFormat::json,
+          OutputFormat::jsonl, OutputFormat::name,  OutputFormat::protobuf};
+}
+
 void addFormatOption(CLI::App& app, OutputFormat& target, std::vector<OutputFormat> formats) {
   target = formats.front();
   std::map<std::string, OutputFormat> choices;

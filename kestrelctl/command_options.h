@@ -18,6 +18,9 @@ CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
 
 void addPasswordOptions(CLI::App& app, PasswordSource& source);
 
+// What a whole reply can be shown as; the tree comes first.
+std::vector<OutputFormat> formatsOfReplies();
+
 // Offers these formats; the first is the default and becomes the target's value.
 void addFormatOption(CLI::App& app, OutputFormat& target, std::vector<OutputFormat> formats);
 

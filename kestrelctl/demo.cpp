@@ -6,6 +6,7 @@
 #include "kestrelctl/console.h"
 #include "kestrelctl/file_replacement.h"
 #include "kestrelctl/libraries.h"
+#include "kestrelctl/reply_file.h"
 #include "platform/reference/password_cipher.h"
 
 #include <fcntl.h>
@@ -14,7 +15,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -144,15 +144,6 @@ void runCommand(const EndingSignals& signals, const std::vector<std::string>& ar
   if (const int exitCode = command.wait(); exitCode != 0) throw CommandFailed{exitCode};
 }
 
-ScanEnvironmentReply readReply(const std::string& path) {
-  ScanEnvironmentReply reply;
-  std::ifstream file(path, std::ios::binary);
-  if (!reply.ParseFromIstream(&file)) {
-    throw Failure(ExitCode::unreadableAnswer, path + " does not hold the reply");
-  }
-  return reply;
-}
-
 void showEverything(const DemoOptions& options, const EndingSignals& signals,
                     const TemporaryFolder& folder, const std::string& url) {
   const auto command = [&](std::vector<std::string> words) {
@@ -168,7 +159,7 @@ void showEverything(const DemoOptions& options, const EndingSignals& signals,
   announce("What is on it?");
   command({"scan", "--save", options.saveFile});
 
-  const ScanEnvironmentReply reply = readReply(options.saveFile);
+  const ScanEnvironmentReply reply = readReplyFile(options.saveFile);
   if (reply.machine_records_size() == 0)
     return say("The site has no machine to switch CBT off on.");
   const machine_record& machine = reply.machine_records(0);

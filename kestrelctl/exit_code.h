@@ -5,6 +5,7 @@ namespace kestrelvisor::ctl {
 // How kestrelctl ends. Scripts rely on these numbers.
 enum class ExitCode : int {
   success = 0,
+  differences = 1,  // of diff alone: the replies differ
   wrongUsage = 2,
   partial = 3,  // the manager did its part, but something is missing from what the user asked for
   refusedLogin = 4,

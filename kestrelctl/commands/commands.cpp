@@ -6,6 +6,9 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
   commands.push_back(makeVerifyCommand());
   commands.push_back(makeScanCommand());
+  commands.push_back(makeShowCommand());
+  commands.push_back(makeFindCommand());
+  commands.push_back(makeDiffCommand());
   commands.push_back(makeDisableCbtCommand());
   commands.push_back(makeExplainCommand());
   commands.push_back(makeEncryptPasswordCommand());

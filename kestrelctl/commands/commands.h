@@ -6,6 +6,9 @@ namespace kestrelvisor::ctl {
 
 std::unique_ptr<Command> makeVerifyCommand();
 std::unique_ptr<Command> makeScanCommand();
+std::unique_ptr<Command> makeShowCommand();
+std::unique_ptr<Command> makeFindCommand();
+std::unique_ptr<Command> makeDiffCommand();
 std::unique_ptr<Command> makeDisableCbtCommand();
 std::unique_ptr<Command> makeExplainCommand();
 std::unique_ptr<Command> makeEncryptPasswordCommand();

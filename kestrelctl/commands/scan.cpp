@@ -3,7 +3,7 @@
 #include "kestrelctl/console.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/file_replacement.h"
-#include "kestrelctl/reply_views.h"
+#include "kestrelctl/views/show_reply.h"
 #include "kestrelctl/watch/accounting_view.h"
 #include "kestrelctl/watch/progress_display.h"
 
@@ -40,7 +40,7 @@ class ScanCommand : public Command {
 };
 
 void ScanCommand::declareOptions(CLI::App& app) {
-  addFormatOption(app, format_, {OutputFormat::tree, OutputFormat::json});
+  addFormatOption(app, format_, formatsOfReplies());
   addFileOption(app, "--save", saveFile_, "Keep the reply in this file, as protobuf");
   addFileOption(app, "--tester-dump", testerDumpFile_,
                 "Keep the engine's dump for testers in this file");
@@ -55,6 +55,7 @@ void ScanCommand::finishOptions(const CLI::App& app) {
   request_ = arguments_.read(app);
   request_.kind = OperationKind::scan;
   request_.keepsTesterDump = !testerDumpFile_.empty();
+  refuseBytesOnTerminal(format_);
 }
 
 OperationResult ScanCommand::scanned() const {
@@ -65,19 +66,10 @@ OperationResult ScanCommand::scanned() const {
 
 void ScanCommand::keep(const OperationResult& result) const {
   if (!saveFile_.empty()) {
-    std::string bytes;
-    if (!result.reply.SerializeToString(&bytes)) {
-      throw Failure(ExitCode::partial, "the reply is too large to be kept as protobuf");
-    }
-    replaceFile(saveFile_, bytes);
+    replaceFile(saveFile_, protobufOf(result.reply));
     say("The reply is kept in " + saveFile_ + ".");
   }
   if (!testerDumpFile_.empty()) replaceFile(testerDumpFile_, result.testerDump);
-}
-
-std::string shown(const ScanEnvironmentReply& reply, OutputFormat format) {
-  const ReplyIndex index(reply);
-  return format == OutputFormat::json ? jsonView(index) : treeView(index, renderingOfResults());
 }
 
 ExitCode ScanCommand::run() {
@@ -86,8 +78,9 @@ ExitCode ScanCommand::run() {
   const OperationResult result = scanned();
   warnOf(result.warnings);
   keep(result);
-  printResult(shown(result.reply, format_));
   const Accounting& accounting = result.accounting.value();
+  showReply(ReplyIndex(result.reply), format_, {accounting, result.warnings},
+            renderingOfResults(), printResult);
   for (const std::string& line : accountingSummary(accounting)) say(line);
   return strict_ && accounting.isIncomplete() ? ExitCode::partial : ExitCode::success;
 }

@@ -26,4 +26,18 @@ Json::Value jsonOf(const std::vector<Warning>& warnings) {
   return list;
 }
 
+Json::Value jsonOf(const Accounting& accounting) {
+  Json::Value value(Json::objectValue);
+  value["counted"] = Json::UInt64{accounting.counted};
+  value["recorded"] = Json::UInt64{accounting.recorded};
+  value["templates"] = Json::UInt64{accounting.templates};
+  value["linkedClones"] = Json::UInt64{accounting.linkedClones};
+  value["outOfScope"] = Json::UInt64{accounting.outOfScope};
+  value["unreadableUuid"] = Json::UInt64{accounting.unreadableUuid};
+  value["unreadData"] = Json::UInt64{accounting.unreadData};
+  value["vanished"] = Json::UInt64{accounting.vanished};
+  value["unexplained"] = static_cast<Json::Int64>(accounting.unexplained());
+  return value;
+}
+
 }  // namespace kestrelvisor::ctl

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kestrelctl/accounting.h"
 #include "kestrelctl/output_format.h"
 #include "kestrelctl/warning.h"
 
@@ -20,5 +21,8 @@ Json::Value jsonOf(const std::string& text);
 
 // A list of {"kind", "text"}, empty when there are none.
 Json::Value jsonOf(const std::vector<Warning>& warnings);
+
+// One number for each place where a machine can have gone, and what remains.
+Json::Value jsonOf(const Accounting& accounting);
 
 }  // namespace kestrelvisor::ctl

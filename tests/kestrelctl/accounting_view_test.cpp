@@ -1,6 +1,6 @@
 #include "kestrelctl/watch/accounting_view.h"
 
-#include "kestrelctl/watch/accounting_json.h"
+#include "kestrelctl/documents/json_text.h"
 #include "tests/support/test_headers.h"
 
 #include <json/json.h>
@@ -70,16 +70,17 @@ TEST(AccountingJson, HasANumberForEachReason) {
   accounting.outOfScope = 5;
   accounting.unreadableUuid = 6;
   accounting.unreadData = 7;
+  accounting.vanished = 8;
 
-  EXPECT_EQ(compact(accountingJson(accounting)),
+  EXPECT_EQ(compact(jsonOf(accounting)),
             R"({"counted":1,"linkedClones":4,"outOfScope":5,"recorded":2,"templates":3,)"
-            R"("unexplained":-26,"unreadData":7,"unreadableUuid":6})");
+            R"("unexplained":-26,"unreadData":7,"unreadableUuid":6,"vanished":8})");
 }
 
 TEST(WarningsJson, HoldsKindsAndTextsAsValidUtf8) {
-  EXPECT_EQ(compact(warningsJson({})), "[]");
+  EXPECT_EQ(compact(jsonOf(std::vector<Warning>{})), "[]");
 
-  const Json::Value list = warningsJson({{"no-own-site", "none"}, {"unverified-tls", "bad \xff"}});
+  const Json::Value list = jsonOf(std::vector<Warning>{{"no-own-site", "none"}, {"unverified-tls", "bad \xff"}});
 
   ASSERT_EQ(list.size(), 2U);
   EXPECT_EQ(list[0]["kind"].asString(), "no-own-site");

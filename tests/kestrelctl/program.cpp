@@ -150,10 +150,12 @@ Finished::Finished(const Arguments& arguments, const Setting& setting) {
   talk = program.talk();
 }
 
-TerminalProgram::TerminalProgram(const Arguments& arguments, const Setting& setting) {
+TerminalProgram::TerminalProgram(const Arguments& arguments, const Setting& setting,
+                                 unsigned short columns) {
   const Words argv(commandLine(arguments));
   const Words environment(environmentOf(setting));
-  if (openpty(&terminal_, &ourEnd_, nullptr, nullptr, nullptr) != 0) {
+  const winsize size{0, columns, 0, 0};
+  if (openpty(&terminal_, &ourEnd_, nullptr, nullptr, &size) != 0) {
     throw std::runtime_error("no terminal");
   }
   id_ = fork();

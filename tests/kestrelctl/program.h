@@ -57,11 +57,12 @@ struct Finished {
   std::string talk;
 };
 
-// kestrelctl on a terminal of its own.
+// kestrelctl on a terminal of its own. A terminal that is 0 columns wide does not tell its width.
 class TerminalProgram {
  public:
   // The setting's input is not typed.
-  explicit TerminalProgram(const Arguments& arguments, const Setting& setting = {});
+  explicit TerminalProgram(const Arguments& arguments, const Setting& setting = {},
+                           unsigned short columns = 0);
   ~TerminalProgram();
   TerminalProgram(const TerminalProgram&) = delete;
   TerminalProgram& operator=(const TerminalProgram&) = delete;

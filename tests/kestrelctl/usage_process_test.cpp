@@ -21,8 +21,8 @@ TEST(Usage, HelpStartsWithExamplesAndGoesToStandardOutput) {
 }
 
 TEST(Usage, EachCommandHasHelpWithExamples) {
-  for (const char* command :
-       {"verify", "scan", "disable-cbt", "explain", "encrypt-password", "demo", "version"}) {
+  for (const char* command : {"verify", "scan", "show", "find", "diff", "disable-cbt", "explain",
+                              "encrypt-password", "demo", "version"}) {
     const Finished run({command, "--help"});
     EXPECT_EQ(run.status, 0) << command;
     EXPECT_THAT(run.output, AllOf(HasSubstr("Examples:\n  "),
@@ -34,6 +34,9 @@ TEST(Usage, HelpFitsAnOrdinaryTerminal) {
   for (const Arguments& words : std::vector<Arguments>{{"--help"},
                                                        {"verify", "--help"},
                                                        {"scan", "--help"},
+                                                       {"show", "--help"},
+                                                       {"find", "--help"},
+                                                       {"diff", "--help"},
                                                        {"disable-cbt", "--help"},
                                                        {"explain", "--help"},
                                                        {"version", "--help"},

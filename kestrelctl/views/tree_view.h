@@ -10,7 +10,4 @@ namespace kestrelvisor::ctl {
 // A reply for people: an indented tree, then tables of datastores and counts.
 std::string treeView(const ReplyIndex& index, const Rendering& rendering);
 
-// A reply for programs: one JSON object in UTF-8. The same reply gives the same bytes.
-std::string jsonView(const ReplyIndex& index);
-
 }  // namespace kestrelvisor::ctl

@@ -1,4 +1,6 @@
-#include "kestrelctl/reply_views.h"
+#include "kestrelctl/views/tree_view.h"
+
+#include "kestrelctl/reply_selection.h"
 #include "kestrelctl/terminal_text.h"
 
 #include <algorithm>
@@ -31,10 +33,6 @@ constexpr std::size_t kKindColumns = 7;  // "cluster"
 std::string kindOf(const IndexedObject& object) {
   const std::string name = kindName(object.kind());
   return name.empty() ? "type " + std::to_string(object.row->type()) : name;
-}
-
-std::string guestOf(const IndexedObject& object) {
-  return object.machine == nullptr ? "" : object.machine->guestos();
 }
 
 std::string joined(const std::vector<std::string>& parts) {
@@ -101,7 +99,7 @@ class TreeWriter {
       const IndexedObject& child = index_.objects()[position];
       if (!child.is(ObjectKind::machine)) continue;
       columns.name = std::max(columns.name, columnsOf(show(child.row->name())));
-      columns.guest = std::max(columns.guest, columnsOf(show(guestOf(child))));
+      columns.guest = std::max(columns.guest, columnsOf(show(guestSystemOf(child))));
       columns.disks = std::max(columns.disks, counted(child.disks.size(), "disk").size());
     }
     return columns;
@@ -121,7 +119,7 @@ class TreeWriter {
     const std::uint64_t size = object.machine == nullptr ? 0 : object.machine->totalsize();
     const std::string disks = counted(object.disks.size(), "disk");
     return padRight(show(object.row->name()), columns.name) + "  " +
-           rendering_.dim(padRight(show(guestOf(object)), columns.guest)) + "  " +
+           rendering_.dim(padRight(show(guestSystemOf(object)), columns.guest)) + "  " +
            padRight(disks, columns.disks) + "  " + padLeft(humanSize(size), kSizeColumns);
   }
 

@@ -1,9 +1,7 @@
-#include "kestrelctl/reply_views.h"
+#include "kestrelctl/views/tree_view.h"
 
 #include "tests/kestrelctl/sample_reply.h"
 #include "tests/support/test_headers.h"
-
-#include <json/json.h>
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -17,14 +15,6 @@ constexpr Rendering kUtf8{false, true};
 
 std::string treeOf(const ScanEnvironmentReply& reply, const Rendering& rendering) {
   return treeView(ReplyIndex(reply), rendering);
-}
-
-Json::Value jsonOf(const ScanEnvironmentReply& reply) {
-  Json::Value value;
-  std::istringstream text(jsonView(ReplyIndex(reply)));
-  std::string problem;
-  EXPECT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), text, &value, &problem)) << problem;
-  return value;
 }
 
 TEST(TreeView, ShowsTheWholeReply) {
@@ -75,50 +65,6 @@ TEST(TreeView, ColoursOnlyWhenTold) {
 TEST(TreeView, EmptyReplyIsASummary) {
   EXPECT_THAT(treeOf({}, kUtf8),
               AllOf(HasSubstr("  Machines       0\n"), Not(HasSubstr("Datastores\n  ("))));
-}
-
-TEST(JsonView, JoinsMachinesDisksAndDatastores) {
-  const Json::Value document = jsonOf(sampleReply());
-
-  EXPECT_EQ(document["counts"]["machines"].asInt(), 2);
-  EXPECT_EQ(document["counts"]["clusters"].asInt(), 1);
-  EXPECT_EQ(document["takenAt"].asInt(), 86400);
-  EXPECT_EQ(document["objects"][0]["kind"].asString(), "site");
-  EXPECT_TRUE(document["objects"][0]["parent"].isNull());
-  EXPECT_EQ(document["objects"][3]["parent"].asInt(), 2);
-  const Json::Value& machine = document["machines"][0];
-  EXPECT_EQ(machine["uri"].asString(), "/service/vms/4");
-  EXPECT_EQ(machine["parent"].asInt(), 3);
-  EXPECT_EQ(machine["disks"][0]["bus"].asString(), "VIRTIO");
-  EXPECT_EQ(machine["disks"][0]["datastore"].asInt(), 0);
-  EXPECT_EQ(document["datastores"][0]["reachedBy"][0].asInt(), 3);
-}
-
-TEST(JsonView, SameReplyGivesTheSameBytes) {
-  EXPECT_EQ(jsonView(ReplyIndex(sampleReply())), jsonView(ReplyIndex(sampleReply())));
-}
-
-TEST(JsonView, IsUtf8WhateverANameHolds) {
-  ScanEnvironmentReply reply = sampleReply();
-  reply.mutable_tree_records(0)->set_name("O\xffslo \xed\xa0\x80 \xc3\xb8");
-
-  EXPECT_EQ(jsonOf(reply)["objects"][0]["name"].asString(),
-            "O\xEF\xBF\xBDslo \xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD \xc3\xb8");
-}
-
-TEST(JsonView, KeepsNumbersOf64Bits) {
-  ScanEnvironmentReply reply = sampleReply();
-  reply.mutable_disk_records(0)->set_disksize(~0ULL);
-
-  EXPECT_EQ(jsonOf(reply)["machines"][0]["disks"][0]["sizeKiB"].asUInt64(), ~0ULL);
-}
-
-TEST(JsonView, EmptyReplyHasEmptyLists) {
-  const Json::Value document = jsonOf({});
-
-  EXPECT_TRUE(document["restVersion"].isNull());
-  EXPECT_TRUE(document["machines"].isArray());
-  EXPECT_TRUE(document["objects"].empty());
 }
 
 }  // namespace

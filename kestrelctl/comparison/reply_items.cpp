@@ -1,0 +1,70 @@
+#include "kestrelctl/comparison/reply_items.h"
+
+#include <algorithm>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+std::string_view keyOf(const IndexedObject& object) {
+  return object.machine != nullptr ? object.machine->objectguid() : object.row->guid();
+}
+
+Place placeOf(const IndexedObject& object) {
+  return {itemKindOf(object), keyOf(object), object.row->name()};
+}
+
+Item itemOf(const ReplyIndex& index, const IndexedObject& object) {
+  Item item;
+  item.kind = itemKindOf(object);
+  item.key = keyOf(object);
+  item.name = object.row->name();
+  item.address = addressOf(object);
+  if (object.parent) item.parent = placeOf(index.objects()[*object.parent]);
+  if (object.machine != nullptr) item.sizeKiB = object.machine->totalsize();
+  return item;
+}
+
+// A datastore that is not part of the reply has its URI for a name.
+Place datastoreOf(const ReplyIndex& index, const disk_record& disk) {
+  const datastore_record* const datastore = index.datastoreOf(disk);
+  const std::string& uri = disk.datastoremoref();
+  return {ItemKind::datastore, uri, datastore == nullptr ? uri : datastore->name()};
+}
+
+Item itemOf(const ReplyIndex& index, const SelectedDisk& selected) {
+  const disk_record& disk = *selected.disk;
+  Item item;
+  item.kind = ItemKind::disk;
+  item.key = disk.objectguid();
+  item.name = disk.diskname();
+  item.address = addressOf(disk);
+  if (selected.machine) item.parent = placeOf(index.objects()[*selected.machine]);
+  item.datastore = datastoreOf(index, disk);
+  item.sizeKiB = disk.disksize();
+  return item;
+}
+
+Item itemOf(const datastore_record& datastore) {
+  Item item;
+  item.kind = ItemKind::datastore;
+  item.key = datastore.mo_reference();
+  item.name = datastore.name();
+  item.address = addressOf(datastore);
+  item.sizeKiB = datastore.size();
+  return item;
+}
+
+}  // namespace
+
+std::vector<Item> itemsOf(const ReplyIndex& index) {
+  std::vector<Item> items;
+  for (const IndexedObject& object : index.objects()) items.push_back(itemOf(index, object));
+  const ReplySelection all = everythingOf(index);
+  for (const datastore_record* datastore : all.datastores) items.push_back(itemOf(*datastore));
+  for (const SelectedDisk& disk : all.disks) items.push_back(itemOf(index, disk));
+  std::stable_sort(items.begin(), items.end(),
+                   [](const Item& a, const Item& b) { return a.kind < b.kind; });
+  return items;
+}
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "kestrelctl/views/sink.h"
+
+#include <json/json.h>
+
+#include <memory>
+#include <sstream>
+#include <string>
+
+namespace kestrelvisor::ctl {
+
+// Sizes and numbers are unsigned and have 64 bits.
+Json::Value jsonNumber(std::uint64_t number);
+
+Json::Value emptyJsonList();
+Json::Value emptyJsonObject();
+
+// Documents on a line each, handed on in pieces of a fair size.
+class JsonLines {
+ public:
+  explicit JsonLines(const Sink& sink);
+
+  // value is an object with at least one key; "record" comes first on its line.
+  void add(const char* record, const Json::Value& value);
+  // Hands on what is left. To be called once, after the last line.
+  void finish();
+
+ private:
+  const Sink& sink_;
+  std::unique_ptr<Json::StreamWriter> writer_;
+  std::ostringstream line_;
+  std::string lines_;
+};
+
+}  // namespace kestrelvisor::ctl

@@ -1,0 +1,221 @@
+#include "kestrelctl/views/reply_json.h"
+
+#include "tests/kestrelctl/sample_reply.h"
+#include "tests/kestrelctl/schema_check.h"
+#include "tests/support/test_headers.h"
+
+#include <json/json.h>
+
+namespace kestrelvisor::ctl::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+Json::Value parsed(const std::string& text) {
+  Json::Value value;
+  std::istringstream stream(text);
+  std::string problem;
+  EXPECT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &problem))
+      << problem;
+  return value;
+}
+
+Json::Value jsonOf(const ScanEnvironmentReply& reply) {
+  return parsed(jsonView(ReplyIndex(reply)));
+}
+
+std::vector<std::string> linesOf(const ScanEnvironmentReply& reply, const ReplyNotes& notes = {}) {
+  std::stringstream text;
+  jsonLinesView(ReplyIndex(reply), notes, [&](std::string_view piece) { text << piece; });
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(text, line);) lines.push_back(line);
+  return lines;
+}
+
+std::string joined(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += line + "\n";
+  return text;
+}
+
+ReplyNotes sampleNotes() {
+  ReplyNotes notes;
+  notes.accounting = Accounting();
+  notes.accounting->counted = 5;
+  notes.accounting->recorded = 2;
+  notes.accounting->templates = 4;
+  notes.warnings.push_back({"unverified-tls", "let pass: \xff"});
+  return notes;
+}
+
+TEST(JsonView, JoinsMachinesDisksAndDatastores) {
+  const Json::Value document = jsonOf(sampleReply());
+
+  EXPECT_EQ(document["counts"]["machines"].asInt(), 2);
+  EXPECT_EQ(document["counts"]["clusters"].asInt(), 1);
+  EXPECT_EQ(document["takenAt"].asInt(), 86400);
+  EXPECT_EQ(document["objects"][0]["kind"].asString(), "site");
+  EXPECT_TRUE(document["objects"][0]["parent"].isNull());
+  EXPECT_EQ(document["objects"][3]["parent"].asInt(), 2);
+  const Json::Value& machine = document["machines"][0];
+  EXPECT_EQ(machine["uri"].asString(), "/service/vms/4");
+  EXPECT_EQ(machine["parent"].asInt(), 3);
+  EXPECT_EQ(machine["disks"][0]["bus"].asString(), "VIRTIO");
+  EXPECT_EQ(machine["disks"][0]["datastore"].asInt(), 0);
+  EXPECT_EQ(document["datastores"][0]["reachedBy"][0].asInt(), 3);
+}
+
+TEST(JsonView, SameReplyGivesTheSameBytes) {
+  EXPECT_EQ(jsonView(ReplyIndex(sampleReply())), jsonView(ReplyIndex(sampleReply())));
+}
+
+TEST(JsonView, IsUtf8WhateverANameHolds) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_tree_records(0)->set_name("O\xffslo \xed\xa0\x80 \xc3\xb8");
+
+  EXPECT_EQ(jsonOf(reply)["objects"][0]["name"].asString(),
+            "O\xEF\xBF\xBDslo \xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD \xc3\xb8");
+}
+
+TEST(JsonView, KeepsNumbersOf64Bits) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_disk_records(0)->set_disksize(~0ULL);
+
+  EXPECT_EQ(jsonOf(reply)["machines"][0]["disks"][0]["sizeKiB"].asUInt64(), ~0ULL);
+}
+
+TEST(JsonView, EmptyReplyHasEmptyLists) {
+  const Json::Value document = jsonOf({});
+
+  EXPECT_TRUE(document["restVersion"].isNull());
+  EXPECT_TRUE(document["machines"].isArray());
+  EXPECT_TRUE(document["objects"].empty());
+}
+
+TEST(JsonView, TellsWhereTheMachinesWentAndWhatToKnow) {
+  const Json::Value document = parsed(jsonView(ReplyIndex(sampleReply()), sampleNotes()));
+
+  EXPECT_EQ(document["accounting"]["counted"].asInt(), 5);
+  EXPECT_EQ(document["accounting"]["templates"].asInt(), 4);
+  EXPECT_EQ(document["accounting"]["unexplained"].asInt(), -1);
+  EXPECT_EQ(document["warnings"][0]["kind"].asString(), "unverified-tls");
+  EXPECT_EQ(document["warnings"][0]["text"].asString(), "let pass: \xEF\xBF\xBD");
+}
+
+TEST(JsonView, ReplyThatWasKeptHasNoAccounting) {
+  const Json::Value document = jsonOf(sampleReply());
+
+  EXPECT_TRUE(document.isMember("accounting"));
+  EXPECT_TRUE(document["accounting"].isNull());
+  EXPECT_TRUE(document["warnings"].isArray());
+}
+
+TEST(JsonLinesView, HasALineForEachObjectAndTheSummaryLast) {
+  EXPECT_THAT(
+      linesOf(sampleReply()),
+      ElementsAre(StartsWith("{\"record\":\"object\","), HasSubstr("\"name\":\"east\""),
+                  HasSubstr("\"name\":\"lonely\""), HasSubstr("\"name\":\"cna\""),
+                  StartsWith("{\"record\":\"datastore\","), StartsWith("{\"record\":\"machine\","),
+                  StartsWith("{\"record\":\"machine\","),
+                  AllOf(StartsWith("{\"record\":\"disk\","), HasSubstr("\"machine\":4")),
+                  AllOf(StartsWith("{\"record\":\"disk\","), HasSubstr("\"machine\":5")),
+                  StartsWith("{\"record\":\"summary\",")));
+}
+
+TEST(JsonLinesView, SummaryCarriesTheNotes) {
+  EXPECT_THAT(linesOf(sampleReply(), sampleNotes()).back(),
+              AllOf(HasSubstr("\"unexplained\":-1"), HasSubstr("\"kind\":\"unverified-tls\"")));
+}
+
+TEST(JsonLinesView, LineEndsInNamesStayInTheirLine) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_tree_records(0)->set_name("Os\nlo");
+
+  const std::vector<std::string> lines = linesOf(reply);
+
+  EXPECT_THAT(lines, SizeIs(10));
+  EXPECT_THAT(lines, Each(AllOf(StartsWith("{"), ::testing::EndsWith("}"))));
+}
+
+TEST(JsonLinesView, MachineThatCameWithoutItsRecordIsAnObject) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_machine_records()->RemoveLast();
+
+  EXPECT_THAT(linesOf(reply)[4],
+              AllOf(StartsWith("{\"record\":\"object\","), HasSubstr("\"kind\":\"machine\"")));
+}
+
+TEST(JsonLinesView, HandsALargeReplyOnInPieces) {
+  ScanEnvironmentReply reply = sampleReply();
+  for (std::uint64_t id = 10; id < 1010; ++id) addRow(reply, id, 5, "host", 2);
+  std::size_t largest = 0;
+  std::size_t total = 0;
+
+  jsonLinesView(ReplyIndex(reply), {}, [&](std::string_view piece) {
+    largest = std::max(largest, piece.size());
+    total += piece.size();
+  });
+
+  EXPECT_LT(largest, 70000U);
+  EXPECT_GT(total, 90000U);
+}
+
+TEST(FoundJsonView, HoldsWhatWasFoundAsTheReplyDoes) {
+  const ScanEnvironmentReply reply = sampleReply();
+  const ReplyIndex index(reply);
+  ReplySelection found = everythingOf(index);
+  found.machines.pop_back();
+  found.objects.clear();
+
+  const Json::Value document = parsed(foundJsonView(index, found, {}));
+
+  EXPECT_EQ(document["machines"][0], jsonOf(reply)["machines"][0]);
+  EXPECT_EQ(document["counts"]["machines"].asInt(), 1);
+  EXPECT_EQ(document["counts"]["objects"].asInt(), 0);
+  EXPECT_EQ(document["disks"][1]["machine"].asInt(), 5);
+  EXPECT_EQ(document["datastores"][0]["name"].asString(), "lun");
+}
+
+TEST(JsonDocuments, ConformToTheirSchemas) {
+  const ScanEnvironmentReply reply = sampleReply();
+  const ReplyIndex index(reply);
+  const ScanEnvironmentReply nothing;
+  const ReplyIndex empty(nothing);
+  SchemaCheck check;
+
+  check.addDocument("reply", jsonView(index, sampleNotes()));
+  check.addDocument("reply", jsonView(index));
+  check.addDocument("reply", jsonView(empty));
+  check.addLines("reply-line", joined(linesOf(reply, sampleNotes())));
+  check.addLines("reply-line", joined(linesOf({})));
+  check.addDocument("find", foundJsonView(index, everythingOf(index), sampleNotes().warnings));
+  check.addDocument("find", foundJsonView(index, {}, {}));
+
+  EXPECT_EQ(check.problems(), "");
+}
+
+TEST(JsonDocuments, CheckFindsAKeyThatNoSchemaHas) {
+  Json::Value document = jsonOf(sampleReply());
+  document["machines"][0]["colour"] = "blue";
+  SchemaCheck check;
+
+  check.addDocument("reply", document.toStyledString());
+
+  EXPECT_THAT(check.problems(), HasSubstr("colour"));
+}
+
+TEST(JsonDocuments, CheckFindsAKeyThatIsMissing) {
+  SchemaCheck check;
+
+  check.addLines("reply-line", linesOf(sampleReply()).front() + "\n{\"record\":\"machine\"}\n");
+
+  EXPECT_THAT(check.problems(), HasSubstr("document 2"));
+}
+
+}  // namespace
+}  // namespace kestrelvisor::ctl::test
