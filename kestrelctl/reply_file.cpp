@@ -68,9 +68,9 @@ bool looksLikeJson(const std::string& bytes) {
   return first != std::string::npos && (bytes[first] == '{' || bytes[first] == '[');
 }
 
-// Protobuf reads many a file of another kind without complaint, as fields that nobody knows, and the
-// first part of a reply as a smaller one. Every scan leaves at least the site, and the version of the
-// manager's interface stands last.
+// Protobuf reads many a file of another kind without complaint, as fields that nobody knows, and
+// the first part of a reply as a smaller one. Every scan leaves at least the site, and the version
+// of the manager's interface stands last.
 bool isReply(const ScanEnvironmentReply& reply) {
   return reply.tree_records_size() > 0 && reply.environment_version_size() > 0;
 }

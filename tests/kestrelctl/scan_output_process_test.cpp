@@ -67,7 +67,7 @@ TEST_F(ScanOutput, KnowsEveryFormat) {
   const vrmsim::Inventory site = manager.inventory();
   const std::map<std::string, std::string> parts{
       {"tree", "─ " + site.vms[0].name},      {"table", "\nMACHINE  "},
-      {"wide", "  GROUP    CLUSTER"},           {"json", "\"machines\" : "},
+      {"wide", "  GROUP    CLUSTER"},         {"json", "\"machines\" : "},
       {"jsonl", "\n{\"record\":\"summary\""}, {"name", machineUri(site, 0) + "\n"},
       {"protobuf", site.vms[0].name}};
   for (const auto& [format, part] : parts) {
