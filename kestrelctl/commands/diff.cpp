@@ -19,7 +19,9 @@ constexpr const char* kExamples =
 
 class DiffCommand : public Command {
  public:
-  DiffCommand() : Command({"diff", "Tell what has changed between two kept replies", kExamples}) {}
+  DiffCommand()
+      : Command({"diff", "Tell what has changed between two kept replies", kExamples,
+                 CommandGroup::replies}) {}
 
   void declareOptions(CLI::App& app) override;
   void finishOptions(const CLI::App& app) override;

@@ -1,5 +1,6 @@
 #include "kestrelctl/command_options.h"
 #include "kestrelctl/commands/commands.h"
+#include "kestrelctl/commands/live_scan.h"
 #include "kestrelctl/console.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/finding/reply_filter.h"
@@ -62,7 +63,9 @@ bool isFromEnvironment(const CLI::Option& manager) {
 
 class FindCommand : public Command {
  public:
-  FindCommand() : Command({"find", "Find machines and more, in a kept reply or live", kExamples}) {}
+  FindCommand()
+      : Command({"find", "Find machines and more, in a kept reply or live", kExamples,
+                 CommandGroup::replies}) {}
 
   void declareOptions(CLI::App& app) override;
   void finishOptions(const CLI::App& app) override;
@@ -95,6 +98,7 @@ void FindCommand::declareOptions(CLI::App& app) {
   declareFilter(app);
   declareSizes(app);
   arguments_.declare(app);
+  arguments_.declareProgress(app);
   for (const char* option : {"--manager", "--user"}) app.get_option(option)->required(false);
 }
 
@@ -170,7 +174,7 @@ void FindCommand::finishOptions(const CLI::App& app) {
 ExitCode FindCommand::run() {
   OperationResult result;
   if (replyFile_.empty()) {
-    result = perform(request_);
+    result = scanWithProgress(request_);
   } else {
     result.reply = readReplyFile(replyFile_);
   }

@@ -1,11 +1,11 @@
 #include "kestrelctl/command_options.h"
 #include "kestrelctl/commands/commands.h"
+#include "kestrelctl/commands/live_scan.h"
 #include "kestrelctl/console.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/file_replacement.h"
 #include "kestrelctl/views/show_reply.h"
 #include "kestrelctl/watch/accounting_view.h"
-#include "kestrelctl/watch/progress_display.h"
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -28,7 +28,6 @@ class ScanCommand : public Command {
   ExitCode run() override;
 
  private:
-  OperationResult scanned() const;
   void keep(const OperationResult& result) const;
 
   OperationArguments arguments_;
@@ -58,12 +57,6 @@ void ScanCommand::finishOptions(const CLI::App& app) {
   refuseBytesOnTerminal(format_);
 }
 
-OperationResult ScanCommand::scanned() const {
-  const auto manner = mannerOnTalk(request_.progress, request_.log.goesToTalk());
-  ProgressDisplay display(manner, surfaceOfTalk());
-  return perform(request_, [&](const ScanCounts& counts) { display.update(counts); });
-}
-
 void ScanCommand::keep(const OperationResult& result) const {
   if (!saveFile_.empty()) {
     replaceFile(saveFile_, protobufOf(result.reply));
@@ -75,12 +68,12 @@ void ScanCommand::keep(const OperationResult& result) const {
 ExitCode ScanCommand::run() {
   if (!saveFile_.empty()) checkReplaceable("--save", saveFile_);
   if (!testerDumpFile_.empty()) checkReplaceable("--tester-dump", testerDumpFile_);
-  const OperationResult result = scanned();
+  const OperationResult result = scanWithProgress(request_);
   warnOf(result.warnings);
   keep(result);
   const Accounting& accounting = result.accounting.value();
-  showReply(ReplyIndex(result.reply), format_, {accounting, result.warnings},
-            renderingOfResults(), printResult);
+  showReply(ReplyIndex(result.reply), format_, {accounting, result.warnings}, renderingOfResults(),
+            printResult);
   for (const std::string& line : accountingSummary(accounting)) say(line);
   return strict_ && accounting.isIncomplete() ? ExitCode::partial : ExitCode::success;
 }

@@ -17,7 +17,8 @@ constexpr const char* kExamples =
 
 class ShowCommand : public Command {
  public:
-  ShowCommand() : Command({"show", "Show a reply that scan has kept", kExamples}) {}
+  ShowCommand()
+      : Command({"show", "Show a reply that scan has kept", kExamples, CommandGroup::replies}) {}
 
   void declareOptions(CLI::App& app) override;
   void finishOptions(const CLI::App&) override { refuseBytesOnTerminal(format_); }

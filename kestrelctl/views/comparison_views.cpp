@@ -1,8 +1,8 @@
 #include "kestrelctl/views/comparison_views.h"
 
+#include "kestrelctl/documents/json_text.h"
 #include "kestrelctl/views/comparison_json.h"
 #include "kestrelctl/views/comparison_table.h"
-#include "kestrelctl/documents/json_text.h"
 #include "kestrelctl/views/json_lines.h"
 #include "kestrelctl/views/name_view.h"
 

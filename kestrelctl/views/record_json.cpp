@@ -1,7 +1,7 @@
 #include "kestrelctl/views/record_json.h"
 
-#include "kestrelctl/item_kind.h"
 #include "kestrelctl/documents/json_text.h"
+#include "kestrelctl/item_kind.h"
 #include "kestrelctl/views/json_lines.h"
 
 namespace kestrelvisor::ctl {

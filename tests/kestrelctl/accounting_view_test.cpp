@@ -80,7 +80,8 @@ TEST(AccountingJson, HasANumberForEachReason) {
 TEST(WarningsJson, HoldsKindsAndTextsAsValidUtf8) {
   EXPECT_EQ(compact(jsonOf(std::vector<Warning>{})), "[]");
 
-  const Json::Value list = jsonOf(std::vector<Warning>{{"no-own-site", "none"}, {"unverified-tls", "bad \xff"}});
+  const Json::Value list =
+      jsonOf(std::vector<Warning>{{"no-own-site", "none"}, {"unverified-tls", "bad \xff"}});
 
   ASSERT_EQ(list.size(), 2U);
   EXPECT_EQ(list[0]["kind"].asString(), "no-own-site");
