@@ -54,6 +54,10 @@ EndingSignals::EndingSignals() {
   const sigset_t signals = endingSignals();
   sigprocmask(SIG_BLOCK, &signals, &before_);
   arrived_ = Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+  if (arrived_.get() >= 0) return;
+  const std::string why = systemError();
+  sigprocmask(SIG_SETMASK, &before_, nullptr);
+  throw Failure(ExitCode::unreadableAnswer, "signals cannot be received: " + why);
 }
 
 EndingSignals::~EndingSignals() { sigprocmask(SIG_SETMASK, &before_, nullptr); }

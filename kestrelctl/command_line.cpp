@@ -101,7 +101,9 @@ std::string unknownOption(const CLI::App& command) {
 
 Failure failureOf(const CLI::App& command, const CLI::ParseError& error) {
   const std::string& name = command.get_name();
-  const std::string help = "kestrelctl " + name + " --help shows options and examples";
+  const bool isWhole = command.get_parent() == nullptr;
+  const std::string help =
+      (isWhole ? name : "kestrelctl " + name) + " --help shows options and examples";
   if (const std::string unknown = unknownOption(command); !unknown.empty()) {
     const std::string meant = nearestWord(unknown, optionNames(command));
     return wrongUsage(name + ": there is no option " + unknown,
@@ -151,7 +153,8 @@ bool parse(CLI::App& app, int argc, const char* const* argv) {
     printResult(std::string(version.what()) + "\n");
     return false;
   } catch (const CLI::ParseError& error) {
-    throw failureOf(*app.get_subcommand(argv[1]), error);
+    const CLI::App* const named = namedApp(app);
+    throw failureOf(named == nullptr ? app : *named, error);
   }
   return true;
 }
@@ -162,6 +165,7 @@ std::unique_ptr<Command> readCommandLine(int argc, const char* const* argv) {
   CLI::App app(kDescription, "kestrelctl");
   app.formatter(std::make_shared<HelpWithExamples>(kExamples));
   app.footer(kFooter);
+  app.require_subcommand(0, 1);
   app.set_version_flag("--version", "kestrelctl " KESTRELCTL_VERSION);
   std::vector<std::unique_ptr<Command>> commands = allCommands();
   for (const auto& command : commands) addCommand(app, *command);

@@ -150,6 +150,8 @@ void prepareStreams() {
     if (fcntl(stream, F_GETFD) >= 0 || errno != EBADF) continue;
     static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
   }
+  // Whoever ignores it for us would hide how our children end.
+  std::signal(SIGCHLD, SIG_DFL);
   // Told by the write that fails; their signals would end the process untidily.
   for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, SIG_IGN);
   std::setlocale(LC_CTYPE, "");

@@ -91,6 +91,10 @@ void refuseUnusable(const std::string& password) {
 std::vector<Warning> fetchPassword(const PasswordSource& source, const std::string& question,
                                    std::string& password) {
   wipeString(password);
+  // Taken out in any case: programs that we start have no use for it.
+  std::string fromEnvironment;
+  const WipeOnExit wipe(fromEnvironment);
+  const bool isInEnvironment = takeFromEnvironment(fromEnvironment);
   std::vector<Warning> warnings;
   if (!source.file.empty()) {
     readFromFile(source.file, password);
@@ -98,7 +102,8 @@ std::vector<Warning> fetchPassword(const PasswordSource& source, const std::stri
     readFromStandardInput(password);
   } else if (!source.command.empty()) {
     readFromCommand(source.command, kLongestPassword, kPasswordCommandSeconds, password);
-  } else if (takeFromEnvironment(password)) {
+  } else if (isInEnvironment) {
+    password.swap(fromEnvironment);
     warnings.push_back(warningOfEnvironment());
   } else if (!askWithoutEcho(question, password)) {
     throw wrongUsage("no password: there is no terminal to ask on",

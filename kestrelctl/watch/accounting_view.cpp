@@ -32,6 +32,8 @@ std::string othersOf(const Accounting& accounting) {
   addCountUnlessNone(others, accounting.templates, "template");
   addCountUnlessNone(others, accounting.linkedClones, "linked clone");
   if (const std::string losses = lossesOf(accounting); !losses.empty()) add(others, losses);
+  // Where as many came as went, the numbers alone would tell of nothing.
+  if (accounting.unexplained() <= 0) addUnlessNone(others, accounting.vanished, "gone or moved");
   addUnexplained(others, accounting.unexplained());
   return others;
 }

@@ -23,11 +23,10 @@ void ProgressDisplay::update(const ScanCounts& counts) {
   if (manner_ == Manner::nothing) return;
   counts_ = counts;
   estimate_.take(counts);
-  tick();
+  drawWhenDue();
 }
 
-void ProgressDisplay::tick() {
-  if (manner_ == Manner::nothing) return;
+void ProgressDisplay::drawWhenDue() {
   const auto now = clock_();
   const auto distance = manner_ == Manner::line ? kRedrawDistance : kObjectDistance;
   if (!drawn_ || now - *drawn_ >= distance) draw(now);

@@ -36,11 +36,10 @@ class ProgressDisplay {
 
   // Draws some times a second at the most, however often it is called.
   void update(const ScanCounts& counts);
-  // Draws anew though nothing is new: time goes on.
-  void tick();
   void finish();
 
  private:
+  void drawWhenDue();
   void draw(std::chrono::steady_clock::time_point now);
 
   Manner manner_;

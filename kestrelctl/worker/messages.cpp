@@ -191,6 +191,10 @@ wire::Event eventOf(const Failure& failure) {
     added.set_text(fact.text);
   }
   failed.set_hint(failure.hint);
+  if (failure.operationStatus) failed.set_operation_status(*failure.operationStatus);
+  if (failure.detailId) failed.set_detail_id(*failure.detailId);
+  failed.set_manager_code(failure.managerCode);
+  failed.set_text(failure.text);
   addWarnings(failed, failure.warnings);
   return event;
 }
@@ -211,6 +215,10 @@ Failure failureOf(const wire::Failed& failed) {
     failure.facts.push_back({fact.label(), fact.text()});
   }
   failure.hint = failed.hint();
+  if (failed.has_operation_status()) failure.operationStatus = failed.operation_status();
+  if (failed.has_detail_id()) failure.detailId = failed.detail_id();
+  failure.managerCode = failed.manager_code();
+  failure.text = failed.text();
   failure.warnings = warningsOf(failed);
   return failure;
 }

@@ -79,7 +79,7 @@ OperationResult Supervision::waitForResult() {
 void Supervision::watch(const EndingSignals& signals, bool untilReady) {
   if (left_) deadline_ = Clock::now() + *left_;
   bool speaks = true;
-  while (speaks && !(untilReady && ready_)) {
+  while (speaks && (ending_ || !(untilReady && ready_))) {
     std::array<pollfd, 2> entries{
         {{worker_->channel().descriptor(), POLLIN, 0}, {signals.descriptor(), POLLIN, 0}}};
     poll(entries.data(), entries.size(), millisecondsToWait(Clock::now()));
@@ -153,12 +153,13 @@ void Supervision::takeEvent(const wire::Event& event) {
   if (deadline_) patience_ = std::min(*patience_, *deadline_);
 }
 
-// The first asks for an orderly end; who sends another one has waited long enough.
+// The first asks for an orderly end. Who presses Ctrl-C once more has waited long enough; the system
+// itself may send the others twice, to a process and to its group.
 void Supervision::takeSignal(int number) {
   if (number == 0) return;
   if (!ending_) return beginEnding(number);
   ending_->signal = number;
-  kill();
+  if (number == SIGINT || number == SIGQUIT) kill();
 }
 
 void Supervision::takeTime(Clock::time_point now) {

@@ -106,7 +106,9 @@ WorkerProcess::~WorkerProcess() {
   reap();
 }
 
-void WorkerProcess::signal(int number) const { kill(id_, number); }
+void WorkerProcess::signal(int number) const {
+  if (id_ > 0) kill(id_, number);  // a negative one would mean every process
+}
 
 int WorkerProcess::reap() { return waitForEnd(std::exchange(id_, -1)); }
 

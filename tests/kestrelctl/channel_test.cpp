@@ -275,6 +275,10 @@ TEST(WorkerMessages, CarryAFailure) {
   failure.facts = {{"label", "\xff"}};
   failure.hint = "hint";
   failure.warnings = {{"kind", "text"}};
+  failure.operationStatus = 107;
+  failure.detailId = 20086;
+  failure.managerCode = "10100103";
+  failure.text = "words";
 
   const Failure read = failureOf(eventOf(failure).failed());
 
@@ -285,6 +289,17 @@ TEST(WorkerMessages, CarryAFailure) {
   EXPECT_EQ(read.facts[0].text, "\xff");
   EXPECT_EQ(read.hint, "hint");
   ASSERT_EQ(read.warnings.size(), 1U);
+  EXPECT_EQ(read.operationStatus, 107);
+  EXPECT_EQ(read.detailId, 20086U);
+  EXPECT_EQ(read.managerCode, "10100103");
+  EXPECT_EQ(read.text, "words");
+}
+
+TEST(WorkerMessages, CarryThatTheEngineGaveNoNumbers) {
+  const Failure read = failureOf(eventOf(Failure(ExitCode::wrongUsage, "what")).failed());
+
+  EXPECT_FALSE(read.operationStatus);
+  EXPECT_FALSE(read.detailId);
 }
 
 TEST(WorkerMessages, TakeAnExitCodeThatIsNoneForAnUnreadableAnswer) {

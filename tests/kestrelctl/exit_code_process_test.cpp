@@ -41,7 +41,7 @@ TEST_F(ExitCodes, WrongUsageIs2) {
 TEST_F(ExitCodes, PartialIs3) {
   manager.changeInventory([](vrmsim::Inventory& site) { site.vms[0].uuid = "no uuid"; });
 
-  const Finished run(command({"scan", "-o", "json"}));
+  const Finished run(command({"scan", "-o", "json", "--strict"}));
 
   EXPECT_EQ(run.status, 3);
   EXPECT_TRUE(parsedAnswer(run.output).isMember("machines"));  // what there is, no error

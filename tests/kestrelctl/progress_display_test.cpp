@@ -75,13 +75,13 @@ TEST_F(Display, DrawsSomeTimesASecondAtTheMost) {
   EXPECT_THAT(drawn, SizeIs(5));
 }
 
-TEST_F(Display, TickLetsTimeGoOnWithoutNews) {
+TEST_F(Display, TimeGoesOnWithoutNews) {
   ProgressDisplay display(Manner::line, surface(), time.clock());
   display.update(machinesRead(0));
   time.advance(2s);
   display.update(machinesRead(100));
   time.advance(3s);
-  display.tick();
+  display.update(machinesRead(100));
 
   EXPECT_EQ(
       drawn.back(),
@@ -109,7 +109,6 @@ TEST_F(Display, ShowsNothingWhenItShallNot) {
   {
     ProgressDisplay display(Manner::nothing, surface(), time.clock());
     display.update(machinesRead(1));
-    display.tick();
   }
 
   EXPECT_THAT(drawn, IsEmpty());

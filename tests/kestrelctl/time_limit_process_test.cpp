@@ -99,7 +99,7 @@ TEST_F(TimeLimit, SaysWhatMayHaveBeenDone) {
   manager.addFault("path=*/action/CBTbackup silence=request");
 
   const Finished run(
-      command({"disable-cbt", machineUri(manager.inventory(), 0)}, {"--timeout", "1s"}));
+      command({"disable-cbt", machineUri(manager.inventory(), 0)}, {"--yes", "--timeout", "1s"}));
 
   EXPECT_EQ(run.status, 7);
   EXPECT_THAT(run.talk, HasSubstr("the manager may have switched changed-block tracking off"));

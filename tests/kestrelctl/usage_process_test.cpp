@@ -156,6 +156,17 @@ TEST(Usage, LineEndsInAddressAndUserAreRefused) {
   EXPECT_THAT(run.talk, HasSubstr("--user: a line end"));
 }
 
+TEST(Usage, TwoCommandsAreWrong) {
+  for (const Arguments& words : std::vector<Arguments>{
+           {"version", "demo"}, {"explain", "version", "-o", "json"}, {"version", "verify"}}) {
+    EXPECT_EQ(Finished(words).status, 2) << words.front();
+  }
+}
+
+TEST(Usage, WrongOptionBehindHelpIsWrong) {
+  EXPECT_EQ(Finished({"--help", "scan", "-o"}).status, 2);
+}
+
 TEST(Usage, NoColourWithoutATerminal) {
   EXPECT_EQ(Finished({"scna"}).talk.find('\x1b'), std::string::npos);
 }
