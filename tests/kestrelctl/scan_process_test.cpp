@@ -122,12 +122,12 @@ TEST_F(ScanAccounting, ManagerWithoutAnOwnSiteIsAWarningBesideTheError) {
 
 class ScanProgressOption : public ManagerTest {
  protected:
-  // Long enough that the display draws once more.
-  void letADiskTakeItsTime() { manager.addFault("path=*/volumes/* nth=1 delay=250ms"); }
+  // Each longer than the counts are paced, all together longer than the display is.
+  void letDisksTakeTheirTime() { manager.addFault("path=*/volumes/* delay=120ms"); }
 };
 
 TEST_F(ScanProgressOption, TerminalShowsALineThatIsGoneAtTheEnd) {
-  letADiskTakeItsTime();
+  letDisksTakeTheirTime();
   TerminalProgram program(command({"scan"}));
   program.waitForText("at the manager");
 
@@ -182,7 +182,7 @@ TEST_F(ScanProgressOption, LineHasNoColourWhereNobodyWantsIt) {
 }
 
 TEST_F(ScanProgressOption, JsonLinesTellProgramsUpToTheEnd) {
-  letADiskTakeItsTime();
+  letDisksTakeTheirTime();
 
   const Finished run(command({"scan"}, {"--progress", "jsonl"}));
 
