@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <langinfo.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -60,11 +61,22 @@ Rendering renderingOf(int stream) {
   return {colour, std::string_view(nl_langinfo(CODESET)) == "UTF-8", widthOf(stream)};
 }
 
+constexpr int kWithoutLimit = -1;
+
+bool isWritableWithin(int stream, int milliseconds) {
+  pollfd entry{stream, POLLOUT, 0};
+  return poll(&entry, 1, milliseconds) == 1;
+}
+
 // Returns 0 or the system's error number.
 int writeAll(int stream, std::string_view text) {
   while (!text.empty()) {
     const ssize_t count = ::write(stream, text.data(), text.size());
     if (count < 0 && errno == EINTR) continue;
+    if (count < 0 && errno == EAGAIN) {  // whoever shares the stream does not want to wait
+      isWritableWithin(stream, kWithoutLimit);
+      continue;
+    }
     if (count < 0) return errno;
     text.remove_prefix(static_cast<std::size_t>(count));
   }
@@ -142,7 +154,10 @@ std::size_t columnsOfTalk() {
   return columns > 0 ? columns : kLineWidth;
 }
 
-void drawOnTalk(const std::string& bytes) { static_cast<void>(writeAll(STDERR_FILENO, bytes)); }
+// Dropped where nobody reads: whoever draws has a time limit and signals to look after.
+void drawOnTalk(const std::string& bytes) {
+  if (isWritableWithin(STDERR_FILENO, 0)) static_cast<void>(writeAll(STDERR_FILENO, bytes));
+}
 
 void prepareStreams() {
   // A closed standard stream gets the wrong direction on purpose: using it fails.

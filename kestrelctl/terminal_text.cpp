@@ -105,6 +105,23 @@ std::string printable(std::string_view text, bool utf8) {
   return result;
 }
 
+std::string harmlessJson(std::string_view document) {
+  std::string result;
+  result.reserve(document.size());
+  forEachCharacter(document, [&](const Character& character, std::string_view bytes) {
+    const bool harms =
+        (character.code >= 0x7F && isControl(character.code)) || disturbsLine(character.code);
+    if (!harms) {
+      result += bytes;
+      return;
+    }
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(character.code));
+    result += text.data();
+  });
+  return result;
+}
+
 bool isControlByte(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
 
 std::size_t columnsOf(std::string_view text) {

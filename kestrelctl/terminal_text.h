@@ -20,6 +20,10 @@ std::string printable(std::string_view text, bool utf8);
 // One of ASCII: a line end, an escape and their like.
 bool isControlByte(char c);
 
+// A JSON document in UTF-8, in which characters that would control a terminal or end a line for
+// some readers are escaped as \u009b. Its own line ends stay.
+std::string harmlessJson(std::string_view document);
+
 // Columns that a printable text takes. Relies on LC_CTYPE for wide characters.
 std::size_t columnsOf(std::string_view text);
 

@@ -10,7 +10,7 @@ std::string jsonText(const Json::Value& document, OutputFormat form) {
   Json::StreamWriterBuilder builder;
   builder["indentation"] = form == OutputFormat::jsonl ? "" : "  ";
   builder["emitUTF8"] = true;
-  return Json::writeString(builder, document) + "\n";
+  return harmlessJson(Json::writeString(builder, document)) + "\n";
 }
 
 Json::Value jsonOf(const std::string& text) { return validUtf8(text); }

@@ -1,5 +1,7 @@
 #include "kestrelctl/views/json_lines.h"
 
+#include "kestrelctl/terminal_text.h"
+
 namespace kestrelvisor::ctl {
 namespace {
 
@@ -28,7 +30,7 @@ void JsonLines::add(const char* record, const Json::Value& value) {
   writer_->write(value, &line_);
   // Keys are sorted; the one that tells what the line is belongs in front.
   lines_.append("{\"record\":\"").append(record).append("\",");
-  lines_.append(line_.str(), 1).append("\n");
+  lines_.append(harmlessJson(line_.str()), 1).append("\n");
   if (lines_.size() < kPiece) return;
   sink_(lines_);
   lines_.clear();

@@ -68,5 +68,15 @@ TEST(TerminalText, CountsInWords) {
   EXPECT_EQ(counted(1, "disk"), "1 disk");
 }
 
+TEST(TerminalText, EscapesInJsonWhatWouldControlATerminal) {
+  EXPECT_EQ(harmlessJson("\x7f \xC2\x9B \xE2\x80\xAE \xE2\x80\xA8"),
+            R"(\u007f \u009b \u202e \u2028)");
+}
+
+TEST(TerminalText, KeepsTheRestOfJson) {
+  const std::string document = "{\n  \"name\" : \"\xC3\xA9 \xF0\x9F\x98\x80 \\n\"\n}\n";
+  EXPECT_EQ(harmlessJson(document), document);
+}
+
 }  // namespace
 }  // namespace kestrelvisor::ctl::test
