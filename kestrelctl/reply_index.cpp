@@ -28,6 +28,7 @@ ReplyIndex::ReplyIndex(const ScanEnvironmentReply& reply) : reply_(reply) {
   linkParents();
   countDescendants();
   joinRecords();
+  joinDisks();
   joinDatastores();
 }
 
@@ -35,8 +36,14 @@ ReplyIndex::ReplyIndex(const ScanEnvironmentReply& reply) : reply_(reply) {
 void ReplyIndex::addObjects() {
   for (const tree_record& row : reply_.tree_records()) {
     if (!row.directparent()) continue;
-    if (!positionById_.emplace(row.id(), objects_.size()).second) continue;
-    objects_.emplace_back().row = &row;
+    if (positionById_.emplace(row.id(), objects_.size()).second) {
+      objects_.emplace_back().row = &row;
+    } else {
+      ++strays_.rows;
+    }
+  }
+  for (const tree_record& row : reply_.tree_records()) {
+    if (!row.directparent() && find(row.id()) == nullptr) ++strays_.rows;
   }
 }
 
@@ -71,15 +78,31 @@ void ReplyIndex::countDescendants() {
   }
 }
 
+// The first record of an object is its own.
 void ReplyIndex::joinRecords() {
   for (const machine_record& machine : reply_.machine_records()) {
-    if (IndexedObject* const object = find(machine.vmid())) object->machine = &machine;
+    IndexedObject* const object = find(machine.vmid());
+    if (object != nullptr && object->machine == nullptr) {
+      object->machine = &machine;
+    } else {
+      ++strays_.machines;
+    }
   }
   for (const non_vm_record& other : reply_.non_vm_records()) {
-    if (IndexedObject* const object = find(other.non_vm_object_id())) object->other = &other;
+    IndexedObject* const object = find(other.non_vm_object_id());
+    if (object != nullptr && object->other == nullptr) {
+      object->other = &other;
+    } else {
+      ++strays_.others;
+    }
   }
+}
+
+void ReplyIndex::joinDisks() {
   for (const disk_record& disk : reply_.disk_records()) {
-    if (IndexedObject* const object = find(disk.vmid())) object->disks.push_back(&disk);
+    IndexedObject* const object = find(disk.vmid());
+    if (object != nullptr) object->disks.push_back(&disk);
+    if (object == nullptr || object->machine == nullptr) ++strays_.disks;
   }
 }
 
@@ -92,7 +115,10 @@ void ReplyIndex::joinDatastores() {
   for (const resource_relation_record& relation : reply_.resource_relation_records()) {
     const auto datastore = byId.find(relation.storage_resource_id());
     const auto user = positionById_.find(relation.computer_resource_id());
-    if (datastore == byId.end() || user == positionById_.end()) continue;
+    if (datastore == byId.end() || user == positionById_.end()) {
+      ++strays_.relations;
+      continue;
+    }
     objects_[user->second].datastores.push_back(datastore->second);
     usersByDatastore_[datastore->first].push_back(user->second);
   }
@@ -136,6 +162,13 @@ const std::vector<std::size_t>& ReplyIndex::usersOf(const datastore_record& data
   static const std::vector<std::size_t> kNobody;
   const auto found = usersByDatastore_.find(datastore.id());
   return found == usersByDatastore_.end() ? kNobody : found->second;
+}
+
+std::size_t ReplyIndex::countUsers(const datastore_record& datastore, ObjectKind kind) const {
+  const std::vector<std::size_t>& users = usersOf(datastore);
+  return static_cast<std::size_t>(
+      std::count_if(users.begin(), users.end(),
+                    [&](std::size_t position) { return objects_[position].is(kind); }));
 }
 
 }  // namespace kestrelvisor::ctl

@@ -31,6 +31,18 @@ struct IndexedObject {
   bool is(ObjectKind wanted) const { return kind() == wanted; }
 };
 
+// Records of a reply that belong to nothing in it, so that they cannot be shown in their place:
+// what they point at is not there, or another record has taken it.
+struct StrayRecords {
+  std::size_t rows = 0;  // of the tree
+  std::size_t machines = 0;
+  std::size_t others = 0;     // of objects that are no machines
+  std::size_t disks = 0;      // without a machine
+  std::size_t relations = 0;  // of datastores with those who reach them
+
+  std::size_t total() const { return rows + machines + others + disks + relations; }
+};
+
 // Joins the lists of a reply, which must outlive it. Records that point nowhere join nothing.
 class ReplyIndex {
  public:
@@ -51,12 +63,15 @@ class ReplyIndex {
   const datastore_record* datastoreOf(const disk_record& disk) const;
   // Positions of the hosts and clusters that reach a datastore, in the reply's order.
   const std::vector<std::size_t>& usersOf(const datastore_record& datastore) const;
+  std::size_t countUsers(const datastore_record& datastore, ObjectKind kind) const;
+  const StrayRecords& strays() const { return strays_; }
 
  private:
   void addObjects();
   void linkParents();
   void countDescendants();
   void joinRecords();
+  void joinDisks();
   void joinDatastores();
   IndexedObject* find(std::uint64_t id);
 
@@ -67,6 +82,7 @@ class ReplyIndex {
   std::map<std::uint64_t, std::size_t> positionById_;
   std::map<std::string, const datastore_record*> datastoreByUri_;
   std::map<std::uint64_t, std::vector<std::size_t>> usersByDatastore_;
+  StrayRecords strays_;
 };
 
 }  // namespace kestrelvisor::ctl

@@ -55,7 +55,28 @@ void forEachCharacter(std::string_view text, Visit visit) {
   }
 }
 
+bool isPrintableAscii(char c) { return c >= 0x20 && c < 0x7F; }
+
+// Copies a text. Printable ASCII, the bulk of most, stays as it is; every other character becomes
+// what replacement(character, bytes) says.
+template <class Replacement>
+std::string rewritten(std::string_view text, Replacement replacement) {
+  std::string result;
+  result.reserve(text.size());
+  while (!text.empty()) {
+    const auto* const end = std::find_if_not(text.begin(), text.end(), isPrintableAscii);
+    result.append(text.begin(), end);
+    text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
+    if (text.empty()) break;
+    const Character character = firstCharacter(text);
+    result += replacement(character, text.substr(0, character.size));
+    text.remove_prefix(character.size);
+  }
+  return result;
+}
+
 std::size_t columnsOfCharacter(const Character& character) {
+  if (character.code >= 0x20 && character.code < 0x7F) return 1;
   const int width = character.valid ? wcwidth(static_cast<wchar_t>(character.code)) : -1;
   return width < 0 ? 1 : static_cast<std::size_t>(width);
 }
@@ -81,45 +102,29 @@ std::string escaped(char32_t code) {
 }  // namespace
 
 std::string validUtf8(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  forEachCharacter(text, [&](const Character& character, std::string_view bytes) {
-    result += character.valid ? bytes : kReplacement;
+  return rewritten(text, [](const Character& character, std::string_view bytes) {
+    return character.valid ? bytes : kReplacement;
   });
-  return result;
 }
 
 std::string printable(std::string_view text, bool utf8) {
-  std::string result;
-  result.reserve(text.size());
-  forEachCharacter(text, [&](const Character& character, std::string_view bytes) {
-    if (!character.valid) {
-      result += escaped(static_cast<unsigned char>(bytes.front()));
-    } else if (isControl(character.code) || disturbsLine(character.code) ||
-               (!utf8 && character.code >= 0x80)) {
-      result += escaped(character.code);
-    } else {
-      result += bytes;
-    }
+  return rewritten(text, [utf8](const Character& character, std::string_view bytes) {
+    if (!character.valid) return escaped(static_cast<unsigned char>(bytes.front()));
+    const bool disturbs = isControl(character.code) || disturbsLine(character.code);
+    if (disturbs || (!utf8 && character.code >= 0x80)) return escaped(character.code);
+    return std::string(bytes);
   });
-  return result;
 }
 
 std::string harmlessJson(std::string_view document) {
-  std::string result;
-  result.reserve(document.size());
-  forEachCharacter(document, [&](const Character& character, std::string_view bytes) {
+  return rewritten(document, [](const Character& character, std::string_view bytes) {
     const bool harms =
         (character.code >= 0x7F && isControl(character.code)) || disturbsLine(character.code);
-    if (!harms) {
-      result += bytes;
-      return;
-    }
+    if (!harms) return std::string(bytes);
     std::array<char, 16> text{};
     std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(character.code));
-    result += text.data();
+    return std::string(text.data());
   });
-  return result;
 }
 
 bool isControlByte(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
@@ -135,7 +140,8 @@ std::size_t columnsOf(std::string_view text) {
 std::string cutToColumns(const std::string& text, std::size_t width, bool utf8) {
   if (columnsOf(text) <= width) return text;
   const std::string_view mark = utf8 ? "…" : "..";
-  const std::size_t room = width - std::min(width, columnsOf(mark));
+  if (width < columnsOf(mark)) return {};
+  const std::size_t room = width - columnsOf(mark);
   std::string result;
   std::size_t columns = 0;
   forEachCharacter(text, [&](const Character& character, std::string_view bytes) {
@@ -197,6 +203,14 @@ std::string grouped(std::uint64_t number) {
 
 std::string counted(std::size_t count, const std::string& noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string joined(const std::vector<std::string>& parts) {
+  std::string text;
+  for (const std::string& part : parts) {
+    if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
+  }
+  return text;
 }
 
 }  // namespace kestrelvisor::ctl

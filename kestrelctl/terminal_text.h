@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 
@@ -27,11 +28,16 @@ std::string harmlessJson(std::string_view document);
 // Columns that a printable text takes. Relies on LC_CTYPE for wide characters.
 std::size_t columnsOf(std::string_view text);
 
+// Where nothing is cut, a text of more columns is out of line and moves no others apart. Only
+// strangers' texts are so long.
+constexpr std::size_t kWidestColumn = 200;
+
 // The text, filled up with blanks to a width in columns; a longer text stays as it is.
 std::string padRight(std::string text, std::size_t width);
 std::string padLeft(const std::string& text, std::size_t width);
 
 // A printable text of at most a width in columns: where it is longer, a mark stands for its rest.
+// Empty where not even the mark has room.
 std::string cutToColumns(const std::string& text, std::size_t width, bool utf8);
 
 // Breaks a text of ASCII into lines of a width, at blanks; only a longer word makes a longer line.
@@ -45,5 +51,8 @@ std::string grouped(std::uint64_t number);
 
 // "1 disk", "2 disks".
 std::string counted(std::size_t count, const std::string& noun);
+
+// "5 hosts, 120 machines". Parts that are empty are left out.
+std::string joined(const std::vector<std::string>& parts);
 
 }  // namespace kestrelvisor::ctl

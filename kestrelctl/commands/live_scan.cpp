@@ -1,5 +1,6 @@
 #include "kestrelctl/commands/live_scan.h"
 
+#include "kestrelctl/reply_warnings.h"
 #include "kestrelctl/watch/progress_display.h"
 
 namespace kestrelvisor::ctl {
@@ -7,7 +8,11 @@ namespace kestrelvisor::ctl {
 OperationResult scanWithProgress(const OperationRequest& request) {
   const auto manner = mannerOnTalk(request.progress, request.log.goesToTalk());
   ProgressDisplay display(manner, surfaceOfTalk());
-  return perform(request, [&](const ScanCounts& counts) { display.update(counts); });
+  OperationResult result =
+      perform(request, [&](const ScanCounts& counts) { display.update(counts); });
+  const std::vector<Warning> ofReply = warningsOf(ReplyIndex(result.reply), "the reply");
+  result.warnings.insert(result.warnings.end(), ofReply.begin(), ofReply.end());
+  return result;
 }
 
 }  // namespace kestrelvisor::ctl

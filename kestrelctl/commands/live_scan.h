@@ -4,8 +4,8 @@
 
 namespace kestrelvisor::ctl {
 
-// Scans, and shows on standard error how far it is, as the request wants. Throws what perform
-// throws.
+// Scans, and shows on standard error how far it is, as the request wants. The warnings tell of the
+// reply too. Throws what perform throws.
 OperationResult scanWithProgress(const OperationRequest& request);
 
 }  // namespace kestrelvisor::ctl

@@ -2,6 +2,7 @@
 #include "kestrelctl/commands/commands.h"
 #include "kestrelctl/console.h"
 #include "kestrelctl/reply_file.h"
+#include "kestrelctl/reply_warnings.h"
 #include "kestrelctl/views/show_reply.h"
 
 namespace kestrelvisor::ctl {
@@ -38,7 +39,10 @@ void ShowCommand::declareOptions(CLI::App& app) {
 
 ExitCode ShowCommand::run() {
   const ScanEnvironmentReply reply = readReplyFile(file_);
-  showReply(ReplyIndex(reply), format_, {}, renderingOfResults(), printResult);
+  const ReplyIndex index(reply);
+  const ReplyNotes notes{{}, warningsOf(index, "the reply")};
+  warnOf(notes.warnings);
+  showReply(index, format_, notes, renderingOfResults(), printResult);
   return ExitCode::success;
 }
 

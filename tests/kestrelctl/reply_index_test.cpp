@@ -1,5 +1,6 @@
 #include "kestrelctl/reply_index.h"
 
+#include "kestrelctl/reply_warnings.h"
 #include "tests/kestrelctl/sample_reply.h"
 #include "tests/support/test_headers.h"
 
@@ -103,6 +104,61 @@ TEST(ReplyIndex, RecordsThatPointNowhereJoinNothing) {
   EXPECT_THAT(index.objects(), IsEmpty());
   EXPECT_EQ(index.datastoreOf(reply.disk_records(0)), nullptr);
   EXPECT_THAT(index.usersOf(reply.datastore_records(0)), IsEmpty());
+  EXPECT_EQ(index.strays().machines, 1U);
+  EXPECT_EQ(index.strays().disks, 1U);
+  EXPECT_EQ(index.strays().relations, 1U);
+  EXPECT_EQ(index.strays().total(), 3U);
+}
+
+TEST_F(SampleIndex, OfAWholeReplyNothingStrays) { EXPECT_EQ(index.strays().total(), 0U); }
+
+TEST_F(SampleIndex, CountsThoseWhoReachADatastoreByTheirKind) {
+  EXPECT_EQ(index.countUsers(reply.datastore_records(0), ObjectKind::host), 1U);
+  EXPECT_EQ(index.countUsers(reply.datastore_records(0), ObjectKind::cluster), 0U);
+}
+
+TEST(ReplyIndex, RowsThatMakeNoObjectStray) {
+  ScanEnvironmentReply reply = sampleReply();
+  addRow(reply, 4, 7, "web again", 3);
+  addRow(reply, 99, 7, "of nobody", 3, false);
+  const ReplyIndex index(reply);
+
+  EXPECT_EQ(index.strays().rows, 2U);
+  EXPECT_EQ(index.strays().total(), 2U);
+}
+
+TEST(ReplyIndex, SecondRecordOfAnObjectStrays) {
+  ScanEnvironmentReply reply = sampleReply();
+  addMachine(reply, 4, "FreeBSD", 1);
+  *reply.add_non_vm_records() = reply.non_vm_records(0);
+  reply.add_non_vm_records()->set_non_vm_object_id(99);
+  const ReplyIndex index(reply);
+
+  EXPECT_EQ(index.objects()[4].machine->guestos(), "Debian");
+  EXPECT_EQ(index.strays().machines, 1U);
+  EXPECT_EQ(index.strays().others, 2U);
+  EXPECT_EQ(index.strays().total(), 3U);
+}
+
+TEST(ReplyIndex, DiskOfWhatIsNoMachineStrays) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_disk_records(0)->set_vmid(3);
+
+  EXPECT_EQ(ReplyIndex(reply).strays().disks, 1U);
+}
+
+TEST(ReplyWarnings, TellOfRecordsWithoutAPlace) {
+  ScanEnvironmentReply reply = sampleReply();
+  EXPECT_THAT(warningsOf(ReplyIndex(reply), "the reply"), IsEmpty());
+
+  addMachine(reply, 99, "Debian", 1);
+  const std::vector<Warning> warnings = warningsOf(ReplyIndex(reply), "the old reply");
+
+  ASSERT_EQ(warnings.size(), 1U);
+  EXPECT_EQ(warnings[0].kind, "records-without-place");
+  EXPECT_EQ(warnings[0].text,
+            "the old reply has 2 records without a place in its tree (1 machine, 1 disk); not all "
+            "of it can be shown");
 }
 
 }  // namespace

@@ -45,6 +45,9 @@ TEST(TerminalText, CutsWhatIsTooWide) {
   EXPECT_EQ(cutToColumns("machine", 6, true), "machi\xe2\x80\xa6");
   EXPECT_EQ(cutToColumns("machine", 6, false), "mach..");
   EXPECT_EQ(cutToColumns("", 0, true), "");
+  EXPECT_EQ(cutToColumns("machine", 1, true), "\xe2\x80\xa6");
+  EXPECT_EQ(cutToColumns("machine", 0, true), "");
+  EXPECT_EQ(cutToColumns("machine", 1, false), "");
 }
 
 TEST(TerminalText, ShowsSizesInUnitsThatFit) {
@@ -66,6 +69,11 @@ TEST(TerminalText, GroupsDigits) {
 TEST(TerminalText, CountsInWords) {
   EXPECT_EQ(counted(0, "disk"), "0 disks");
   EXPECT_EQ(counted(1, "disk"), "1 disk");
+}
+
+TEST(TerminalText, JoinsWhatIsNotEmpty) {
+  EXPECT_EQ(joined({"", "1 disk", "", "2 hosts"}), "1 disk, 2 hosts");
+  EXPECT_EQ(joined({}), "");
 }
 
 TEST(TerminalText, EscapesInJsonWhatWouldControlATerminal) {
