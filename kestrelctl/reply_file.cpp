@@ -75,13 +75,21 @@ bool isReply(const ScanEnvironmentReply& reply) {
   return reply.tree_records_size() > 0 && reply.environment_version_size() > 0;
 }
 
+// Files that were joined read as one reply, in which the numbers of both mean other things.
+bool isOneReply(const ScanEnvironmentReply& reply) {
+  return reply.environment_version_size() == 1 && reply.timestamp_size() == 1;
+}
+
 }  // namespace
 
 ScanEnvironmentReply readReplyFile(const std::string& path) {
   const std::string bytes = readAll(path);
   if (bytes.empty()) throw unusable(path, "is empty");
   ScanEnvironmentReply reply;
-  if (reply.ParseFromString(bytes) && isReply(reply)) return reply;
+  if (reply.ParseFromString(bytes) && isReply(reply)) {
+    if (isOneReply(reply)) return reply;
+    throw unusable(path, "holds more than one reply, or not the whole of one");
+  }
   if (looksLikeJson(bytes)) throw unusable(path, "holds JSON, but a reply is protobuf");
   throw unusable(path, "holds no reply, or not the whole of one");
 }

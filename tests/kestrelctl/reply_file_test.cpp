@@ -80,6 +80,19 @@ TEST_F(ReplyFile, NoPartOfAReplyIsTakenForTheWhole) {
   }
 }
 
+TEST_F(ReplyFile, TwoThatWereJoinedAreNotOne) {
+  EXPECT_THAT(problemOf(folder.write("both.pb", bytes() + bytes())),
+              AllOf(HasSubstr("2: "), HasSubstr("holds more than one reply")));
+}
+
+TEST_F(ReplyFile, ReplyWithoutItsTimeIsNotWhole) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.clear_timestamp();
+
+  EXPECT_THAT(problemOf(folder.write("reply.pb", reply.SerializeAsString())),
+              HasSubstr("or not the whole of one"));
+}
+
 TEST_F(ReplyFile, TooLargeOneIsNotReadAtAll) {
   const std::string path = folder.write("reply.pb", bytes());
   std::filesystem::resize_file(path, std::uintmax_t{3} << 30);
