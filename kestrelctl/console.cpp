@@ -50,10 +50,12 @@ std::size_t columnsOfTerminal(int stream) {
   return ioctl(stream, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
+// What goes to a file or a pipe is whole: whoever searches there would not find what was cut.
 std::size_t widthOf(int stream) {
   if (const std::size_t columns = columnsOfVariable(); columns > 0) return columns;
-  if (const std::size_t columns = columnsOfTerminal(stream); columns > 0) return columns;
-  return kLineWidth;
+  if (isatty(stream) != 1) return Rendering::kUnbounded;
+  const std::size_t columns = columnsOfTerminal(stream);
+  return columns > 0 ? columns : kLineWidth;
 }
 
 Rendering renderingOf(int stream) {

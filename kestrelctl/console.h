@@ -4,6 +4,7 @@
 #include "kestrelctl/warning.h"
 
 #include <cstddef>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,8 +18,12 @@ struct ClosedPipe {};
 struct Rendering {
   bool colour = false;  // a terminal, and the user has not said NO_COLOR
   bool utf8 = false;    // by the locale
-  // How wide it is: what the variable COLUMNS says, or the terminal; 80 where neither does.
+  // How wide it is: what the variable COLUMNS says, or the terminal, 80 when that does not tell. A
+  // file or a pipe has no bound.
   std::size_t columns = 80;
+
+  static constexpr std::size_t kUnbounded = std::numeric_limits<std::size_t>::max();
+  bool isBounded() const { return columns != kUnbounded; }
 
   std::string bold(const std::string& text) const { return marked("1", text); }
   std::string dim(const std::string& text) const { return marked("2", text); }

@@ -4,7 +4,6 @@
 #include "kestrelctl/terminal_text.h"
 #include "kestrelctl/views/text_table.h"
 
-#include <algorithm>
 #include <set>
 
 namespace kestrelvisor::ctl {
@@ -133,13 +132,6 @@ class TableWriter {
     write(table);
   }
 
-  std::size_t usersOf(const datastore_record& datastore, ObjectKind kind) const {
-    const auto& users = index_.usersOf(datastore);
-    return static_cast<std::size_t>(
-        std::count_if(users.begin(), users.end(),
-                      [&](std::size_t position) { return index_.objects()[position].is(kind); }));
-  }
-
   void writeDatastores() {
     TextTable table = tableOf({{"DATASTORE"},
                                {"SIZE", Cells::number},
@@ -150,8 +142,8 @@ class TableWriter {
     for (const datastore_record* datastore : selection_.datastores) {
       addRow(table,
              {datastore->name(), humanSize(datastore->size()), humanSize(datastore->freesize()),
-              std::to_string(usersOf(*datastore, ObjectKind::cluster)),
-              std::to_string(usersOf(*datastore, ObjectKind::host))},
+              std::to_string(index_.countUsers(*datastore, ObjectKind::cluster)),
+              std::to_string(index_.countUsers(*datastore, ObjectKind::host))},
              {addressOf(*datastore)});
     }
     write(table);
@@ -166,9 +158,7 @@ class TableWriter {
   std::string datastoresOf(const IndexedObject& machine) const {
     std::set<std::string> names;
     for (const disk_record* disk : machine.disks) names.insert(datastoreName(*disk));
-    std::string text;
-    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-    return text;
+    return joined({names.begin(), names.end()});
   }
 
   void writeMachines() {

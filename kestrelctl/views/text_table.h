@@ -28,15 +28,19 @@ class TextTable {
 
   // Lines of at most rendering.columns columns, as far as cutting texts can bring them there.
   std::string cut(const Rendering& rendering) const;
+  // Every text whole. A text of more than 200 columns is out of line: the others are not moved
+  // apart for it.
   std::string uncut(const Rendering& rendering) const;
 
  private:
   using Widths = std::vector<std::size_t>;
+  enum class Excess { cut, kept };  // of a text that is wider than its column
 
-  Widths naturalWidths() const;
+  // Of each column the widest cell, leaving out those that are wider than a limit.
+  Widths widthsOfCells(std::size_t limit) const;
   void narrow(Widths& widths, std::size_t columns) const;
-  std::string text(const Widths& widths, const Rendering& rendering) const;
-  std::string line(const std::vector<std::string>& cells, const Widths& widths, bool utf8) const;
+  std::string text(const Widths& widths, Excess excess, const Rendering& rendering) const;
+  std::string line(const std::vector<std::string>& cells, const Widths& widths) const;
 
   std::vector<Column> columns_;
   std::vector<std::vector<std::string>> rows_;

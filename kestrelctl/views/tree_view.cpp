@@ -2,10 +2,10 @@
 
 #include "kestrelctl/reply_selection.h"
 #include "kestrelctl/terminal_text.h"
+#include "kestrelctl/views/reply_summary.h"
+#include "kestrelctl/views/screen_line.h"
 
 #include <algorithm>
-#include <array>
-#include <ctime>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -19,28 +19,46 @@ struct Branches {
 };
 constexpr Branches kDrawn{"├─ ", "└─ ", "│  ", "   "};
 constexpr Branches kAscii{"|- ", "`- ", "|  ", "   "};
+constexpr Branches kNoBranches{"", "", "", ""};  // of roots
+constexpr std::size_t kBranchColumns = 3;
+
+constexpr const char* kGap = "  ";
+constexpr std::size_t kGapColumns = 2;
+constexpr std::size_t kSizeColumns = 8;  // "1023 GiB"
+constexpr std::size_t kKindColumns = 7;  // "cluster"
+
+// What names and guest systems keep where room is scarce.
+constexpr std::size_t kNarrowestMachine = 12;
+constexpr std::size_t kNarrowestGuest = 12;
+constexpr std::size_t kNarrowestHeading = 24;
 
 // Widths of the columns of machines that stand together.
 struct MachineColumns {
   std::size_t name = 0;
   std::size_t guest = 0;
   std::size_t disks = 0;
+
+  std::size_t total() const { return name + guest + disks + kSizeColumns + 3 * kGapColumns; }
 };
 
-constexpr std::size_t kSizeColumns = 8;  // "1023 GiB"
-constexpr std::size_t kKindColumns = 7;  // "cluster"
+// The same of other objects that stand together.
+struct HeadingColumns {
+  std::size_t name = 0;
+  std::size_t remark = 0;
+
+  std::size_t total() const { return name + kKindColumns + remark + 2 * kGapColumns; }
+};
+
+// A width without what is missing elsewhere; down to the least that still tells something.
+std::size_t narrowed(std::size_t width, std::size_t& missing, std::size_t least) {
+  const std::size_t given = std::min(missing, width - std::min(width, least));
+  missing -= given;
+  return width - given;
+}
 
 std::string kindOf(const IndexedObject& object) {
   const std::string name = kindName(object.kind());
   return name.empty() ? "type " + std::to_string(object.row->type()) : name;
-}
-
-std::string joined(const std::vector<std::string>& parts) {
-  std::string text;
-  for (const std::string& part : parts) {
-    if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
-  }
-  return text;
 }
 
 // "10.32.1.11, x86 Intel, 2 CPUs"
@@ -68,71 +86,108 @@ class TreeWriter {
       : index_(index), rendering_(rendering), branches_(rendering.utf8 ? kDrawn : kAscii) {}
 
   std::string write() {
-    for (const std::size_t root : index_.roots()) {
-      text_ += heading(index_.objects()[root], root, 0) + "\n";
-      writeChildren(index_.objects()[root], "");
-    }
+    writeSiblings(index_.roots(), "", kNoBranches, 0);
     return std::move(text_);
   }
 
  private:
-  // The depth is that of the environment: site, cluster, host, machine.
-  void writeChildren(const IndexedObject& parent, const std::string& indent) {
-    const MachineColumns columns = columnsOfMachines(parent);
-    const std::size_t names = widthOfHeadings(parent);
-    for (const std::size_t position : parent.children) {
-      const IndexedObject& child = index_.objects()[position];
-      const bool last = position == parent.children.back();
-      text_ += rendering_.dim(indent + (last ? branches_.lastChild : branches_.child));
-      text_ += child.is(ObjectKind::machine) ? machineLine(child, columns)
-                                             : heading(child, position, names);
-      text_ += "\n";
-      writeChildren(child, indent + (last ? branches_.empty : branches_.passing));
+  // The depth is that of the environment: site, cluster, host, machine. taken counts the columns in
+  // front of the siblings, their branches included.
+  void writeSiblings(const std::vector<std::size_t>& siblings, const std::string& indent,
+                     const Branches& branches, std::size_t taken) {
+    const MachineColumns machines = columnsOfMachines(siblings, taken);
+    const HeadingColumns headings = columnsOfHeadings(siblings, taken);
+    for (const std::size_t position : siblings) {
+      const IndexedObject& object = index_.objects()[position];
+      const bool last = position == siblings.back();
+      ScreenLine line(rendering_);
+      line.addDim(indent + (last ? branches.lastChild : branches.child));
+      if (object.is(ObjectKind::machine)) {
+        addMachine(object, machines, line);
+      } else {
+        addHeading(position, headings, line);
+      }
+      text_ += line.text();
+      writeSiblings(object.children, indent + (last ? branches.empty : branches.passing), branches_,
+                    taken + kBranchColumns);
     }
   }
 
   std::string show(const std::string& text) const { return printable(text, rendering_.utf8); }
 
-  MachineColumns columnsOfMachines(const IndexedObject& parent) const {
+  // Where nothing is cut, a stranger's name of any width would move all others apart.
+  void widen(std::size_t& width, std::string_view text) const {
+    const std::size_t columns = columnsOf(text);
+    if (rendering_.isBounded() || columns <= kWidestColumn) width = std::max(width, columns);
+  }
+
+  std::string inColumn(const std::string& text, std::size_t width) const {
+    const std::string cell =
+        rendering_.isBounded() ? cutToColumns(text, width, rendering_.utf8) : text;
+    return padRight(cell, width);
+  }
+
+  std::size_t missing(std::size_t wanted) const {
+    return wanted > rendering_.columns ? wanted - rendering_.columns : 0;
+  }
+
+  MachineColumns columnsOfMachines(const std::vector<std::size_t>& siblings,
+                                   std::size_t taken) const {
     MachineColumns columns;
-    for (const std::size_t position : parent.children) {
-      const IndexedObject& child = index_.objects()[position];
-      if (!child.is(ObjectKind::machine)) continue;
-      columns.name = std::max(columns.name, columnsOf(show(child.row->name())));
-      columns.guest = std::max(columns.guest, columnsOf(show(guestSystemOf(child))));
-      columns.disks = std::max(columns.disks, counted(child.disks.size(), "disk").size());
+    for (const std::size_t position : siblings) {
+      const IndexedObject& object = index_.objects()[position];
+      if (!object.is(ObjectKind::machine)) continue;
+      widen(columns.name, show(object.row->name()));
+      widen(columns.guest, show(guestSystemOf(object)));
+      widen(columns.disks, counted(object.disks.size(), "disk"));
     }
+    std::size_t excess = missing(taken + columns.total());
+    columns.guest = narrowed(columns.guest, excess, kNarrowestGuest);
+    columns.name = narrowed(columns.name, excess, kNarrowestMachine);
     return columns;
   }
 
-  std::size_t widthOfHeadings(const IndexedObject& parent) const {
-    std::size_t width = 0;
-    for (const std::size_t position : parent.children) {
-      const IndexedObject& child = index_.objects()[position];
-      if (child.is(ObjectKind::machine)) continue;
-      width = std::max(width, columnsOf(show(child.row->name())));
+  HeadingColumns columnsOfHeadings(const std::vector<std::size_t>& siblings,
+                                   std::size_t taken) const {
+    HeadingColumns columns;
+    for (const std::size_t position : siblings) {
+      const IndexedObject& object = index_.objects()[position];
+      if (object.is(ObjectKind::machine)) continue;
+      widen(columns.name, nameOf(object));
+      widen(columns.remark, remarkOf(position));
     }
-    return width;
+    std::size_t excess = missing(taken + columns.total());
+    columns.name = narrowed(columns.name, excess, kNarrowestHeading);
+    return columns;
   }
 
-  std::string machineLine(const IndexedObject& object, const MachineColumns& columns) const {
+  void addMachine(const IndexedObject& object, const MachineColumns& columns,
+                  ScreenLine& line) const {
     const std::uint64_t size = object.machine == nullptr ? 0 : object.machine->totalsize();
-    const std::string disks = counted(object.disks.size(), "disk");
-    return padRight(show(object.row->name()), columns.name) + "  " +
-           rendering_.dim(padRight(show(guestSystemOf(object)), columns.guest)) + "  " +
-           padRight(disks, columns.disks) + "  " + padLeft(humanSize(size), kSizeColumns);
+    line.add(inColumn(show(object.row->name()), columns.name) + kGap)
+        .addDim(inColumn(show(guestSystemOf(object)), columns.guest))
+        .add(kGap + padRight(counted(object.disks.size(), "disk"), columns.disks) + kGap +
+             padLeft(humanSize(size), kSizeColumns));
+  }
+
+  std::string nameOf(const IndexedObject& object) const {
+    return object.row->name().empty() ? "(no name)" : show(object.row->name());
+  }
+
+  std::string remarkOf(std::size_t position) const {
+    const IndexedObject& object = index_.objects()[position];
+    const bool isHost = object.other != nullptr && object.is(ObjectKind::host);
+    return joined({isHost ? show(hostFacts(*object.other)) : "", countsBelow(index_, position)});
   }
 
   // Of everything that is not a machine: "production  cluster  5 hosts, 120 machines".
-  std::string heading(const IndexedObject& object, std::size_t position,
-                      std::size_t nameWidth) const {
-    const std::string name = show(object.row->name());
-    const std::size_t columns = columnsOf(name);
-    const std::string fill(nameWidth > columns ? nameWidth - columns : 0, ' ');
-    const bool isHost = object.other != nullptr && object.is(ObjectKind::host);
-    return rendering_.bold(name.empty() ? "(no name)" : name) + fill + "  " +
-           padRight(kindOf(object), kKindColumns) + "  " +
-           joined({isHost ? show(hostFacts(*object.other)) : "", countsBelow(index_, position)});
+  void addHeading(std::size_t position, const HeadingColumns& columns, ScreenLine& line) const {
+    const IndexedObject& object = index_.objects()[position];
+    const std::string cell = inColumn(nameOf(object), columns.name);
+    const std::size_t end = cell.find_last_not_of(' ') + 1;
+    line.addBold(cell.substr(0, end))
+        .add(cell.substr(end) + kGap + padRight(kindOf(object), kKindColumns) + kGap +
+             remarkOf(position));
   }
 
   const ReplyIndex& index_;
@@ -141,99 +196,10 @@ class TreeWriter {
   std::string text_;
 };
 
-// "5 hosts, 1 cluster"
-std::string usersOf(const ReplyIndex& index, const datastore_record& datastore) {
-  const auto& users = index.usersOf(datastore);
-  std::vector<std::string> parts;
-  for (const ObjectKind kind : {ObjectKind::host, ObjectKind::cluster}) {
-    const auto count = std::count_if(users.begin(), users.end(), [&](std::size_t position) {
-      return index.objects()[position].is(kind);
-    });
-    if (count > 0) parts.push_back(counted(static_cast<std::size_t>(count), kindName(kind)));
-  }
-  return parts.empty() ? "nobody" : joined(parts);
-}
-
-std::string datastoreTable(const ReplyIndex& index, const Rendering& rendering) {
-  std::size_t names = 0;
-  for (const datastore_record& datastore : index.reply().datastore_records()) {
-    names = std::max(names, columnsOf(printable(datastore.name(), rendering.utf8)));
-  }
-  std::string text;
-  for (const datastore_record& datastore : index.reply().datastore_records()) {
-    text += "  " + padRight(printable(datastore.name(), rendering.utf8), names) + "  " +
-            padLeft(humanSize(datastore.size()), kSizeColumns) + ", " +
-            padLeft(humanSize(datastore.freesize()), kSizeColumns) + " free  " +
-            rendering.dim("reached by " + usersOf(index, datastore)) + "\n";
-  }
-  return text.empty() ? text : rendering.bold("Datastores") + "\n" + text + "\n";
-}
-
-std::string utcTime(std::uint64_t secondsSince1970) {
-  const auto seconds = static_cast<std::time_t>(secondsSince1970);
-  std::tm calendar{};
-  std::array<char, 32> text{};
-  if (gmtime_r(&seconds, &calendar) == nullptr) return std::to_string(secondsSince1970);
-  const std::size_t size =
-      std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S UTC", &calendar);
-  return {text.data(), size};
-}
-
-std::string totalSizes(const ScanEnvironmentReply& reply) {
-  std::uint64_t total = 0;
-  for (const disk_record& disk : reply.disk_records()) total += disk.disksize();
-  return humanSize(total);
-}
-
-std::string freeSizes(const ScanEnvironmentReply& reply) {
-  std::uint64_t total = 0;
-  std::uint64_t free = 0;
-  for (const datastore_record& datastore : reply.datastore_records()) {
-    total += datastore.size();
-    free += datastore.freesize();
-  }
-  return humanSize(total) + ", " + humanSize(free) + " free";
-}
-
-std::string kindCounts(const ReplyIndex& index) {
-  return joined({counted(index.count(ObjectKind::site), "site"),
-                 counted(index.count(ObjectKind::cluster), "cluster"),
-                 counted(index.count(ObjectKind::host), "host")});
-}
-
-struct SummaryRow {
-  const char* label;
-  std::string value;
-  std::string remark;
-};
-
-std::string summaryTable(const ReplyIndex& index, const Rendering& rendering) {
-  const ScanEnvironmentReply& reply = index.reply();
-  std::vector<SummaryRow> rows{
-      {"Machines", std::to_string(reply.machine_records_size()), ""},
-      {"Disks", std::to_string(reply.disk_records_size()), totalSizes(reply)},
-      {"Datastores", std::to_string(reply.datastore_records_size()), freeSizes(reply)},
-      {"Other objects", std::to_string(reply.non_vm_records_size()), kindCounts(index)}};
-  std::size_t width = 0;
-  for (const SummaryRow& row : rows) width = std::max(width, columnsOf(row.value));
-  std::string text = rendering.bold("Summary") + "\n";
-  for (const SummaryRow& row : rows) {
-    text += "  " + padRight(row.label, 13) + "  " + padLeft(row.value, width);
-    text += row.remark.empty() ? "\n" : "  " + rendering.dim(row.remark) + "\n";
-  }
-  for (const std::string& version : reply.environment_version()) {
-    text += "  REST version   " + printable(version, rendering.utf8) + "\n";
-  }
-  for (const std::uint64_t time : reply.timestamp())
-    text += "  Taken at       " + utcTime(time) + "\n";
-  return text;
-}
-
 }  // namespace
 
 std::string treeView(const ReplyIndex& index, const Rendering& rendering) {
-  return TreeWriter(index, rendering).write() + "\n" + datastoreTable(index, rendering) +
-         summaryTable(index, rendering);
+  return TreeWriter(index, rendering).write() + "\n" + summaryView(index, rendering);
 }
 
 }  // namespace kestrelvisor::ctl

@@ -107,7 +107,7 @@ TEST_F(Show, ReaderOfTheFirstLineEndsItQuietly) {
 
 // In bytes, without the marks of headings.
 std::size_t widest(std::string text) {
-  for (const std::string mark : {"\x1b[1m", "\x1b[0m", "\r"}) {
+  for (const std::string mark : {"\x1b[1m", "\x1b[2m", "\x1b[0m", "\r"}) {
     for (std::size_t at; (at = text.find(mark)) != std::string::npos;) text.erase(at, mark.size());
   }
   std::istringstream lines(text);
@@ -127,14 +127,71 @@ TEST_F(Show, TableIsAsWideAsTheTerminal) {
   EXPECT_THAT(wide.shown(), HasSubstr(std::string(150, 'w')));
 }
 
-TEST_F(Show, TableHas80ColumnsWithoutATerminal) {
+TEST_F(Show, TreeIsAsWideAsTheTerminal) {
+  const std::string file = longNames();
+  TerminalProgram narrow({"show", file}, {"", {{"LC_ALL", "C"}}}, 80);
+  TerminalProgram wide({"show", file}, {"", {{"LC_ALL", "C"}}}, 200);
+  narrow.wait();
+  wide.wait();
+
+  EXPECT_EQ(widest(narrow.shown()), 80U);
+  EXPECT_THAT(wide.shown(), HasSubstr(std::string(150, 'w')));
+}
+
+TEST_F(Show, NothingIsCutWithoutATerminal) {
   const std::string file = longNames();
 
-  EXPECT_EQ(widest(Finished({"show", file, "-o", "table"}).output), 82U);
-  EXPECT_EQ(widest(Finished({"show", file, "-o", "table"}, {"", {{"COLUMNS", "100"}}}).output),
-            102U);
-  EXPECT_EQ(widest(Finished({"show", file, "-o", "table"}, {"", {{"COLUMNS", "wide"}}}).output),
-            82U);
+  for (const char* format : {"tree", "table"}) {
+    EXPECT_THAT(Finished({"show", file, "-o", format}).output, HasSubstr(std::string(150, 'w')));
+  }
+}
+
+TEST_F(Show, VariableTellsTheWidthWhereverItGoes) {
+  const std::string file = longNames();
+  const auto widthWith = [&](const char* columns) {
+    return widest(Finished({"show", file, "-o", "table"}, {"", {{"COLUMNS", columns}}}).output);
+  };
+
+  EXPECT_EQ(widthWith("100"), 102U);
+  EXPECT_GT(widthWith("wide"), 150U);
+}
+
+TEST_F(Show, TerminalThatDoesNotTellHas80Columns) {
+  TerminalProgram terminal({"show", longNames(), "-o", "table"});
+  terminal.wait();
+
+  EXPECT_EQ(widest(terminal.shown()), 82U);
+}
+
+TEST_F(Show, RecordsWithoutAPlaceAreWarnedOf) {
+  ScanEnvironmentReply reply = sampleReply();
+  addMachine(reply, 99, "Debian", 1);
+  const std::string file = save("stray.pb", reply);
+
+  EXPECT_THAT(Finished({"show", file}).talk,
+              HasSubstr("warning: the reply has 2 records without a place"));
+  for (const char* format : {"json", "jsonl"}) {
+    EXPECT_THAT(Finished({"show", file, "-o", format}).output, HasSubstr("records-without-place"));
+  }
+}
+
+TEST_F(Show, NoFormatForPeopleLetsANameControlTheTerminal) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_tree_records(5)->set_name(
+      "web\xC2\x9B"
+      "2J");
+  reply.mutable_machine_records(0)->set_mo(
+      "/vms/\xC2\x9B"
+      "2J");
+  reply.mutable_datastore_records(0)->set_name(
+      "lun\xC2\x9B"
+      "2J");
+  const std::string file = save("hostile.pb", reply);
+
+  for (const char* format : {"tree", "table", "wide", "name", "json", "jsonl"}) {
+    const std::string shown = Finished({"show", file, "-o", format}).output;
+    EXPECT_THAT(shown, AllOf(HasSubstr("9b2J"), Not(HasSubstr("\xC2\x9B")))) << format;
+  }
 }
 
 TEST_F(Show, ColourStaysOnTheTerminal) {

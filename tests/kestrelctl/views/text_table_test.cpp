@@ -48,6 +48,28 @@ TEST(TextTable, UncutIsAsWideAsItsTexts) {
   EXPECT_EQ(machines().uncut(ofWidth(20)), machines().cut(ofWidth(80)));
 }
 
+TEST(TextTable, WithoutABoundNothingIsCut) {
+  EXPECT_EQ(machines().cut({false, true, Rendering::kUnbounded}), machines().uncut(ofWidth(20)));
+}
+
+TEST(TextTable, TextOfAnyLengthMovesTheOthersNotApart) {
+  const std::string hostile(100000, 'x');
+  TextTable table = machines();
+  table.addRow({hostile, hostile, "3"});
+
+  const std::string text = table.uncut(ofWidth(80));
+
+  EXPECT_THAT(text, ::testing::StartsWith(machines().uncut(ofWidth(80))));
+  EXPECT_THAT(text, ::testing::EndsWith(hostile + "  " + hostile + "      3\n"));
+}
+
+TEST(TextTable, TextOfAnyLengthIsCutWhereTheScreenEnds) {
+  TextTable table = machines();
+  table.addRow({std::string(100000, 'x'), "Debian", "3"});
+
+  EXPECT_LT(table.cut(ofWidth(80)).size(), 5 * 85U);
+}
+
 TEST(TextTable, EmptyCellsLeaveNoBlanksAtTheEndOfALine) {
   TextTable table({{"ONE"}, {"TWO"}});
   table.addRow({"a", ""});

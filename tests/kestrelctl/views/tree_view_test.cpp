@@ -1,5 +1,6 @@
 #include "kestrelctl/views/tree_view.h"
 
+#include "kestrelctl/terminal_text.h"
 #include "tests/kestrelctl/sample_reply.h"
 #include "tests/support/test_headers.h"
 
@@ -47,7 +48,107 @@ TEST(TreeView, LetsNoNameControlTheTerminal) {
   ScanEnvironmentReply reply = sampleReply();
   reply.mutable_tree_records(0)->set_name("Os\x1b[2Jlo\nagain");
 
-  EXPECT_THAT(treeOf(reply, kUtf8), HasSubstr("Os\\x1b[2Jlo\\nagain  site"));
+  reply.mutable_tree_records(1)->set_name(
+      "ea\xC2\x9B"
+      "2Jst");
+  EXPECT_THAT(treeOf(reply, kUtf8),
+              AllOf(HasSubstr("Os\\x1b[2Jlo\\nagain  site"), HasSubstr("ea\\x9b2Jst  cluster")));
+}
+
+std::size_t widestLine(const std::string& text) {
+  std::istringstream lines(text);
+  std::size_t widest = 0;
+  for (std::string line; std::getline(lines, line);) widest = std::max(widest, columnsOf(line));
+  return widest;
+}
+
+// Everything that can be long is.
+ScanEnvironmentReply longNames() {
+  ScanEnvironmentReply reply = sampleReply();
+  for (tree_record& row : *reply.mutable_tree_records()) {
+    row.set_name(row.name() + "-with-a-name-that-needs-more-room-than-most-of-them-do");
+  }
+  reply.mutable_machine_records(0)->set_guestos("Microsoft Windows Server 2019 Standard 64bit");
+  reply.mutable_non_vm_records(0)->set_ip("2001:db8:1234:5678:9abc:def0:1234:5678");
+  reply.mutable_datastore_records(0)->set_name("datastore-" + std::string(100, 'd'));
+  reply.set_environment_version(0, std::string(300, 'v'));
+  return reply;
+}
+
+TEST(TreeView, FitsTheScreen) {
+  for (const std::size_t columns : {60U, 80U, 120U}) {
+    EXPECT_EQ(widestLine(treeOf(longNames(), {false, true, columns})), columns);
+    EXPECT_EQ(widestLine(treeOf(longNames(), {false, false, columns})), columns);
+  }
+  EXPECT_LE(widestLine(treeOf(longNames(), {false, true, 200})), 200U);
+  EXPECT_LE(widestLine(treeOf(longNames(), {false, true, 10})), 10U);
+}
+
+TEST(TreeView, CutsGuestSystemsFirst) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_tree_records(5)->set_name("a-machine-with-a-name-of-some-length");
+  reply.mutable_machine_records(1)->set_guestos("Microsoft Windows Server 2019 Standard");
+
+  EXPECT_THAT(
+      treeOf(reply, kUtf8),
+      HasSubstr(
+          "│     ├─ a-machine-with-a-name-of-some-length  Debian           1 disk    40 GiB\n"
+          "│     └─ database                              Microsoft Wind…  1 disk   1.5 TiB\n"));
+}
+
+TEST(TreeView, CutsNamesWhenThatDoesNotSuffice) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_tree_records(5)->set_name(std::string(60, 'w'));
+  reply.mutable_machine_records(1)->set_guestos("Microsoft Windows Server 2019 Standard");
+
+  EXPECT_THAT(
+      treeOf(reply, kUtf8),
+      HasSubstr(
+          "│     ├─ wwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwww…  Debian        1 disk    40 GiB\n"
+          "│     └─ database                                 Microsoft W…  1 disk   1.5 TiB\n"));
+}
+
+TEST(TreeView, CutsLongNamesOfHostsBeforeTheirCounts) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_tree_records(3)->set_name(std::string(60, 'h'));
+
+  EXPECT_THAT(
+      treeOf(reply, kUtf8),
+      HasSubstr(
+          "│  └─ hhhhhhhhhhhhhhhhhhhhhhh…  host     10.0.0.3, x86 Intel, 2 CPUs, 2 machines\n"));
+}
+
+TEST(TreeView, WithoutABoundNothingIsCut) {
+  ScanEnvironmentReply reply = longNames();
+  const std::string hostile(100000, 'x');
+  reply.mutable_tree_records(5)->set_name(hostile);
+
+  const std::string text = treeOf(reply, {false, true, Rendering::kUnbounded});
+
+  EXPECT_THAT(text, AllOf(HasSubstr("─ " + hostile + "  Microsoft Windows Server 2019 Standard"),
+                          HasSubstr(std::string(100, 'd')), HasSubstr(std::string(300, 'v'))));
+  EXPECT_LT(text.size(), hostile.size() + 3000);
+}
+
+TEST(TreeView, MachineWithoutAParentIsShownAsAMachine) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_tree_records(7)->set_parentid(99);
+
+  EXPECT_THAT(treeOf(reply, kUtf8), HasSubstr("\ndatabase  Windows  1 disk   1.5 TiB\n"));
+}
+
+TEST(TreeView, SumsOfSizesStayAtTheLargest) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_disk_records(0)->set_disksize(~0ULL);
+  *reply.add_datastore_records() = reply.datastore_records(0);
+  for (datastore_record& datastore : *reply.mutable_datastore_records()) {
+    datastore.set_size(~0ULL - 1);
+    datastore.set_freesize(~0ULL);
+  }
+
+  EXPECT_THAT(treeOf(reply, kUtf8),
+              AllOf(HasSubstr("  Disks          2  16383 EiB\n"),
+                    HasSubstr("  Datastores     2  16383 EiB, 16383 EiB free\n")));
 }
 
 TEST(TreeView, AlignsWideCharacters) {
