@@ -1,40 +1,95 @@
 #include "kestrelctl/comparison/reply_comparison.h"
 
+#include "kestrelctl/reply_warnings.h"
 #include "kestrelctl/terminal_text.h"
 
-#include <algorithm>
-#include <set>
-#include <unordered_map>
+#include <utility>
 
 namespace kestrelvisor::ctl {
 namespace {
 
-// The things of one reply that share a key, and how many of them have been dealt with.
-struct Namesakes {
-  std::vector<const Item*> items;
-  std::size_t taken = 0;
+using Items = std::vector<const Item*>;
 
-  const Item* take() { return taken < items.size() ? items[taken++] : nullptr; }
-};
-using NamesakesByKey = std::unordered_map<std::string_view, Namesakes>;
-
-std::vector<const Item*> ofKind(const std::vector<Item>& items, ItemKind kind) {
-  std::vector<const Item*> chosen;
+Items ofKind(const std::vector<Item>& items, ItemKind kind) {
+  Items chosen;
   for (const Item& item : items) {
     if (item.kind == kind) chosen.push_back(&item);
   }
   return chosen;
 }
 
-NamesakesByKey byKey(const std::vector<const Item*>& items) {
-  NamesakesByKey result;
-  for (const Item* item : items) result[item->key].items.push_back(item);
-  return result;
+// What things are compared by: all texts must be the same.
+using Likeness = std::array<std::string_view, 3>;
+
+Likeness byKey(const Item& item) { return {item.key}; }
+
+// Things that share a GUID have each a URI of their own; of a disk that several machines share,
+// each machine has one.
+Likeness byKeyAndPlace(const Item& item) {
+  if (item.kind != ItemKind::disk) return {item.key, item.address};
+  return {item.key, item.parent ? item.parent->key : std::string_view()};
 }
 
-bool isSamePlace(const std::optional<Place>& one, const std::optional<Place>& other) {
-  if (!one || !other) return one.has_value() == other.has_value();
-  return one->isSame(*other);
+Likeness byKeyPlaceAndName(const Item& item) {
+  Likeness likeness = byKeyAndPlace(item);
+  likeness.back() = item.name;
+  return likeness;
+}
+
+// Finds for things of the old reply those of the new one that are the same.
+class Pairing {
+ public:
+  Pairing(const Items& olds, const Items& news)
+      : olds_(olds), news_(news), partners_(olds.size()), isTaken_(news.size()) {}
+
+  // Pairs what is alike and has no partner yet: the first of one reply with the first of the other,
+  // and so on.
+  template <class LikenessOf>
+  void pairBy(LikenessOf likenessOf) {
+    std::multimap<Likeness, std::size_t> waiting;
+    for (std::size_t i = 0; i < news_.size(); ++i) {
+      if (!isTaken_[i]) waiting.emplace(likenessOf(*news_[i]), i);
+    }
+    for (std::size_t i = 0; i < olds_.size(); ++i) {
+      if (partners_[i] != nullptr) continue;
+      const Likeness likeness = likenessOf(*olds_[i]);
+      const auto first = waiting.lower_bound(likeness);
+      if (first == waiting.end() || first->first != likeness) continue;
+      partners_[i] = news_[first->second];
+      isTaken_[first->second] = true;
+      waiting.erase(first);
+    }
+  }
+
+  // Null: the old reply alone has it.
+  const Item* partnerOf(std::size_t old) const { return partners_[old]; }
+  bool hasPartner(std::size_t ofNew) const { return isTaken_[ofNew]; }
+
+ private:
+  const Items& olds_;
+  const Items& news_;
+  std::vector<const Item*> partners_;
+  std::vector<bool> isTaken_;
+};
+
+KindAndKey kindAndKey(const Item& item) { return {item.kind, item.key}; }
+
+// The same, but that several machines share a disk is no confusion.
+std::pair<KindAndKey, std::string_view> identityOf(const Item& item) {
+  const bool mayBeShared = item.kind == ItemKind::disk && !item.key.empty() && item.parent;
+  return {kindAndKey(item), mayBeShared ? item.parent->key : std::string_view()};
+}
+
+// What more than one item is.
+template <class Of>
+auto repeatedOf(const std::vector<Item>& items, Of of) {
+  using Value = decltype(of(items.front()));
+  std::set<Value> seen;
+  std::set<Value> repeated;
+  for (const Item& item : items) {
+    if (!seen.insert(of(item)).second) repeated.insert(of(item));
+  }
+  return repeated;
 }
 
 const Item* firstSite(const std::vector<Item>& items) {
@@ -62,12 +117,10 @@ std::string changeName(Change change) {
 ReplyComparison::ReplyComparison(const ReplyIndex& before, const ReplyIndex& after)
     : before_(itemsOf(before)), after_(itemsOf(after)) {
   warnOfOtherSite();
-  warnOfRepeatedKeys("the old reply", before_);
-  warnOfRepeatedKeys("the new reply", after_);
+  lookAt(before, before_, "the old reply");
+  lookAt(after, after_, "the new reply");
   for (const ItemKind kind : kItemKinds) compareKind(kind);
-  for (const Difference& difference : differences_) {
-    ++counts_[{difference.item().kind, difference.change}];
-  }
+  countThings();
 }
 
 std::size_t ReplyComparison::count(ItemKind kind, Change change) const {
@@ -75,23 +128,34 @@ std::size_t ReplyComparison::count(ItemKind kind, Change change) const {
   return found == counts_.end() ? 0 : found->second;
 }
 
+// The differences of a thing stand together, and those of one change behind each other.
+void ReplyComparison::countThings() {
+  const Difference* last = nullptr;
+  for (const Difference& difference : differences_) {
+    const bool isCounted =
+        last != nullptr && last->change == difference.change && &last->item() == &difference.item();
+    if (!isCounted) ++counts_[{difference.item().kind, difference.change}];
+    last = &difference;
+  }
+}
+
 void ReplyComparison::compareKind(ItemKind kind) {
-  const std::vector<const Item*> news = ofKind(after_, kind);
-  NamesakesByKey newByKey = byKey(news);
-  for (const Item* before : ofKind(before_, kind)) {
-    const auto namesakes = newByKey.find(before->key);
-    const Item* const after = namesakes == newByKey.end() ? nullptr : namesakes->second.take();
-    if (after == nullptr) {
-      differences_.push_back({Change::removed, before, nullptr, {}, {}});
+  const Items olds = ofKind(before_, kind);
+  const Items news = ofKind(after_, kind);
+  Pairing pairing(olds, news);
+  pairing.pairBy(byKeyPlaceAndName);
+  pairing.pairBy(byKeyAndPlace);
+  pairing.pairBy(byKey);
+  for (std::size_t i = 0; i < olds.size(); ++i) {
+    if (const Item* const partner = pairing.partnerOf(i)) {
+      compare(*olds[i], *partner);
     } else {
-      compare(*before, *after);
+      differences_.push_back({Change::removed, olds[i], nullptr, {}, {}});
     }
   }
-  // Of the new things, those are added that no old one has taken.
-  std::unordered_map<std::string_view, std::size_t> passed;
-  for (const Item* after : news) {
-    if (++passed[after->key] <= newByKey[after->key].taken) continue;
-    differences_.push_back({Change::added, nullptr, after, {}, {}});
+  for (std::size_t i = 0; i < news.size(); ++i) {
+    if (pairing.hasPartner(i)) continue;
+    differences_.push_back({Change::added, nullptr, news[i], {}, {}});
   }
 }
 
@@ -112,19 +176,28 @@ void ReplyComparison::addMove(const Item& before, const Item& after,
   differences_.push_back({Change::moved, &before, &after, from, to});
 }
 
-void ReplyComparison::warnOfRepeatedKeys(const char* reply, const std::vector<Item>& items) {
-  std::set<std::pair<ItemKind, std::string_view>> keys;
-  std::set<std::pair<ItemKind, std::string_view>> repeated;
-  for (const Item& item : items) {
-    if (!keys.insert({item.kind, item.key}).second) repeated.insert({item.kind, item.key});
-  }
-  if (repeated.empty()) return;
-  const auto& [kind, key] = *repeated.begin();
+// A URI may change while the thing stays what it is, so it counts only where the GUID says too
+// little.
+bool ReplyComparison::isSamePlace(const std::optional<Place>& one,
+                                  const std::optional<Place>& other) const {
+  if (!one || !other) return one.has_value() == other.has_value();
+  if (one->kind != other->kind || one->key != other->key) return false;
+  return one->address == other->address || repeated_.count({one->kind, one->key}) == 0;
+}
+
+void ReplyComparison::lookAt(const ReplyIndex& index, const std::vector<Item>& items,
+                             const char* reply) {
+  for (Warning& warning : warningsOf(index, reply)) warnings_.push_back(std::move(warning));
+  std::set<KindAndKey> repeated = repeatedOf(items, kindAndKey);
+  repeated_.merge(repeated);
+  const auto confusing = repeatedOf(items, identityOf);
+  if (confusing.empty()) return;
+  const auto& [kind, key] = confusing.begin()->first;
   warnings_.push_back(
-      {"repeated-guid", std::string(reply) + " has " + counted(repeated.size(), "GUID") +
-                            " more than once, the first of a " + itemKindName(kind) + ": \"" +
-                            std::string(key) +
-                            "\"; things that share one are compared in their order"});
+      {"repeated-guid",
+       std::string(reply) + " has " + counted(confusing.size(), "GUID") +
+           " more than once, the first of a " + itemKindName(kind) + ": \"" + std::string(key) +
+           "\"; things that share one are told apart by URI or machine, else by their order"});
 }
 
 void ReplyComparison::warnOfOtherSite() {

@@ -5,7 +5,10 @@
 
 #include <array>
 #include <map>
+#include <set>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kestrelvisor::ctl {
@@ -30,11 +33,15 @@ struct Difference {
   const Item& item() const { return after == nullptr ? *before : *after; }
 };
 
+// A kind and what names a thing among those of its kind.
+using KindAndKey = std::pair<ItemKind, std::string_view>;
+
 // What has changed from one reply to another. Both must outlive it.
 //
 // Things are the same when their kind and GUID are; of datastores, when their URI is. Where a reply
-// has a GUID more than once, the first of one reply is compared with the first of the other, and so
-// on; those left over are added or removed. A warning tells of it.
+// has a GUID more than once, those are the same that have one URI too, or of disks one machine, and
+// among these those of one name; for the rest the order decides, and what is left over is added or
+// removed. A warning tells of it, unless a disk is merely shared by several machines.
 class ReplyComparison {
  public:
   ReplyComparison(const ReplyIndex& before, const ReplyIndex& after);
@@ -44,19 +51,24 @@ class ReplyComparison {
   // By kind, and within a kind in the order of the first reply; what was added stands last.
   const std::vector<Difference>& differences() const { return differences_; }
   bool isSame() const { return differences_.empty(); }
+  // Things, each once: a disk that has moved to another machine and another datastore is one.
   std::size_t count(ItemKind kind, Change change) const;
   const std::vector<Warning>& warnings() const { return warnings_; }
 
  private:
+  // Gathers what a reply has more than once, and the warnings of it.
+  void lookAt(const ReplyIndex& index, const std::vector<Item>& items, const char* reply);
   void compareKind(ItemKind kind);
   void compare(const Item& before, const Item& after);
   void addMove(const Item& before, const Item& after, const std::optional<Place>& from,
                const std::optional<Place>& to);
-  void warnOfRepeatedKeys(const char* reply, const std::vector<Item>& items);
+  bool isSamePlace(const std::optional<Place>& one, const std::optional<Place>& other) const;
+  void countThings();
   void warnOfOtherSite();
 
   std::vector<Item> before_;
   std::vector<Item> after_;
+  std::set<KindAndKey> repeated_;  // in either reply
   std::vector<Difference> differences_;
   std::map<std::pair<ItemKind, Change>, std::size_t> counts_;
   std::vector<Warning> warnings_;

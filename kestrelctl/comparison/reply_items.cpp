@@ -10,7 +10,7 @@ std::string_view keyOf(const IndexedObject& object) {
 }
 
 Place placeOf(const IndexedObject& object) {
-  return {itemKindOf(object), keyOf(object), object.row->name()};
+  return {itemKindOf(object), keyOf(object), object.row->name(), addressOf(object)};
 }
 
 Item itemOf(const ReplyIndex& index, const IndexedObject& object) {
@@ -28,7 +28,7 @@ Item itemOf(const ReplyIndex& index, const IndexedObject& object) {
 Place datastoreOf(const ReplyIndex& index, const disk_record& disk) {
   const datastore_record* const datastore = index.datastoreOf(disk);
   const std::string& uri = disk.datastoremoref();
-  return {ItemKind::datastore, uri, datastore == nullptr ? uri : datastore->name()};
+  return {ItemKind::datastore, uri, datastore == nullptr ? uri : datastore->name(), uri};
 }
 
 Item itemOf(const ReplyIndex& index, const SelectedDisk& selected) {

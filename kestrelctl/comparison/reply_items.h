@@ -10,13 +10,12 @@
 
 namespace kestrelvisor::ctl {
 
-// What something stands in or on. Texts live in the reply.
+// What something stands in or on, told as an Item is. Texts live in the reply.
 struct Place {
   ItemKind kind = ItemKind::other;
   std::string_view key;
   std::string_view name;
-
-  bool isSame(const Place& other) const { return kind == other.kind && key == other.key; }
+  std::string_view address;
 };
 
 // One thing of a reply, as a comparison sees it. Texts live in the reply.

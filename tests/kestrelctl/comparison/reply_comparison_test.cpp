@@ -197,6 +197,94 @@ TEST_F(ReplyComparisonTest, CountsByKindAndChange) {
   EXPECT_EQ(comparison.count(ItemKind::machine, Change::resized), 0U);
 }
 
+TEST_F(ReplyComparisonTest, DiskThatMovedTwiceIsCountedOnce) {
+  after.mutable_disk_records(0)->set_vmid(5);
+  after.mutable_disk_records(0)->set_datastoremoref("/service/datastores/2");
+  const ReplyIndex one(before);
+  const ReplyIndex other(after);
+
+  const ReplyComparison comparison(one, other);
+
+  EXPECT_THAT(comparison.differences(), SizeIs(2));
+  EXPECT_EQ(comparison.count(ItemKind::disk, Change::moved), 1U);
+}
+
+TEST_F(ReplyComparisonTest, DiskThatMachinesShareIsOneForEach) {
+  for (ScanEnvironmentReply* reply : {&before, &after}) {
+    for (disk_record& disk : *reply->mutable_disk_records()) {
+      disk.set_objectguid("shared");
+      disk.set_diskname("quorum");
+    }
+  }
+  after.mutable_disk_records()->SwapElements(0, 1);
+  EXPECT_THAT(differences(), IsEmpty());
+
+  after.mutable_disk_records(0)->set_disksize(7);  // that of the second machine
+  EXPECT_THAT(differences(), ElementsAre("resized disk quorum"));
+  after.mutable_disk_records()->RemoveLast();
+  EXPECT_THAT(differences(), ElementsAre("removed disk quorum", "resized disk quorum"));
+  EXPECT_THAT(warnings(), IsEmpty());
+}
+
+TEST_F(ReplyComparisonTest, SharedDiskThatGoesToAnotherMachineHasMoved) {
+  addRow(before, 8, 7, "archive", 3);
+  addRow(after, 8, 7, "archive", 3);
+  for (ScanEnvironmentReply* reply : {&before, &after}) {
+    for (disk_record& disk : *reply->mutable_disk_records()) disk.set_objectguid("shared");
+  }
+  after.mutable_disk_records(0)->set_vmid(8);
+
+  EXPECT_THAT(differences(), ElementsAre("moved disk disk of 4: web to archive"));
+}
+
+TEST_F(ReplyComparisonTest, DiskThatOneMachineHasTwiceIsWarnedOf) {
+  *after.add_disk_records() = after.disk_records(0);
+
+  EXPECT_THAT(differences(), ElementsAre("added disk disk of 4"));
+  EXPECT_THAT(warnings(), ElementsAre(HasSubstr("the first of a disk: \"disk-4\"")));
+}
+
+TEST_F(ReplyComparisonTest, ThingsThatShareAGuidAreToldApartByTheirUris) {
+  for (ScanEnvironmentReply* reply : {&before, &after}) {
+    for (machine_record& machine : *reply->mutable_machine_records()) machine.set_objectguid("one");
+  }
+  after.mutable_machine_records()->SwapElements(0, 1);
+  after.mutable_tree_records()->SwapElements(5, 7);
+  EXPECT_THAT(differences(), IsEmpty());
+
+  row(4).set_parentid(6);
+  EXPECT_THAT(differences(), ElementsAre("moved machine web: cna to lonely"));
+}
+
+TEST_F(ReplyComparisonTest, MoveBetweenHostsThatShareAGuidIsSeen) {
+  for (ScanEnvironmentReply* reply : {&before, &after}) {
+    for (tree_record& row : *reply->mutable_tree_records()) {
+      if (row.type() == 5) row.set_guid("one");
+    }
+    reply->mutable_non_vm_records(0)->set_mo_reference("/service/hosts/3");
+    non_vm_record& lonely = *reply->add_non_vm_records();
+    lonely.set_non_vm_object_id(6);
+    lonely.set_mo_reference("/service/hosts/6");
+  }
+  row(4).set_parentid(6);
+
+  EXPECT_THAT(differences(), ElementsAre("moved machine web: cna to lonely"));
+}
+
+TEST_F(ReplyComparisonTest, AnotherUriOfTheSameHostMovesNothing) {
+  before.mutable_non_vm_records(0)->set_mo_reference("/service/hosts/3");
+  after.mutable_non_vm_records(0)->set_mo_reference("/service/hosts/33");
+
+  EXPECT_THAT(differences(), IsEmpty());
+}
+
+TEST_F(ReplyComparisonTest, RecordsWithoutAPlaceAreWarnedOf) {
+  before.mutable_disk_records(0)->set_vmid(99);
+
+  EXPECT_THAT(warnings(), ElementsAre(HasSubstr("records-without-place: the old reply has 1 record "
+                                                "without a place in its tree (1 disk)")));
+}
+
 TEST_F(ReplyComparisonTest, ThingsThatShareAGuidAreComparedInTheirOrder) {
   for (ScanEnvironmentReply* reply : {&before, &after}) {
     for (machine_record& machine : *reply->mutable_machine_records()) machine.set_objectguid("one");
@@ -214,8 +302,8 @@ TEST_F(ReplyComparisonTest, ThingsThatShareAGuidAreNotHidden) {
                                          "moved disk disk of 5: database to database"));
   EXPECT_THAT(warnings(),
               ElementsAre("repeated-guid: the new reply has 1 GUID more than once, the first of a "
-                          "machine: \"machine-4\"; things that share one are compared in their "
-                          "order"));
+                          "machine: \"machine-4\"; things that share one are told apart by "
+                          "URI or machine, else by their order"));
 }
 
 TEST_F(ReplyComparisonTest, GuidsThatAreEmptyAreShared) {
