@@ -6,6 +6,7 @@
 #include "kestrelctl/finding/reply_filter.h"
 #include "kestrelctl/finding/size_text.h"
 #include "kestrelctl/reply_file.h"
+#include "kestrelctl/reply_warnings.h"
 #include "kestrelctl/views/show_reply.h"
 
 #include <algorithm>
@@ -29,12 +30,12 @@ constexpr const char* kExamples =
 constexpr const char* kEveryKind = "all";
 constexpr const char* kGroup = "What is looked for";
 
-// Letters alone and small: "Open-Stack" is the group "open stack".
+// Small letters, and nothing between words: "Open-Stack" is the group "open stack".
 std::string plainWord(const std::string& text) {
   std::string word;
   for (const char c : text) {
-    if (c >= 'A' && c <= 'Z') word += static_cast<char>(c - 'A' + 'a');
-    if (c >= 'a' && c <= 'z') word += c;
+    if (c == ' ' || c == '-' || c == '_') continue;
+    word += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   }
   return word;
 }
@@ -55,10 +56,22 @@ long double bytesOf(const char* option, const std::string& text) {
                    "a number and its unit, like 100GiB, 1.5TiB or 500GB");
 }
 
-// Whether the environment alone names the manager.
-bool isFromEnvironment(const CLI::Option& manager) {
-  const char* const text = std::getenv("KESTRELVISOR_MANAGER");
-  return text != nullptr && manager.results() == std::vector<std::string>{text};
+// Whether the environment alone says what an option would.
+bool isFromEnvironment(const CLI::Option& option) {
+  const char* const text = std::getenv(option.get_envname().c_str());
+  return text != nullptr && option.results() == std::vector<std::string>{text};
+}
+
+// For those who look for a part of a name, as many tools do.
+std::string hintOfWholeText(const ReplyFilter& filter) {
+  for (const auto* patterns :
+       {&filter.names, &filter.guestSystems, &filter.hosts, &filter.clusters, &filter.datastores}) {
+    for (const std::string& pattern : *patterns) {
+      if (pattern.find_first_of("*?[") != std::string::npos) continue;
+      return " A GLOB must match the whole text: '*" + pattern + "*' finds its parts, too.";
+    }
+  }
+  return {};
 }
 
 class FindCommand : public Command {
@@ -74,9 +87,12 @@ class FindCommand : public Command {
  private:
   void declareFilter(CLI::App& app);
   void declareSizes(CLI::App& app);
+  void declareLive(CLI::App& app);
   void finishFilter(const CLI::App& app);
   void finishSource(const CLI::App& app);
+  void refuseLiveOptions() const;
 
+  std::vector<const CLI::Option*> liveOptions_;  // those that need a manager
   OperationArguments arguments_;
   OperationRequest request_;  // used when no file is named
   std::string replyFile_;
@@ -97,9 +113,16 @@ void FindCommand::declareOptions(CLI::App& app) {
                    OutputFormat::name});
   declareFilter(app);
   declareSizes(app);
+  declareLive(app);
+}
+
+void FindCommand::declareLive(CLI::App& app) {
+  const auto own = static_cast<std::ptrdiff_t>(app.get_options().size());
   arguments_.declare(app);
   arguments_.declareProgress(app);
   for (const char* option : {"--manager", "--user"}) app.get_option(option)->required(false);
+  const std::vector<CLI::Option*> all = app.get_options();
+  liveOptions_.assign(all.begin() + own, all.end());
 }
 
 void FindCommand::declareFilter(CLI::App& app) {
@@ -160,8 +183,14 @@ void FindCommand::finishSource(const CLI::App& app) {
     request_.kind = OperationKind::scan;
     return;
   }
-  if (!manager.empty() && !isFromEnvironment(manager)) {
-    throw wrongUsage("find: --reply and --manager exclude each other",
+  refuseLiveOptions();
+}
+
+// Whoever limits a search that asks nobody, or names a password for it, has meant another one.
+void FindCommand::refuseLiveOptions() const {
+  for (const CLI::Option* const option : liveOptions_) {
+    if (option->empty() || isFromEnvironment(*option)) continue;
+    throw wrongUsage("find: --reply and " + option->get_name() + " exclude each other",
                      "--reply FILE looks in a kept reply, --manager URL asks a manager");
   }
 }
@@ -177,12 +206,13 @@ ExitCode FindCommand::run() {
     result = scanWithProgress(request_);
   } else {
     result.reply = readReplyFile(replyFile_);
+    result.warnings = warningsOf(ReplyIndex(result.reply), "the reply");
   }
   warnOf(result.warnings);
   const ReplyIndex index(result.reply);
   const ReplySelection selection = found(index, filter_);
   showFound(index, selection, format_, result.warnings, renderingOfResults(), printResult);
-  if (selection.size() == 0) say("Nothing was found.");
+  if (selection.size() == 0) say("Nothing was found." + hintOfWholeText(filter_));
   return ExitCode::success;
 }
 

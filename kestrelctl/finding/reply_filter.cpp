@@ -3,6 +3,7 @@
 #include "kestrelctl/terminal_text.h"
 
 #include <fnmatch.h>
+#include <locale.h>
 
 #include <algorithm>
 #include <iterator>
@@ -24,6 +25,34 @@ struct Traits {
   Names clusters;
   Names datastores;
   std::optional<std::uint64_t> sizeKiB;
+};
+
+// A name as patterns see it: U+FFFD stands for bytes that make no character, and for the NUL, at
+// which it would end.
+std::string matchable(const std::string& name) {
+  std::string text;
+  for (const char c : name) text += c == '\0' ? '\xFF' : c;
+  return validUtf8(text);
+}
+
+// While it lives, patterns see characters and not bytes, whatever the user's locale is: names are
+// UTF-8. Where the system does not have that locale, the user's stays.
+class Utf8Locale {
+ public:
+  Utf8Locale()
+      : utf8_(newlocale(LC_CTYPE_MASK | LC_COLLATE_MASK, "C.UTF-8", nullptr)),
+        before_(utf8_ == nullptr ? nullptr : uselocale(utf8_)) {}
+  ~Utf8Locale() {
+    if (utf8_ == nullptr) return;
+    uselocale(before_);
+    freelocale(utf8_);
+  }
+  Utf8Locale(const Utf8Locale&) = delete;
+  Utf8Locale& operator=(const Utf8Locale&) = delete;
+
+ private:
+  locale_t utf8_;
+  locale_t before_;
 };
 
 class Search {
@@ -123,10 +152,10 @@ class Search {
   bool matches(const Patterns& patterns, const Names& names) const {
     if (patterns.empty()) return true;
     return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
-      const std::string valid = validUtf8(name);
+      const std::string text = matchable(name);
       return std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) {
         const int flags = filter_.ignoresCase ? FNM_CASEFOLD : 0;
-        return fnmatch(pattern.c_str(), valid.c_str(), flags) == 0;
+        return fnmatch(pattern.c_str(), text.c_str(), flags) == 0;
       });
     });
   }
@@ -146,6 +175,7 @@ class Search {
 }  // namespace
 
 ReplySelection found(const ReplyIndex& index, const ReplyFilter& filter) {
+  const Utf8Locale locale;
   return Search(index, filter).run();
 }
 

@@ -64,11 +64,16 @@ TEST_F(Find, AllKindsHaveATableEach) {
 }
 
 TEST_F(Find, NothingFoundIsNoError) {
-  const Finished run(command({"--name", "nobody"}));
+  const Finished run(command({"--name", "*nobody*"}));
 
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.output, "");
   EXPECT_EQ(run.talk, "Nothing was found.\n");
+}
+
+TEST_F(Find, TellsHowToFindAPartOfAName) {
+  EXPECT_EQ(Finished(command({"--guest", "Deb"})).talk,
+            "Nothing was found. A GLOB must match the whole text: '*Deb*' finds its parts, too.\n");
 }
 
 TEST_F(Find, DocumentsConformToTheirSchemas) {
@@ -92,9 +97,15 @@ TEST_F(Find, WrongValuesAreWrongUsage) {
       {{"--larger", "100"}, "--larger: \"100\" is no size"},
       {{"--smaller", ""}, "--smaller: \"\" is no size"},
       {{"--group", "nobody"}, "--group: there is no group \"nobody\""},
+      {{"--group", "VDI2"}, "--group: there is no group \"VDI2\""},
       {{"--kind", "vm"}, "--kind"},
       {{"-o", "protobuf"}, "--output"},
-      {{"--manager", "http://127.0.0.1:1"}, "--reply and --manager exclude each other"}};
+      {{"--manager", "http://127.0.0.1:1"}, "--reply and --manager exclude each other"},
+      {{"--user", "backup"}, "--reply and --user exclude each other"},
+      {{"--timeout", "5s"}, "--reply and --timeout exclude each other"},
+      {{"--no-strict-tls"}, "--reply and --strict-tls exclude each other"},
+      {{"--password-stdin"}, "--reply and --password-stdin exclude each other"},
+      {{"--progress", "none"}, "--reply and --progress exclude each other"}};
   for (const auto& [words, text] : cases) {
     const Finished run(command(words));
     EXPECT_EQ(run.status, 2) << text;
@@ -102,9 +113,34 @@ TEST_F(Find, WrongValuesAreWrongUsage) {
   }
 }
 
+TEST_F(Find, GroupIsFoundHoweverItsNameIsWritten) {
+  for (const char* group : {"open stack", "Open-Stack", "OPENSTACK", "open_stack"}) {
+    EXPECT_EQ(names({"--group", group}), "") << group;
+  }
+}
+
+TEST_F(Find, FlagInFrontOfTheFormHidesNotThatErrorsAreWantedInJson) {
+  const Finished run(command({"--larger", "100", "-io", "json"}));
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.output, HasSubstr("\"exitName\" : \"wrongUsage\""));
+}
+
+TEST_F(Find, RecordsWithoutAPlaceAreWarnedOf) {
+  ScanEnvironmentReply reply = sampleReply();
+  addMachine(reply, 99, "Debian", 1);
+
+  const Finished run({"find", "--reply", save("stray.pb", reply), "-o", "json"});
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.talk, HasSubstr("warning: the reply has 2 records without a place"));
+  EXPECT_THAT(run.output, HasSubstr("\"kind\" : \"records-without-place\""));
+}
+
 TEST_F(Find, KeptReplyNeedsNoManagerOfTheEnvironment) {
-  const Finished run(command({"--name", "web", "-o", "name"}),
-                     {"", {{"KESTRELVISOR_MANAGER", "http://127.0.0.1:1"}}});
+  const Finished run(
+      command({"--name", "web", "-o", "name"}),
+      {"", {{"KESTRELVISOR_MANAGER", "http://127.0.0.1:1"}, {"KESTRELVISOR_USER", "backup"}}});
 
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.output, kWeb);
@@ -156,6 +192,16 @@ TEST_F(FindLive, WarningsStandInTheDocument) {
   SchemaCheck check;
   check.addDocument("find", run.output);
   EXPECT_EQ(check.problems(), "");
+}
+
+TEST_F(FindLive, TellsOfMachinesThatTheScanLost) {
+  manager.changeInventory([](vrmsim::Inventory& site) { site.vms[0].uuid = "no uuid"; });
+
+  const Finished run(command({"find", "-o", "json"}));
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.talk, HasSubstr("warning: 1 machine is missing"));
+  EXPECT_THAT(run.output, HasSubstr("\"kind\" : \"machines-left-out\""));
 }
 
 TEST_F(FindLive, FailureOfTheScanIsItsOwn) {

@@ -3,11 +3,14 @@
 #include "tests/kestrelctl/sample_reply.h"
 #include "tests/support/test_headers.h"
 
+#include <locale.h>
+
 namespace kestrelvisor::ctl::test {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 constexpr long double kGiB = 1073741824.0L;
 
@@ -147,6 +150,37 @@ TEST_F(ReplyFilterTest, DiskWithoutItsMachineIsFoundByWhatItHas) {
 
   filter.guestSystems = {"*"};
   EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(ReplyFilterTest, CharacterIsOneWhateverTheLocale) {
+  reply.mutable_tree_records(0)->set_name("Troms\xc3\xb8");
+  filter.kinds = {ItemKind::site};
+
+  for (const char* pattern : {"Troms?", "Troms[a-\xc3\xbf]", "*\xc3\xb8"}) {
+    filter.names = {pattern};
+    EXPECT_THAT(names(), ElementsAre("site Troms\xc3\xb8")) << pattern;
+  }
+  filter.names = {"TROMS\xc3\x98"};
+  filter.ignoresCase = true;
+  EXPECT_THAT(names(), ElementsAre("site Troms\xc3\xb8"));
+}
+
+TEST_F(ReplyFilterTest, LocaleIsAsBeforeAfterwards) {
+  const locale_t before = uselocale(nullptr);
+  filter.names = {"*"};
+  names();
+
+  EXPECT_EQ(uselocale(nullptr), before);
+}
+
+TEST_F(ReplyFilterTest, NameDoesNotEndAtANul) {
+  reply.mutable_tree_records(0)->set_name(std::string("Oslo\0west", 9));
+  filter.kinds = {ItemKind::site};
+  filter.names = {"Oslo"};
+  EXPECT_THAT(names(), IsEmpty());
+
+  filter.names = {"Oslo?west"};
+  EXPECT_THAT(names(), SizeIs(1));
 }
 
 TEST_F(ReplyFilterTest, NameThatIsNoUtf8CanBeFound) {
