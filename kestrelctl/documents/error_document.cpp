@@ -31,13 +31,32 @@ std::optional<OutputFormat> formNamed(std::string_view name) {
   return std::nullopt;
 }
 
-// The value that an argument gives to the option, as in "-ojson" or "--output=json".
-std::optional<std::string_view> attachedValue(std::string_view argument) {
-  for (const std::string_view start : {"--output=", "-o=", "-o"}) {
-    const bool longer = argument.size() > start.size();
-    if (longer && argument.substr(0, start.size()) == start) return argument.substr(start.size());
+// An argument that is the option, with its value where it has one of its own.
+struct FormWord {
+  std::optional<std::string_view> value;  // nothing: the next argument is it
+};
+
+// "-o", "-ojson", "-o=json", and behind flags, which take no value: "-io", "-iojson".
+std::optional<FormWord> shortFormWord(std::string_view argument) {
+  constexpr std::string_view kFlags = "iy";
+  const std::size_t option = argument.find_first_not_of(kFlags, 1);
+  if (option == std::string_view::npos || argument[option] != 'o') return std::nullopt;
+  std::string_view value = argument.substr(option + 1);
+  if (value.empty()) return FormWord();
+  if (value.front() == '=') value.remove_prefix(1);
+  return FormWord{value};
+}
+
+// Nothing for any other argument.
+std::optional<FormWord> formWord(std::string_view argument) {
+  constexpr std::string_view kOption = "--output";
+  constexpr std::string_view kOptionAndValue = "--output=";
+  if (argument == kOption) return FormWord();
+  if (argument.substr(0, kOptionAndValue.size()) == kOptionAndValue) {
+    return FormWord{argument.substr(kOptionAndValue.size())};
   }
-  return std::nullopt;
+  const bool isShort = argument.size() > 1 && argument[0] == '-' && argument[1] != '-';
+  return isShort ? shortFormWord(argument) : std::nullopt;
 }
 
 Json::Value factsOf(const Failure& failure) {
@@ -63,9 +82,11 @@ std::optional<OutputFormat> errorFormOf(int argc, const char* const* argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string_view argument = argv[i];
     if (argument == "--") break;
-    if (const auto value = attachedValue(argument)) {
-      form = formNamed(*value);
-    } else if ((argument == "-o" || argument == "--output") && i + 1 < argc) {
+    const std::optional<FormWord> word = formWord(argument);
+    if (!word) continue;
+    if (word->value) {
+      form = formNamed(*word->value);
+    } else if (i + 1 < argc) {
       form = formNamed(argv[++i]);
     }
   }

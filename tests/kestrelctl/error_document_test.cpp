@@ -17,6 +17,9 @@ TEST(ErrorForm, IsFoundInEachWayToSayIt) {
   EXPECT_EQ(formOf({"scan", "-ojson"}), OutputFormat::json);
   EXPECT_EQ(formOf({"scan", "--output", "jsonl"}), OutputFormat::jsonl);
   EXPECT_EQ(formOf({"--output=json", "scan"}), OutputFormat::json);
+  EXPECT_EQ(formOf({"find", "-io", "json"}), OutputFormat::json);
+  EXPECT_EQ(formOf({"find", "-iojsonl"}), OutputFormat::jsonl);
+  EXPECT_EQ(formOf({"disable-cbt", "/vm", "-yojson"}), OutputFormat::json);
 }
 
 TEST(ErrorForm, IsNoneForOtherFormats) {
@@ -24,6 +27,9 @@ TEST(ErrorForm, IsNoneForOtherFormats) {
   EXPECT_EQ(formOf({"scan", "-o", "tree"}), std::nullopt);
   EXPECT_EQ(formOf({"scan", "-o", "json", "-o", "tree"}), std::nullopt);
   EXPECT_EQ(formOf({"scan", "-o"}), std::nullopt);
+  EXPECT_EQ(formOf({"scan", "--output=", "json"}), std::nullopt);
+  EXPECT_EQ(formOf({"find", "-i", "json"}), std::nullopt);
+  EXPECT_EQ(formOf({"find", "--others", "json"}), std::nullopt);
   EXPECT_EQ(formOf({"scan", "--", "-o", "json"}), std::nullopt);
 }
 
