@@ -2,15 +2,17 @@
 
 #include "kestrelctl/terminal_text.h"
 
-#include <json/writer.h>
-
 namespace kestrelvisor::ctl {
 
-std::string jsonText(const Json::Value& document, OutputFormat form) {
+Json::StreamWriterBuilder jsonWriter(OutputFormat form) {
   Json::StreamWriterBuilder builder;
   builder["indentation"] = form == OutputFormat::jsonl ? "" : "  ";
   builder["emitUTF8"] = true;
-  return harmlessJson(Json::writeString(builder, document)) + "\n";
+  return builder;
+}
+
+std::string jsonText(const Json::Value& document, OutputFormat form) {
+  return harmlessJson(Json::writeString(jsonWriter(form), document)) + "\n";
 }
 
 Json::Value jsonOf(const std::string& text) { return validUtf8(text); }

@@ -5,6 +5,7 @@
 #include "kestrelctl/warning.h"
 
 #include <json/value.h>
+#include <json/writer.h>
 
 #include <string>
 #include <vector>
@@ -13,7 +14,10 @@
 
 namespace kestrelvisor::ctl {
 
-// A document as it is printed: indented lines for json, a line for jsonl.
+// How documents are written: in UTF-8, indented lines for json, a line for jsonl.
+Json::StreamWriterBuilder jsonWriter(OutputFormat form);
+
+// A document as it is printed.
 std::string jsonText(const Json::Value& document, OutputFormat form);
 
 // A text of a stranger, made valid UTF-8.

@@ -1,8 +1,8 @@
 #include "kestrelctl/views/comparison_views.h"
 
-#include "kestrelctl/documents/json_text.h"
 #include "kestrelctl/views/comparison_json.h"
 #include "kestrelctl/views/comparison_table.h"
+#include "kestrelctl/views/json_document.h"
 #include "kestrelctl/views/json_lines.h"
 #include "kestrelctl/views/name_view.h"
 
@@ -17,15 +17,13 @@ TextTable tableOf(const ReplyComparison& comparison, OutputFormat format, Compar
   return tableOfDifferences(comparison, format == OutputFormat::wide, rendering);
 }
 
-std::string documentOf(const ReplyComparison& comparison, ComparisonDetail detail) {
-  Json::Value document = comparisonSummaryJson(comparison);
+void documentOf(const ReplyComparison& comparison, ComparisonDetail detail, const Sink& sink) {
+  JsonDocument document(sink);
+  document.addMembers(comparisonSummaryJson(comparison));
   if (detail == ComparisonDetail::differences) {
-    Json::Value& list = document["differences"] = emptyJsonList();
-    for (const Difference& difference : comparison.differences()) {
-      list.append(differenceJson(difference));
-    }
+    document.addList("differences", comparison.differences(), differenceJson);
   }
-  return jsonText(document, OutputFormat::json);
+  document.finish();
 }
 
 void linesOf(const ReplyComparison& comparison, ComparisonDetail detail, const Sink& sink) {
@@ -56,7 +54,7 @@ void showComparison(const ReplyComparison& comparison, OutputFormat format, Comp
                     const Rendering& rendering, const Sink& sink) {
   switch (format) {
     case OutputFormat::json:
-      return sink(documentOf(comparison, detail));
+      return documentOf(comparison, detail, sink);
     case OutputFormat::jsonl:
       return linesOf(comparison, detail, sink);
     case OutputFormat::name:

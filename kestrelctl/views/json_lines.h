@@ -6,7 +6,6 @@
 
 #include <memory>
 #include <sstream>
-#include <string>
 
 namespace kestrelvisor::ctl {
 
@@ -24,13 +23,12 @@ class JsonLines {
   // value is an object with at least one key; "record" comes first on its line.
   void add(const char* record, const Json::Value& value);
   // Hands on what is left. To be called once, after the last line.
-  void finish();
+  void finish() { pieces_.finish(); }
 
  private:
-  const Sink& sink_;
+  PieceBuffer pieces_;
   std::unique_ptr<Json::StreamWriter> writer_;
-  std::ostringstream line_;
-  std::string lines_;
+  std::ostringstream stream_;
 };
 
 }  // namespace kestrelvisor::ctl

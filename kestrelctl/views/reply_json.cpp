@@ -1,6 +1,7 @@
 #include "kestrelctl/views/reply_json.h"
 
 #include "kestrelctl/documents/json_text.h"
+#include "kestrelctl/views/json_document.h"
 #include "kestrelctl/views/json_lines.h"
 #include "kestrelctl/views/record_json.h"
 
@@ -22,36 +23,37 @@ void addLines(const ReplyIndex& index, const ReplySelection& selection, JsonLine
   }
 }
 
-Json::Value datastoresJson(const ReplyIndex& index,
-                           const std::vector<const datastore_record*>& datastores) {
-  Json::Value list = emptyJsonList();
-  for (const datastore_record* datastore : datastores) {
-    list.append(datastoreJson(index, *datastore));
-  }
-  return list;
+void addDatastores(const ReplyIndex& index, const std::vector<const datastore_record*>& datastores,
+                   JsonDocument& document) {
+  document.addList("datastores", datastores, [&](const datastore_record* datastore) {
+    return datastoreJson(index, *datastore);
+  });
 }
 
-Json::Value foundCountsJson(const ReplySelection& found) {
-  Json::Value counts = emptyJsonObject();
+Json::Value foundSummaryJson(const ReplySelection& found, const std::vector<Warning>& warnings) {
+  Json::Value value = emptyJsonObject();
+  Json::Value& counts = value["counts"] = emptyJsonObject();
   counts["objects"] = jsonNumber(found.objects.size());
   counts["machines"] = jsonNumber(found.machines.size());
   counts["disks"] = jsonNumber(found.disks.size());
   counts["datastores"] = jsonNumber(found.datastores.size());
-  return counts;
+  value["warnings"] = jsonOf(warnings);
+  return value;
 }
 
 }  // namespace
 
-std::string jsonView(const ReplyIndex& index, const ReplyNotes& notes) {
-  Json::Value document = summaryJson(index, notes);
-  Json::Value& objects = document["objects"] = emptyJsonList();
-  Json::Value& machines = document["machines"] = emptyJsonList();
-  for (const IndexedObject& object : index.objects()) {
-    objects.append(objectJson(index, object));
-    if (object.machine != nullptr) machines.append(machineWithDisksJson(index, object));
-  }
-  document["datastores"] = datastoresJson(index, everythingOf(index).datastores);
-  return jsonText(document, OutputFormat::json);
+void jsonView(const ReplyIndex& index, const ReplyNotes& notes, const Sink& sink) {
+  const ReplySelection all = everythingOf(index);
+  JsonDocument document(sink);
+  document.addMembers(summaryJson(index, notes));
+  document.addList("objects", index.objects(),
+                   [&](const IndexedObject& object) { return objectJson(index, object); });
+  document.addList("machines", all.machines, [&](std::size_t position) {
+    return machineWithDisksJson(index, index.objects()[position]);
+  });
+  addDatastores(index, all.datastores, document);
+  document.finish();
 }
 
 void jsonLinesView(const ReplyIndex& index, const ReplyNotes& notes, const Sink& sink) {
@@ -61,23 +63,20 @@ void jsonLinesView(const ReplyIndex& index, const ReplyNotes& notes, const Sink&
   lines.finish();
 }
 
-std::string foundJsonView(const ReplyIndex& index, const ReplySelection& found,
-                          const std::vector<Warning>& warnings) {
-  Json::Value document = emptyJsonObject();
-  document["counts"] = foundCountsJson(found);
-  Json::Value& objects = document["objects"] = emptyJsonList();
-  for (const std::size_t position : found.objects) {
-    objects.append(objectJson(index, index.objects()[position]));
-  }
-  Json::Value& machines = document["machines"] = emptyJsonList();
-  for (const std::size_t position : found.machines) {
-    machines.append(machineWithDisksJson(index, index.objects()[position]));
-  }
-  Json::Value& disks = document["disks"] = emptyJsonList();
-  for (const SelectedDisk& disk : found.disks) disks.append(diskOfMachineJson(index, disk));
-  document["datastores"] = datastoresJson(index, found.datastores);
-  document["warnings"] = jsonOf(warnings);
-  return jsonText(document, OutputFormat::json);
+void foundJsonView(const ReplyIndex& index, const ReplySelection& found,
+                   const std::vector<Warning>& warnings, const Sink& sink) {
+  JsonDocument document(sink);
+  document.addMembers(foundSummaryJson(found, warnings));
+  document.addList("objects", found.objects, [&](std::size_t position) {
+    return objectJson(index, index.objects()[position]);
+  });
+  document.addList("machines", found.machines, [&](std::size_t position) {
+    return machineWithDisksJson(index, index.objects()[position]);
+  });
+  document.addList("disks", found.disks,
+                   [&](const SelectedDisk& disk) { return diskOfMachineJson(index, disk); });
+  addDatastores(index, found.datastores, document);
+  document.finish();
 }
 
 void foundJsonLinesView(const ReplyIndex& index, const ReplySelection& found, const Sink& sink) {

@@ -34,7 +34,7 @@ void showReply(const ReplyIndex& index, OutputFormat format, const ReplyNotes& n
     case OutputFormat::wide:
       return tablesView(index, everythingOf(index), TableWidth::uncut, rendering, sink);
     case OutputFormat::json:
-      return sink(jsonView(index, notes));
+      return jsonView(index, notes, sink);
     case OutputFormat::jsonl:
       return jsonLinesView(index, notes, sink);
     case OutputFormat::name:
@@ -52,7 +52,7 @@ void showFound(const ReplyIndex& index, const ReplySelection& found, OutputForma
     case OutputFormat::wide:
       return tablesView(index, found, TableWidth::uncut, rendering, sink);
     case OutputFormat::json:
-      return sink(foundJsonView(index, found, warnings));
+      return foundJsonView(index, found, warnings, sink);
     case OutputFormat::jsonl:
       return foundJsonLinesView(index, found, sink);
     case OutputFormat::name:

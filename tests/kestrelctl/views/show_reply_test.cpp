@@ -32,7 +32,9 @@ TEST(ShowReply, TreeAndJsonAreThoseOfTheReply) {
   const ReplyIndex index(reply);
 
   EXPECT_EQ(shown(reply, OutputFormat::tree), treeView(index, kUtf8));
-  EXPECT_EQ(shown(reply, OutputFormat::json), jsonView(index));
+  std::string document;
+  jsonView(index, {}, [&](std::string_view piece) { document += piece; });
+  EXPECT_EQ(shown(reply, OutputFormat::json), document);
   EXPECT_THAT(shown(reply, OutputFormat::jsonl), StartsWith("{\"record\":"));
 }
 
