@@ -1,9 +1,8 @@
 #include "kestrelctl/outcome.h"
 
+#include "kestrelctl/engine_code.h"
 #include "kestrelctl/explanations/advice.h"
 #include "platform/reference/redaction.h"
-
-#include <curl/curl.h>
 
 #include <algorithm>
 #include <array>
@@ -12,21 +11,9 @@
 namespace kestrelvisor::ctl {
 namespace {
 
-// The engine's codes for transfers that failed; all other codes come from the manager.
-constexpr std::string_view kCouldNotConnect = "2000";
-constexpr std::string_view kTimedOut = "2001";
-constexpr std::string_view kOtherTransferFailure = "2002";
-constexpr std::string_view kRoleRefused = "1006";
-constexpr std::string_view kNoCode = "00000000";
-
 // Codes of a login that the manager refuses; its others start with kLoginFamily.
 constexpr std::array<std::string_view, 3> kLoginRefusals{"10100101", "10100103", kRoleRefused};
 constexpr std::string_view kLoginFamily = "101001";
-
-// The transfers that fail over a certificate; the engine reports libcurl's text for them.
-constexpr std::array<CURLcode, 6> kCertificateFailures{
-    CURLE_PEER_FAILED_VERIFICATION, CURLE_SSL_CACERT_BADFILE,       CURLE_SSL_ISSUER_ERROR,
-    CURLE_SSL_INVALIDCERTSTATUS,    CURLE_SSL_PINNEDPUBKEYNOTMATCH, CURLE_SSL_CRL_BADFILE};
 
 // What is known about a failure: the engine's code and the words that belong to it.
 struct Cause {
@@ -69,19 +56,10 @@ Cause causeOf(const EnvProxyResult& result, const std::string& description,
   return cause;
 }
 
-bool isCertificateText(std::string_view text) {
-  return std::any_of(kCertificateFailures.begin(), kCertificateFailures.end(), [&](CURLcode code) {
-    const std::string_view known = curl_easy_strerror(code);
-    return text.substr(0, known.size()) == known;
-  });
-}
-
 ExitCode exitCodeOf(const Cause& cause, const LogEvidence& evidence) {
   if (cause.code == kCouldNotConnect) return ExitCode::unreachable;
   if (cause.code == kTimedOut) return ExitCode::timeLimit;
-  if (cause.code == kOtherTransferFailure) {
-    return isCertificateText(cause.text) ? ExitCode::refusedCertificate : ExitCode::unreachable;
-  }
+  if (cause.code == kOtherTransferFailure) return exitCodeOfTransfer(cause.text);
   const bool loginFailed = evidence.loginCode() && *evidence.loginCode() == cause.code;
   const bool ofLogin = cause.code.compare(0, kLoginFamily.size(), kLoginFamily) == 0;
   if (contains(kLoginRefusals, cause.code) || (loginFailed && ofLogin)) {

@@ -1,5 +1,8 @@
 #include "kestrelctl/reply_selection.h"
 
+#include <algorithm>
+#include <cstdint>
+
 namespace kestrelvisor::ctl {
 namespace {
 
@@ -39,18 +42,8 @@ const std::string& guestSystemOf(const IndexedObject& object) {
 }
 
 std::string groupNameOf(const machine_record& machine) {
-  switch (machine.virtualgrouptype()) {
-    case 0:
-      return "general";
-    case 1:
-      return "open stack";
-    case 2:
-      return "KM";
-    case 3:
-      return "VDI";
-    default:
-      return "other";
-  }
+  const std::size_t type = static_cast<std::uint32_t>(machine.virtualgrouptype());
+  return kGroupNames[std::min(type, kGroupNames.size() - 1)];
 }
 
 std::string busNameOf(const disk_record& disk) {

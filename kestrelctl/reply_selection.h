@@ -2,6 +2,7 @@
 
 #include "kestrelctl/reply_index.h"
 
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -37,7 +38,9 @@ const std::string& addressOf(const datastore_record& datastore);
 // Empty for what is no machine.
 const std::string& guestSystemOf(const IndexedObject& object);
 
-// "general", "open stack", "KM", "VDI" or "other".
+// What a machine's group can be called; the last stands for all that have no name.
+inline constexpr std::array<const char*, 5> kGroupNames{"general", "open stack", "KM", "VDI",
+                                                        "other"};
 std::string groupNameOf(const machine_record& machine);
 
 // "IDE", "SCSI", "VIRTIO" or "other".

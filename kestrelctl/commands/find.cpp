@@ -10,7 +10,6 @@
 #include "kestrelctl/views/show_reply.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 
 namespace kestrelvisor::ctl {
@@ -41,8 +40,7 @@ std::string plainWord(const std::string& text) {
 }
 
 std::string groupOfWord(const std::string& text) {
-  constexpr std::array<const char*, 5> kGroups{"general", "open stack", "KM", "VDI", "other"};
-  for (const char* group : kGroups) {
+  for (const char* const group : kGroupNames) {
     if (plainWord(group) == plainWord(text)) return group;
   }
   throw wrongUsage("--group: there is no group \"" + text + "\"",

@@ -3,8 +3,6 @@
 #include "kestrelctl/documents/json_text.h"
 #include "kestrelctl/explanations/advice.h"
 
-#include <json/value.h>
-
 #include <array>
 #include <cstring>
 #include <string_view>
@@ -60,19 +58,14 @@ std::optional<FormWord> formWord(std::string_view argument) {
 }
 
 Json::Value factsOf(const Failure& failure) {
-  Json::Value list(Json::arrayValue);
+  Json::Value list = emptyJsonList();
   for (const Failure::Fact& fact : failure.facts) {
-    Json::Value value(Json::objectValue);
+    Json::Value value = emptyJsonObject();
     value["label"] = fact.label;
     value["text"] = jsonOf(fact.text);
     list.append(std::move(value));
   }
   return list;
-}
-
-template <class Number>
-Json::Value orNull(const std::optional<Number>& number) {
-  return number ? Json::Value(static_cast<Json::Int64>(*number)) : Json::Value();
 }
 
 }  // namespace
@@ -94,18 +87,18 @@ std::optional<OutputFormat> errorFormOf(int argc, const char* const* argv) {
 }
 
 std::string errorDocument(const Failure& failure, OutputFormat form) {
-  Json::Value error(Json::objectValue);
+  Json::Value error = emptyJsonObject();
   error["exitCode"] = static_cast<int>(failure.exitCode);
   error["exitName"] = exitName(failure.exitCode);
   error["what"] = jsonOf(failure.what());
-  error["operationStatus"] = orNull(failure.operationStatus);
-  error["detailId"] = orNull(failure.detailId);
+  error["operationStatus"] = jsonOrNull(failure.operationStatus);
+  error["detailId"] = jsonOrNull(failure.detailId);
   error["managerCode"] = failure.managerCode.empty() ? Json::Value() : jsonOf(failure.managerCode);
   error["text"] = jsonOf(failure.text);
   error["hint"] = jsonOf(failure.hint);
   error["retry"] = adviceFor(failure).retry == Retry::yes;
   error["facts"] = factsOf(failure);
-  Json::Value document(Json::objectValue);
+  Json::Value document = emptyJsonObject();
   document["error"] = std::move(error);
   document["warnings"] = jsonOf(failure.warnings);
   return jsonText(document, form);

@@ -15,12 +15,18 @@ std::string jsonText(const Json::Value& document, OutputFormat form) {
   return harmlessJson(Json::writeString(jsonWriter(form), document)) + "\n";
 }
 
+Json::Value emptyJsonList() { return {Json::arrayValue}; }
+
+Json::Value emptyJsonObject() { return {Json::objectValue}; }
+
+Json::Value jsonNumber(std::uint64_t number) { return static_cast<Json::UInt64>(number); }
+
 Json::Value jsonOf(const std::string& text) { return validUtf8(text); }
 
 Json::Value jsonOf(const std::vector<Warning>& warnings) {
-  Json::Value list(Json::arrayValue);
+  Json::Value list = emptyJsonList();
   for (const Warning& warning : warnings) {
-    Json::Value value(Json::objectValue);
+    Json::Value value = emptyJsonObject();
     value["kind"] = warning.kind;
     value["text"] = jsonOf(warning.text);
     list.append(std::move(value));
@@ -29,15 +35,15 @@ Json::Value jsonOf(const std::vector<Warning>& warnings) {
 }
 
 Json::Value jsonOf(const Accounting& accounting) {
-  Json::Value value(Json::objectValue);
-  value["counted"] = Json::UInt64{accounting.counted};
-  value["recorded"] = Json::UInt64{accounting.recorded};
-  value["templates"] = Json::UInt64{accounting.templates};
-  value["linkedClones"] = Json::UInt64{accounting.linkedClones};
-  value["outOfScope"] = Json::UInt64{accounting.outOfScope};
-  value["unreadableUuid"] = Json::UInt64{accounting.unreadableUuid};
-  value["unreadData"] = Json::UInt64{accounting.unreadData};
-  value["vanished"] = Json::UInt64{accounting.vanished};
+  Json::Value value = emptyJsonObject();
+  value["counted"] = jsonNumber(accounting.counted);
+  value["recorded"] = jsonNumber(accounting.recorded);
+  value["templates"] = jsonNumber(accounting.templates);
+  value["linkedClones"] = jsonNumber(accounting.linkedClones);
+  value["outOfScope"] = jsonNumber(accounting.outOfScope);
+  value["unreadableUuid"] = jsonNumber(accounting.unreadableUuid);
+  value["unreadData"] = jsonNumber(accounting.unreadData);
+  value["vanished"] = jsonNumber(accounting.vanished);
   value["unexplained"] = static_cast<Json::Int64>(accounting.unexplained());
   return value;
 }

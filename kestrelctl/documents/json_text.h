@@ -7,6 +7,8 @@
 #include <json/value.h>
 #include <json/writer.h>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,18 @@ Json::StreamWriterBuilder jsonWriter(OutputFormat form);
 
 // A document as it is printed.
 std::string jsonText(const Json::Value& document, OutputFormat form);
+
+Json::Value emptyJsonList();
+Json::Value emptyJsonObject();
+
+// Sizes and numbers are unsigned and have 64 bits.
+Json::Value jsonNumber(std::uint64_t number);
+
+// Null for what is not known.
+template <class Number>
+Json::Value jsonOrNull(const std::optional<Number>& number) {
+  return number ? Json::Value(*number) : Json::Value();
+}
 
 // A text of a stranger, made valid UTF-8.
 Json::Value jsonOf(const std::string& text);

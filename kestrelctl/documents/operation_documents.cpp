@@ -2,22 +2,20 @@
 
 #include "kestrelctl/documents/json_text.h"
 
-#include <json/value.h>
-
 namespace kestrelvisor::ctl {
 namespace {
 
 Json::Value beginOf(const OperationRequest& request) {
-  Json::Value document(Json::objectValue);
+  Json::Value document = emptyJsonObject();
   document["manager"] = jsonOf(request.connection.manager.url());
   document["user"] = jsonOf(request.connection.user);
   return document;
 }
 
 Json::Value headersOf(const PlannedRequest& planned) {
-  Json::Value list(Json::arrayValue);
+  Json::Value list = emptyJsonList();
   for (const PlannedRequest::Header& header : planned.headers) {
-    Json::Value value(Json::objectValue);
+    Json::Value value = emptyJsonObject();
     value["name"] = jsonOf(header.name);
     value["value"] = jsonOf(header.value);
     list.append(std::move(value));
@@ -50,7 +48,7 @@ std::string dryRunDocument(const OperationRequest& request, const PlannedRequest
   Json::Value document = beginOf(request);
   document["machineUri"] = jsonOf(request.machineUri);
   document["dryRun"] = true;
-  Json::Value& sent = document["request"] = Json::Value(Json::objectValue);
+  Json::Value& sent = document["request"] = emptyJsonObject();
   sent["method"] = planned.method;
   sent["url"] = jsonOf(planned.url);
   sent["headers"] = headersOf(planned);

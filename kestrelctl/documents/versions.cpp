@@ -52,7 +52,7 @@ std::string versionText(const std::string& ownVersion) {
 }
 
 std::string versionDocument(const std::string& ownVersion, OutputFormat form) {
-  Json::Value document(Json::objectValue);
+  Json::Value document = emptyJsonObject();
   for (const Part& part : partsOf(ownVersion)) document[part.key] = jsonOf(part.version);
   return jsonText(document, form);
 }

@@ -1,12 +1,14 @@
 #include "kestrelctl/explanations/advice.h"
 
+#include "kestrelctl/engine_code.h"
+#include "kestrelctl/explanations/tables.h"
+
 #include <cstdint>
 #include <string>
 
 namespace kestrelvisor::ctl {
 namespace {
 
-constexpr std::string_view kOtherTransferFailure = "2002";
 constexpr std::int32_t kFirstTellingStatus = 95;
 constexpr std::int32_t kLastTellingStatus = 101;
 
@@ -17,7 +19,8 @@ const Explanation* adviceOfCode(const Failure& failure) {
     if (const Explanation* const transfer = transferTold(failure.text)) return transfer;
   }
   for (const CodeKind kind : {CodeKind::manager, CodeKind::engine, CodeKind::http}) {
-    if (const Explanation* const row = explanationOf(kind, code)) return row;
+    const Explanation* const row = explanationOf(kind, code);
+    if (row != nullptr && row->ofFailures) return row;
   }
   return nullptr;
 }
@@ -43,6 +46,11 @@ const Explanation& explanationOfExit(ExitCode code) {
       explanationOf(CodeKind::exit, std::to_string(static_cast<int>(code)));
   // A code that no table holds can only come from a child that is no command of ours.
   return row != nullptr ? *row : *explanationOf(CodeKind::exit, "9");
+}
+
+ExitCode exitCodeOfTransfer(std::string_view text) {
+  const Explanation* const told = transferTold(text);
+  return told == nullptr ? ExitCode::unreachable : exitCodeOf(*told);
 }
 
 const Explanation* transferTold(std::string_view text) {

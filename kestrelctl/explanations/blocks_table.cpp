@@ -42,7 +42,7 @@ std::vector<Explanation> makeTable() {
                      "a host of this family failed to read the changed blocks of a disk; this "
                      "engine knows the text and never makes it",
                      "no operation of kestrelctl", "look into the log of the host that reports it",
-                     Retry::depends});
+                     Retry::depends, false});
   }
   table.front().cause = "reading changed blocks worked";
   table.front().remedy = "nothing";

@@ -22,6 +22,7 @@ struct Group {
   const char* step;
   const char* remedy;
   Retry retry;
+  ExitCode exitCode = ExitCode::unreachable;
 };
 
 constexpr Group kSuccess{"the transfer worked; what the answer says is another matter",
@@ -44,7 +45,7 @@ constexpr Group kConnect{
     "any request: the connection (code 2000)", kAddressRemedy, Retry::yes};
 constexpr Group kTime{"no connection within 10 seconds, or no whole answer within 600",
                       "any request: the connection or the answer (code 2001)", kLoadRemedy,
-                      Retry::yes};
+                      Retry::yes, ExitCode::timeLimit};
 constexpr Group kCut{"the connection broke before the answer was complete", kTransfer,
                      "try again; look at the network between, and at the manager's log",
                      Retry::yes};
@@ -56,10 +57,10 @@ constexpr Group kHandshake{"the two sides found no way to speak TLS with each ot
                            "check that the port speaks HTTPS, with TLS 1.2 or newer", Retry::no};
 constexpr Group kCertificate{
     "the certificate has expired, belongs to another name, or nobody who is trusted has signed it",
-    kTls, kCertificateRemedy, Retry::no};
+    kTls, kCertificateRemedy, Retry::no, ExitCode::refusedCertificate};
 constexpr Group kCertificateFile{"the certificates that are to be trusted cannot be used", kTls,
                                  "check the file of --ca-cert: it must hold certificates in PEM",
-                                 Retry::no};
+                                 Retry::no, ExitCode::refusedCertificate};
 constexpr Group kClientCertificate{
     "the server wants a certificate of the client, and none is sent", kTls,
     "have the manager, or the proxy in front of it, take clients without one", Retry::no};
@@ -156,21 +157,31 @@ std::array<std::string, CURL_LAST>& codeTexts() {
   return texts;
 }
 
+using Groups = std::array<const Group*, CURL_LAST>;
+
+// By results; null where no group has one.
+const Groups& groupsOfResults() {
+  static const Groups groups = [] {
+    Groups made{};
+    for (const Members& members : membersOfGroups()) {
+      for (const int result : members.results)
+        made[static_cast<std::size_t>(result)] = members.group;
+    }
+    return made;
+  }();
+  return groups;
+}
+
 std::vector<Explanation> makeTable() {
-  std::array<const Group*, CURL_LAST> groups{};
-  for (const Members& members : membersOfGroups()) {
-    for (const int result : members.results)
-      groups[static_cast<std::size_t>(result)] = members.group;
-  }
   std::vector<Explanation> table;
-  for (std::size_t result = 0; result < groups.size(); ++result) {
-    const Group* const group = groups[result];
+  for (std::size_t result = 0; result < groupsOfResults().size(); ++result) {
+    const Group* const group = groupsOfResults()[result];
     if (group == nullptr) continue;
     codeTexts()[result] = std::to_string(result);
     const char* const words = curl_easy_strerror(static_cast<CURLcode>(result));
     table.push_back({CodeKind::curl, codeTexts()[result].c_str(),
                      group == &kUnused ? "not in use" : words, group->cause, group->step,
-                     group->remedy, group->retry});
+                     group->remedy, group->retry, group != &kSuccess});
   }
   return table;
 }
@@ -180,6 +191,10 @@ std::vector<Explanation> makeTable() {
 const std::vector<Explanation>& curlTable() {
   static const std::vector<Explanation> table = makeTable();
   return table;
+}
+
+ExitCode exitCodeOf(const Explanation& transfer) {
+  return groupsOfResults()[std::stoul(transfer.code)]->exitCode;
 }
 
 }  // namespace kestrelvisor::ctl

@@ -10,19 +10,21 @@ constexpr CodeKind kKind = CodeKind::exit;
 const std::vector<Explanation>& exitTable() {
   static const std::vector<Explanation> table{
       {kKind, "0", "success", "the command has done what it was asked for",
-       "at the end of every command", "nothing", Retry::no},
+       "at the end of every command", "nothing", Retry::no, false},
       {kKind, "1", "differences found", "the two replies are not the same",
-       "at the end of diff, and of no other command", "read the differences", Retry::no},
+       "at the end of diff, and of no other command", "read the differences", Retry::no, false},
       {kKind, "2", "wrong usage",
        "the command line cannot be understood, a file that it names cannot be used, or a question "
        "was not answered with yes; the manager was asked for nothing",
        "before the first request", "correct the command line; COMMAND --help shows its options",
        Retry::no},
-      {kKind, "3", "partial",
-       "the manager did its part, but something is missing: machines that could not be read, or a "
-       "result or file that could not be written",
-       "after the last request",
-       "read the warnings; --log-level warning names the machines that were left out", Retry::yes},
+      {kKind, "3", "done, but something is missing",
+       "with --strict machines were left out; otherwise, of any command, a result or a file could "
+       "not be written",
+       "at the end of a command",
+       "read the warnings, which tell of the machines; see to room and rights where the result or "
+       "the file goes",
+       Retry::yes},
       {kKind, "4", "the manager refuses the login",
        "the manager does not know the user or the password, or the user lacks the role",
        "the login, with which every operation starts", kLoginRemedy, Retry::no},

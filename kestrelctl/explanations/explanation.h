@@ -21,6 +21,7 @@ struct Explanation {
   const char* step;    // where in an operation it comes up
   const char* remedy;  // what the user can do
   Retry retry;
+  bool ofFailures = true;  // false: no operation fails with it, so it advises nobody
 };
 
 // Tells kinds apart on the command line, and what they are.

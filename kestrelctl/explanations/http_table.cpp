@@ -16,7 +16,7 @@ constexpr const char* kNotAManager =
 const std::vector<Explanation>& httpTable() {
   static const std::vector<Explanation> table{
       {kKind, "200", "a good answer", "the manager did what it was asked for", kStep, "nothing",
-       Retry::no},
+       Retry::no, false},
       {kKind, "1xx", "an answer that is not the last",
        "a server ended the exchange with an answer that another one should follow", kStep,
        kNotAManager, Retry::no},

@@ -17,7 +17,7 @@ const std::vector<Explanation>& numberTable() {
       {kKind, "0", "success",
        "the code was 200 or 10100110; after the second the engine goes on as if the step had "
        "worked",
-       kForHosts, "nothing", Retry::no},
+       kForHosts, "nothing", Retry::no, false},
       {kKind, "1077949019", "any other failure",
        "the code was 10000002, 10100112 or one that the table does not hold", kLog, kExplainCode,
        Retry::depends},

@@ -14,7 +14,7 @@ constexpr const char* kCbtStep = "disable-cbt: the request that deletes the mach
 const std::vector<Explanation>& statusTable() {
   static const std::vector<Explanation> table{
       {kStatus, "0", "success", "the operation has come to its end", "every operation", "nothing",
-       Retry::no},
+       Retry::no, false},
       {kStatus, "1", "a parameter or the site's data is missing",
        "the request lacks a parameter, or the manager's versions or sites could not be read",
        "disable-cbt: the preparation", "the log names the parameter, or the request that failed",
@@ -56,7 +56,7 @@ const std::vector<Explanation>& detailTable() {
   static const std::vector<Explanation> table{
       {kDetail, "20063", "what a scan found",
        "the scan worked; the parameters are the numbers of machines and of other objects",
-       "scan: its end", "nothing", Retry::no},
+       "scan: its end", "nothing", Retry::no, false},
       {kDetail, "20086", "why a verification failed",
        "it comes with status 107; the parameter is \"TEXT The error code is CODE.\"",
        "verify: the preparation or the login", "explain the code in the text", Retry::depends},

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kestrelctl/exit_code.h"
 #include "kestrelctl/explanations/explanation.h"
 
 #include <vector>
@@ -39,6 +40,8 @@ const std::vector<Explanation>& managerTable();
 const std::vector<Explanation>& httpTable();
 const std::vector<Explanation>& numberTable();
 const std::vector<Explanation>& curlTable();
+// How kestrelctl ends after a transfer with a result of that table.
+ExitCode exitCodeOf(const Explanation& transfer);
 const std::vector<Explanation>& blocksTable();
 
 }  // namespace kestrelvisor::ctl

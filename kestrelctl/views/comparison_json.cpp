@@ -1,7 +1,6 @@
 #include "kestrelctl/views/comparison_json.h"
 
 #include "kestrelctl/documents/json_text.h"
-#include "kestrelctl/views/json_lines.h"
 #include "kestrelctl/views/record_json.h"
 
 namespace kestrelvisor::ctl {

@@ -5,12 +5,6 @@
 
 namespace kestrelvisor::ctl {
 
-Json::Value jsonNumber(std::uint64_t number) { return static_cast<Json::UInt64>(number); }
-
-Json::Value emptyJsonList() { return {Json::arrayValue}; }
-
-Json::Value emptyJsonObject() { return {Json::objectValue}; }
-
 JsonLines::JsonLines(const Sink& sink)
     : pieces_(sink), writer_(jsonWriter(OutputFormat::jsonl).newStreamWriter()) {}
 

@@ -9,12 +9,6 @@
 
 namespace kestrelvisor::ctl {
 
-// Sizes and numbers are unsigned and have 64 bits.
-Json::Value jsonNumber(std::uint64_t number);
-
-Json::Value emptyJsonList();
-Json::Value emptyJsonObject();
-
 // Documents on a line each, handed on in pieces of a fair size.
 class JsonLines {
  public:

@@ -2,12 +2,9 @@
 
 #include "kestrelctl/documents/json_text.h"
 #include "kestrelctl/item_kind.h"
-#include "kestrelctl/views/json_lines.h"
 
 namespace kestrelvisor::ctl {
 namespace {
-
-Json::Value countJson(std::size_t value) { return static_cast<Json::UInt64>(value); }
 
 Json::Value parentJson(const ReplyIndex& index, const IndexedObject& object) {
   return object.parent ? jsonNumber(index.objects()[*object.parent].row->id()) : Json::Value();
@@ -50,8 +47,8 @@ Json::Value countsJson(const ReplyIndex& index) {
   counts["disks"] = reply.disk_records_size();
   counts["datastores"] = reply.datastore_records_size();
   counts["otherObjects"] = reply.non_vm_records_size();
-  counts["clusters"] = countJson(index.count(ObjectKind::cluster));
-  counts["hosts"] = countJson(index.count(ObjectKind::host));
+  counts["clusters"] = jsonNumber(index.count(ObjectKind::cluster));
+  counts["hosts"] = jsonNumber(index.count(ObjectKind::host));
   return counts;
 }
 

@@ -1,8 +1,7 @@
 #include "kestrelctl/watch/progress_text.h"
 
+#include "kestrelctl/documents/json_text.h"
 #include "kestrelctl/terminal_text.h"
-
-#include <json/json.h>
 
 #include <algorithm>
 #include <cmath>
@@ -21,14 +20,6 @@ std::string objectsText(const ScanCounts& counts) {
   std::string text = grouped(counts.objects);
   if (counts.objectsExpected) text += " of " + grouped(*counts.objectsExpected);
   return text;
-}
-
-Json::Value numberOrNull(const std::optional<std::uint64_t>& number) {
-  return number ? Json::Value(Json::UInt64{*number}) : Json::Value();
-}
-
-Json::Value numberOrNull(const std::optional<double>& number) {
-  return number ? Json::Value(*number) : Json::Value();
 }
 
 }  // namespace
@@ -56,16 +47,15 @@ std::string progressLine(const ScanCounts& counts, const ProgressEstimate& estim
 }
 
 std::string progressObject(const ScanCounts& counts, const ProgressEstimate& estimate) {
-  Json::Value value(Json::objectValue);
+  Json::Value value = emptyJsonObject();
   value["phase"] = phaseForPrograms(counts.phase);
-  value["done"] = Json::UInt64{counts.objects};
-  value["expected"] = numberOrNull(counts.objectsExpected);
-  value["exchanges"] = Json::UInt64{counts.exchanges};
+  value["done"] = jsonNumber(counts.objects);
+  value["expected"] = jsonOrNull(counts.objectsExpected);
+  value["exchanges"] = jsonNumber(counts.exchanges);
   value["exchangesPerSecond"] = estimate.exchangesPerSecond();
   value["secondsElapsed"] = estimate.secondsElapsed();
-  value["secondsLeft"] = numberOrNull(estimate.secondsLeft());
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
+  value["secondsLeft"] = jsonOrNull(estimate.secondsLeft());
+  Json::StreamWriterBuilder builder = jsonWriter(OutputFormat::jsonl);
   builder["precision"] = kDecimals;
   builder["precisionType"] = "decimal";
   return Json::writeString(builder, value);

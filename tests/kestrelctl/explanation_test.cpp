@@ -146,8 +146,10 @@ TEST(Explanation, HoldsEachResultOfLibcurl) {
 TEST(Explanation, HoldsEachExitCode) {
   const auto codes = matches(sourceText("kestrelctl/exit_code.h"), R"(\w+ = (\d+),)");
   ASSERT_THAT(codes, SizeIs(::testing::Ge(9U)));
+  const std::string manual = sourceText("docs/man/kestrelctl.1");
   for (const auto& code : codes) {
     EXPECT_NE(explanationOf(CodeKind::exit, code[0]), nullptr) << code[0];
+    EXPECT_THAT(manual, HasSubstr("\n.It " + code[0] + "\n"));
   }
   for (int number = 1; number <= 64; ++number) {
     EXPECT_NE(explanationOf(CodeKind::exit, std::to_string(exitCodeOfSignal(number))), nullptr);
@@ -186,11 +188,14 @@ TEST(Explanation, HasSomethingToSayForEveryCodeAndEachCodeOnce) {
   }
 }
 
-TEST(Explanation, FitsAnOrdinaryTerminal) {
-  for (const KindOfCode& kind : kindsOfCode()) {
-    for (const Explanation* const row : explanationsOf(kind.kind)) {
-      std::istringstream lines(explanationText({row}, Rendering()));
-      for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
+TEST(Explanation, FitsAnOrdinaryTerminalAndANarrowOne) {
+  for (const std::size_t columns : {80U, 60U}) {
+    const Rendering rendering{false, false, columns};
+    for (const KindOfCode& kind : kindsOfCode()) {
+      for (const Explanation* const row : explanationsOf(kind.kind)) {
+        std::istringstream lines(explanationText({row}, rendering));
+        for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), columns) << line;
+      }
     }
   }
 }
@@ -228,6 +233,12 @@ TEST(Advice, OfATransferGoesByTheWordsOfLibcurl) {
 
   EXPECT_EQ(advice.kind, CodeKind::curl);
   EXPECT_STREQ(advice.code, "6");
+}
+
+TEST(Advice, IsNoCodeThatNothingFailsWith) {
+  EXPECT_EQ(adviceFor(failureWith(ExitCode::managerFailed, "404")).kind, CodeKind::http);
+  EXPECT_EQ(adviceFor(failureWith(ExitCode::managerFailed, "2406")).kind, CodeKind::exit);
+  EXPECT_EQ(adviceFor(failureWith(ExitCode::managerFailed, "200")).kind, CodeKind::exit);
 }
 
 TEST(Advice, OfAnUnknownCodeIsThatOfTheStatusOrOfTheExitCode) {
