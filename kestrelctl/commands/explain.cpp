@@ -74,6 +74,7 @@ class ExplainCommand : public Command {
 
  private:
   Rows chosenRows() const;
+  bool isForPeople() const;
   std::string shown() const;
 
   OutputFormat format_ = OutputFormat::table;
@@ -85,7 +86,9 @@ void ExplainCommand::declareOptions(CLI::App& app) {
                  "A code, a kind and a code, or a kind alone; without any the kinds are listed")
       ->expected(0, 2)
       ->type_name("");
-  addFormatOption(app, format_, {OutputFormat::table, OutputFormat::json, OutputFormat::jsonl});
+  addFormatOption(app, format_,
+                  {OutputFormat::table, OutputFormat::wide, OutputFormat::json, OutputFormat::jsonl,
+                   OutputFormat::name});
 }
 
 Rows ExplainCommand::chosenRows() const {
@@ -102,18 +105,23 @@ Rows ExplainCommand::chosenRows() const {
   return {row};
 }
 
+bool ExplainCommand::isForPeople() const {
+  return format_ == OutputFormat::table || format_ == OutputFormat::wide;
+}
+
 std::string ExplainCommand::shown() const {
-  if (format_ != OutputFormat::table) return explanationDocument(chosenRows(), format_);
+  if (format_ == OutputFormat::name) return codeNames(chosenRows());
+  if (!isForPeople()) return explanationDocument(chosenRows(), format_);
   const Rendering rendering = renderingOfResults();
   if (words_.empty()) return kindTable(rendering);
   const KindOfCode* const kind = words_.size() == 1 ? kindNamed(words_[0]) : nullptr;
-  if (kind != nullptr) return codeTable(kind->kind, rendering);
+  if (kind != nullptr) return codeTable(kind->kind, format_, rendering);
   return explanationText(chosenRows(), rendering);
 }
 
 ExitCode ExplainCommand::run() {
   printResult(shown());
-  if (words_.empty() && format_ == OutputFormat::table) {
+  if (words_.empty() && isForPeople()) {
     say("explain KIND lists the codes of a kind, explain CODE tells all about one.");
   }
   return ExitCode::success;

@@ -2,16 +2,18 @@
 
 #include "kestrelctl/documents/json_text.h"
 #include "kestrelctl/terminal_text.h"
-
-#include <json/json.h>
+#include "kestrelctl/views/text_table.h"
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace kestrelvisor::ctl {
 namespace {
 
-constexpr std::size_t kLineWidth = 80;
+// Prose is hard to read in longer lines, and in very short ones.
+constexpr std::size_t kLongestLine = 80;
+constexpr std::size_t kShortestLine = 40;
 constexpr std::size_t kLabelWidth = 12;  // of "comes up in"
 constexpr std::size_t kTextColumn = kLabelWidth + 4;
 
@@ -28,9 +30,10 @@ const char* retryWords(Retry retry) {
 }
 
 // A text that begins in a column, broken into lines that all begin there.
-std::string inColumn(std::string_view text, std::size_t column) {
+std::string inColumn(std::string_view text, std::size_t column, const Rendering& rendering) {
+  const std::size_t width = std::clamp(rendering.columns, kShortestLine, kLongestLine);
   std::string lines;
-  for (const char c : wrapped(text, kLineWidth - column)) {
+  for (const char c : wrapped(text, width - column)) {
     lines += c;
     if (c == '\n') lines.append(column, ' ');
   }
@@ -38,26 +41,21 @@ std::string inColumn(std::string_view text, std::size_t column) {
 }
 
 std::string paragraph(const char* label, std::string_view text, const Rendering& rendering) {
-  return "  " + rendering.bold(padRight(label, kLabelWidth)) + "  " + inColumn(text, kTextColumn) +
-         "\n";
+  return "  " + rendering.bold(padRight(label, kLabelWidth)) + "  " +
+         inColumn(text, kTextColumn, rendering) + "\n";
 }
 
 std::string explained(const Explanation& row, const Rendering& rendering) {
   const std::string heading = std::string(row.code) + "  ";
-  return rendering.bold(heading + inColumn(row.title, heading.size())) + "\n" +
+  return rendering.bold(heading + inColumn(row.title, heading.size(), rendering)) + "\n" +
          paragraph("kind", kindOfCode(row.kind).meaning, rendering) +
          paragraph("cause", row.cause, rendering) + paragraph("comes up in", row.step, rendering) +
          paragraph("what to do", row.remedy, rendering) +
          paragraph("retry", retryWords(row.retry), rendering);
 }
 
-std::string cut(std::string_view text, std::size_t width) {
-  if (text.size() <= width) return std::string(text);
-  return std::string(text.substr(0, width - 3)) + "...";
-}
-
 Json::Value described(const Explanation& row) {
-  Json::Value value(Json::objectValue);
+  Json::Value value = emptyJsonObject();
   value["kind"] = kindOfCode(row.kind).name;
   value["code"] = row.code;
   value["title"] = row.title;
@@ -79,32 +77,32 @@ std::string explanationText(const std::vector<const Explanation*>& rows,
   return text;
 }
 
-std::string codeTable(CodeKind kind, const Rendering& rendering) {
-  const std::vector<const Explanation*> rows = explanationsOf(kind);
-  std::size_t width = 4;
-  for (const Explanation* const row : rows) width = std::max(width, columnsOf(row->code));
-  constexpr std::size_t kRetryWidth = 7;
-  const std::size_t titleWidth = kLineWidth - width - kRetryWidth - 4;
-  std::string text = rendering.bold(padRight("CODE", width) + "  " +
-                                    padRight("RETRY", kRetryWidth) + "  MEANING") +
-                     "\n";
-  for (const Explanation* const row : rows) {
-    text += padRight(row->code, width) + "  " + padRight(retryWords(row->retry), kRetryWidth) +
-            "  " + cut(row->title, titleWidth) + "\n";
+std::string codeTable(CodeKind kind, OutputFormat form, const Rendering& rendering) {
+  const bool isWide = form == OutputFormat::wide;
+  std::vector<TextTable::Column> columns{{"CODE"}, {"RETRY"}, {"MEANING"}};
+  if (isWide) columns.insert(columns.end(), {{"CAUSE"}, {"WHAT TO DO"}});
+  TextTable table(std::move(columns));
+  for (const Explanation* const row : explanationsOf(kind)) {
+    std::vector<std::string> cells{row->code, retryWords(row->retry), row->title};
+    if (isWide) cells.insert(cells.end(), {row->cause, row->remedy});
+    table.addRow(std::move(cells));
   }
-  return text;
+  return isWide ? table.uncut(rendering) : table.cut(rendering);
 }
 
 std::string kindTable(const Rendering& rendering) {
-  constexpr std::size_t kKindWidth = 7;
-  constexpr std::size_t kCountWidth = 5;
-  std::string text = rendering.bold(padRight("KIND", kKindWidth) + "  " +
-                                    padLeft("CODES", kCountWidth) + "  WHAT IT IS") +
-                     "\n";
+  TextTable table({{"KIND"}, {"CODES", TextTable::Cells::number}, {"WHAT IT IS"}});
   for (const KindOfCode& kind : kindsOfCode()) {
     const std::string count = std::to_string(explanationsOf(kind.kind).size());
-    text += padRight(kind.name, kKindWidth) + "  " + padLeft(count, kCountWidth) + "  " +
-            kind.meaning + "\n";
+    table.addRow({kind.name, count, kind.meaning});
+  }
+  return table.cut(rendering);
+}
+
+std::string codeNames(const std::vector<const Explanation*>& rows) {
+  std::string text;
+  for (const Explanation* const row : rows) {
+    text += std::string(kindOfCode(row->kind).name) + " " + row->code + "\n";
   }
   return text;
 }
@@ -115,8 +113,8 @@ std::string explanationDocument(const std::vector<const Explanation*>& rows, Out
     for (const Explanation* const row : rows) lines += jsonText(described(*row), form);
     return lines;
   }
-  Json::Value document(Json::objectValue);
-  Json::Value& list = document["explanations"] = Json::Value(Json::arrayValue);
+  Json::Value document = emptyJsonObject();
+  Json::Value& list = document["explanations"] = emptyJsonList();
   for (const Explanation* const row : rows) list.append(described(*row));
   return jsonText(document, form);
 }

@@ -79,6 +79,34 @@ TEST(Explain, ListsFitAnOrdinaryTerminal) {
   }
 }
 
+TEST(Explain, ListsAreAsWideAsTheTerminal) {
+  const Finished narrow({"explain", "manager"}, {"", {{"COLUMNS", "50"}}});
+  EXPECT_THAT(narrow.output, HasSubstr("…\n"));
+
+  const Finished wide({"explain", "status"}, {"", {{"COLUMNS", "200"}}});
+  EXPECT_THAT(wide.output, Not(HasSubstr("…")));
+}
+
+TEST(Explain, WideListTellsWhatToDo) {
+  EXPECT_THAT(Finished({"explain", "exit", "-o", "wide"}).output,
+              AllOf(StartsWith("CODE   RETRY    MEANING"), HasSubstr("  WHAT TO DO\n"),
+                    HasSubstr(" name the manager's certificate or its CA with --ca-cert FILE")));
+}
+
+TEST(Explain, NamesAreWhatItTakesItself) {
+  EXPECT_EQ(Finished({"explain", "detail", "-o", "name"}).output,
+            "detail 20063\ndetail 20086\ndetail 20111\n");
+  EXPECT_EQ(Finished({"explain", "104", "-o", "name"}).output, "status 104\nhttp 1xx\n");
+}
+
+TEST(Explain, NameOfACommandIsNoCode) {
+  const Finished run({"explain", "scan"});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output, "");
+  EXPECT_THAT(run.talk, HasSubstr("explain: nothing is known about the code \"scan\""));
+}
+
 TEST(Explain, DocumentHoldsEverything) {
   const Json::Value all = parsedAnswer(Finished({"explain", "-o", "json"}).output);
 
