@@ -67,17 +67,30 @@ std::uint16_t readPort(std::string_view text) {
   return port;
 }
 
-// Returns what stands behind the closing bracket.
+// Returns what stands behind the closing bracket. The address gets its shortest form, as libcurl
+// writes it; a zone stays as it is.
 std::string_view takeBracketed(std::string_view text, ManagerAddress& address) {
   const std::size_t close = text.find(']');
   if (close == std::string_view::npos) throw badAddress("\"[\" without \"]\"");
   const std::string inside(text.substr(1, close - 1));
+  const std::size_t zone = std::min(inside.find('%'), inside.size());
   in6_addr bytes{};
-  if (inet_pton(AF_INET6, inside.substr(0, inside.find('%')).c_str(), &bytes) != 1) {
+  if (inet_pton(AF_INET6, inside.substr(0, zone).c_str(), &bytes) != 1) {
     throw badAddress("no IPv6 address stands in the brackets");
   }
-  address.host = std::string(text.substr(0, close + 1));
+  std::array<char, INET6_ADDRSTRLEN> shortest{};
+  inet_ntop(AF_INET6, &bytes, shortest.data(), shortest.size());
+  address.host = "[" + std::string(shortest.data()) + inside.substr(zone) + "]";
   return text.substr(close + 1);
+}
+
+// libcurl takes 127.1 and 0x7f000001 for the address 127.0.0.1: what is shown is where it goes.
+std::string wholeIpv4(const std::string& host) {
+  in_addr bytes{};
+  if (inet_aton(host.c_str(), &bytes) == 0) return host;
+  std::array<char, INET_ADDRSTRLEN> whole{};
+  inet_ntop(AF_INET, &bytes, whole.data(), whole.size());
+  return whole.data();
 }
 
 // Likewise for a name or an IPv4 address.
@@ -85,7 +98,8 @@ std::string_view takeName(std::string_view text, ManagerAddress& address) {
   const std::size_t colon = text.find(':');
   if (colon != text.rfind(':')) throw badAddress("an IPv6 address needs brackets");
   if (text.find_first_of("[]") != std::string_view::npos) throw badAddress("a stray bracket");
-  address.host = std::string(text.substr(0, colon));
+  if (text.find('%') != std::string_view::npos) throw badAddress("\"%\" in a name");
+  address.host = wholeIpv4(std::string(text.substr(0, colon)));
   return colon == std::string_view::npos ? std::string_view() : text.substr(colon);
 }
 

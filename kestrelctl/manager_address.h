@@ -21,7 +21,8 @@ struct ManagerAddress {
 };
 
 // Reads "https://HOST:PORT" or "http://HOST:PORT"; without a scheme HTTPS is meant, without a port
-// the default one. Throws a Failure that says what is wrong.
+// the default one. An address gets the form in which it is sent: 127.1 becomes 127.0.0.1. Throws a
+// Failure that says what is wrong.
 ManagerAddress readManagerAddress(std::string_view text);
 
 // Returns the servers that an address stands for, as "HOST:PORT": the one that it names and, for a

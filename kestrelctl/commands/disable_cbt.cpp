@@ -9,6 +9,7 @@
 #include "kestrelctl/terminal_text.h"
 
 #include <algorithm>
+#include <regex>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -23,13 +24,21 @@ constexpr const char* kExamples =
     "  kestrelctl disable-cbt /service/sites/3F2A0911/vms/i-00000101 --yes \\\n"
     "      --manager https://vrm.example.com --user backup --password-stdin < secret\n"
     "      for scripts: without a question\n"
-    "  The URI of a machine stands in scan -o json as .machines[].uri.\n";
+    "  scan -o name prints the URIs of machines, find -o name those of some.\n";
+
+// Whether a segment is "." or "..", however it is written. libcurl or the manager would take it
+// out, and the request be for another URI than the one that was confirmed.
+bool hasDotSegment(const std::string& uri) {
+  static const std::regex kDots("/(\\.|%2e){1,2}(/|$)", std::regex::icase);
+  return std::regex_search(uri, kDots);
+}
 
 void checkMachineUri(const std::string& uri) {
   const auto strange = [](char c) { return isControlByte(c) || c == ' ' || c == '?' || c == '#'; };
-  if (!uri.empty() && uri.front() == '/' && std::none_of(uri.begin(), uri.end(), strange)) return;
+  const bool isPath = !uri.empty() && uri.front() == '/';
+  if (isPath && std::none_of(uri.begin(), uri.end(), strange) && !hasDotSegment(uri)) return;
   throw wrongUsage("VM_URI: not the URI of a machine",
-                   "it looks like /service/sites/3F2A0911/vms/i-00000101; scan -o json shows it");
+                   "it looks like /service/sites/3F2A0911/vms/i-00000101; scan -o name shows it");
 }
 
 bool isYes(const std::string& answer) {

@@ -111,6 +111,15 @@ TEST_F(DryRun, SendsNothingAndNeedsNoPassword) {
       HasSubstr("Nothing was sent. TOKEN and REST_VERSION stand for what the manager gives."));
 }
 
+TEST_F(DryRun, SendsNothingAfterYesEither) {
+  const Finished run = dryRun({"--yes"});
+
+  EXPECT_EQ(run.status, 0) << run.talk;
+  EXPECT_THAT(run.output, StartsWith("DELETE "));
+  EXPECT_THAT(manager.journal(), IsEmpty());
+  EXPECT_TRUE(isOn());
+}
+
 TEST_F(DryRun, IsToTheLetterWhatIsSentLater) {
   const Json::Value planned = parsedAnswer(dryRun({"-o", "json"}).output)["request"];
 
@@ -140,6 +149,34 @@ TEST_F(DryRun, LeavesOutThePortThatTheSchemeImplies) {
   EXPECT_EQ(hostOf("https://vrm:80"), " vrm:80");
   EXPECT_EQ(hostOf("http://localhost:80"), " localhost");
   EXPECT_EQ(hostOf("https://[2001:db8::7]"), " [2001:db8::7]:7443");
+}
+
+TEST_F(DryRun, ShowsTheAddressAsItIsSent) {
+  const std::string port = std::to_string(manager.port());
+  const auto requestTo = [&](const std::string& address) {
+    const Finished run(
+        {"disable-cbt", uri(), "--dry-run", "-o", "json", "--user", kUser, "--manager", address});
+    return parsedAnswer(run.output)["request"];
+  };
+
+  EXPECT_EQ(requestTo("http://127.1:" + port), requestTo(manager.url()));
+  EXPECT_EQ(requestTo("https://[FE80:0::1%25lo]:443")["headers"][0]["value"], " [fe80::1]");
+  EXPECT_EQ(requestTo("https://m\u00fcnchen.example:443")["headers"][0]["value"],
+            " xn--mnchen-3ya.example");
+}
+
+TEST_F(DryRun, RefusesAUriThatWouldBeSentOtherwise) {
+  for (const char* segment : {"..", ".", "%2e%2E", ".%2e"}) {
+    for (const char* const end : {"", "/vms/1"}) {
+      const Finished run({"disable-cbt", std::string("/service/") + segment + end, "--dry-run",
+                          "--manager", manager.url(), "--user", kUser});
+      EXPECT_EQ(run.status, 2) << segment;
+      EXPECT_THAT(run.talk, HasSubstr("VM_URI: not the URI of a machine"));
+    }
+  }
+  const Finished run({"disable-cbt", "/service/..vms/i-1...", "--dry-run", "--manager",
+                      manager.url(), "--user", kUser});
+  EXPECT_EQ(run.status, 0) << run.talk;
 }
 
 }  // namespace

@@ -24,7 +24,13 @@ INSTANTIATE_TEST_SUITE_P(
                       GoodAddress{"http://vrm", "http://vrm:7443"},
                       GoodAddress{"vrm", "https://vrm:7443"}, GoodAddress{"vrm:1", "https://vrm:1"},
                       GoodAddress{"https://[::1]:65535", "https://[::1]:65535"},
-                      GoodAddress{"https://[fe80::1%eth0]", "https://[fe80::1%eth0]:7443"}));
+                      GoodAddress{"https://[fe80::1%eth0]", "https://[fe80::1%eth0]:7443"},
+                      // In the form in which libcurl sends them.
+                      GoodAddress{"https://[0:0:0:0:0:0:0:1]:1", "https://[::1]:1"},
+                      GoodAddress{"https://[FE80:0::1%25eth0]", "https://[fe80::1%25eth0]:7443"},
+                      GoodAddress{"https://127.1", "https://127.0.0.1:7443"},
+                      GoodAddress{"https://0x7f000001:1", "https://127.0.0.1:1"},
+                      GoodAddress{"https://1.2.3.4.example", "https://1.2.3.4.example:7443"}));
 
 class UnreadableAddress : public ::testing::TestWithParam<const char*> {};
 
@@ -62,11 +68,11 @@ INSTANTIATE_TEST_SUITE_P(ManagerAddress, UnreadableAddress,
                                            "https://::1", "https://[::1", "https://[vrm]:1",
                                            "https://[::1]7443", "https://vrm/service",
                                            "https://vrm?x", "https://v rm", "https://vrm\r\nX:y",
-                                           "https://vrm\n", "https://a]b"));
+                                           "https://vrm\n", "https://a]b", "https://vrm%2e1"));
 
 TEST(ManagerAddress, TellsThisMachineByWhatIsWritten) {
-  for (const char* host :
-       {"127.0.0.1", "127.255.255.254", "[::1]", "[0:0:0:0:0:0:0:1]", "localhost", "LocalHost"}) {
+  for (const char* host : {"127.0.0.1", "127.255.255.254", "[::1]", "[0:0:0:0:0:0:0:1]",
+                           "localhost", "LocalHost", "127.1", "0x7f.1"}) {
     EXPECT_TRUE(readManagerAddress("http://" + std::string(host) + ":1").isLoopback()) << host;
   }
   for (const char* host : {"128.0.0.1", "10.0.0.127", "127.0.0.1.example.com", "localhost.evil",
