@@ -107,8 +107,7 @@ void printResult(std::string_view text) {
   const int error = writeAll(STDOUT_FILENO, text);
   if (error == 0) return;
   if (error == EPIPE) throw ClosedPipe();
-  throw Failure(ExitCode::partial, "the result cannot be written to standard output: " +
-                                       std::generic_category().message(error));
+  throw cannotBeWritten("the result on standard output", std::generic_category().message(error));
 }
 
 void say(const std::string& text) { sayRaw(printable(text, renderingOfTalk().utf8)); }

@@ -40,4 +40,11 @@ inline Failure wrongUsage(const std::string& what, std::string hint = {}) {
   return failure;
 }
 
+// A file or standard output does not take what the work has given.
+inline Failure cannotBeWritten(const std::string& what, const std::string& reason) {
+  Failure failure(ExitCode::partial, what + " cannot be written: " + reason);
+  failure.hint = "see to room and rights there, then give the command again";
+  return failure;
+}
+
 }  // namespace kestrelvisor::ctl

@@ -18,8 +18,7 @@ namespace kestrelvisor::ctl {
 namespace {
 
 Failure cannotWrite(const std::string& path, int error) {
-  return {ExitCode::partial,
-          path + " cannot be written: " + std::generic_category().message(error)};
+  return cannotBeWritten(path, std::generic_category().message(error));
 }
 
 std::string folderOf(const std::string& path) {

@@ -57,20 +57,24 @@ void ScanCommand::finishOptions(const CLI::App& app) {
   refuseBytesOnTerminal(format_);
 }
 
-void ScanCommand::keep(const OperationResult& result) const {
+// A failure takes the scan's warnings along: programs get nothing but the failure then.
+void ScanCommand::keep(const OperationResult& result) const try {
   if (!saveFile_.empty()) {
     replaceFile(saveFile_, protobufOf(result.reply));
     say("The reply is kept in " + saveFile_ + ".");
   }
   if (!testerDumpFile_.empty()) replaceFile(testerDumpFile_, result.testerDump);
+} catch (Failure& failure) {
+  failure.warnings = result.warnings;
+  throw;
 }
 
 ExitCode ScanCommand::run() {
   if (!saveFile_.empty()) checkReplaceable("--save", saveFile_);
   if (!testerDumpFile_.empty()) checkReplaceable("--tester-dump", testerDumpFile_);
   const OperationResult result = scanWithProgress(request_);
-  warnOf(result.warnings);
   keep(result);
+  warnOf(result.warnings);
   const Accounting& accounting = result.accounting.value();
   showReply(ReplyIndex(result.reply), format_, {accounting, result.warnings}, renderingOfResults(),
             printResult);

@@ -47,6 +47,31 @@ TEST_F(ExitCodes, PartialIs3) {
   EXPECT_TRUE(parsedAnswer(run.output).isMember("machines"));  // what there is, no error
 }
 
+TEST(ExitCodeOfFiles, ReplyThatCannotBeKeptIs3AndTakesTheWarningsAlong) {
+  const TemporaryFolder folder;
+  const std::string place = folder.file("place");
+  std::filesystem::create_directory(place);
+  SimulatorOptions options = managerOptions(true);
+  options.onRequest = [place](const auto&) {
+    std::error_code ignored;
+    std::filesystem::remove_all(place, ignored);
+  };
+  const Simulator manager(std::move(options));
+
+  const Finished run({"scan", "-o", "json", "--manager", manager.url(), "--user", kUser,
+                      "--password-stdin", "--no-strict-tls", "--save", place + "/reply.pb"},
+                     {kSecret, {}});
+
+  EXPECT_EQ(run.status, 3);
+  const Json::Value document = parsedAnswer(run.output);
+  EXPECT_EQ(document["error"]["exitName"], "partial");
+  EXPECT_THAT(document["error"]["what"].asString(), HasSubstr("reply.pb cannot be written"));
+  ASSERT_EQ(document["warnings"].size(), 1U);
+  EXPECT_EQ(document["warnings"][0]["kind"], "unverified-tls");
+  const std::string warning = document["warnings"][0]["text"].asString();
+  EXPECT_EQ(run.talk.find(warning), run.talk.rfind(warning)) << run.talk;
+}
+
 TEST_F(ExitCodes, RefusedLoginIs4) {
   folder.write("password", "wrong");
 

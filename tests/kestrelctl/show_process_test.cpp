@@ -1,5 +1,4 @@
 #include "tests/kestrelctl/saved_replies.h"
-#include "tests/kestrelctl/schema_check.h"
 
 #include <csignal>
 
@@ -61,14 +60,6 @@ TEST_F(Show, ReadsStandardInput) {
   EXPECT_EQ(run.output, "/service/vms/4\n/service/vms/5\n");
 }
 
-TEST_F(Show, DocumentsConformToTheirSchemas) {
-  SchemaCheck check;
-  check.addDocument("reply", Finished({"show", saved, "-o", "json"}).output);
-  check.addLines("reply-line", Finished({"show", saved, "-o", "jsonl"}).output);
-
-  EXPECT_EQ(check.problems(), "");
-}
-
 TEST_F(Show, FileThatIsNoReplyIsWrongUsage) {
   const Finished run({"show", folder.write("text", "of yesterday")});
 
@@ -82,6 +73,16 @@ TEST_F(Show, FileThatIsNotThereIsWrongUsage) {
 
   EXPECT_EQ(run.status, 2);
   EXPECT_THAT(run.talk, HasSubstr("missing cannot be read: No such file or directory"));
+}
+
+TEST_F(Show, ResultThatFindsNoRoomIsPartialAndTellsWhy) {
+  vrmsim::test::Process shell("/bin/sh", {"-c", "\"$@\" > /dev/full", "sh", KESTRELCTL_EXECUTABLE,
+                                          "show", saved, "-o", "table"});
+
+  EXPECT_THAT(shell.errors(),
+              AllOf(HasSubstr("the result on standard output cannot be written: No space left"),
+                    HasSubstr("what to do  see to room and rights there")));
+  EXPECT_EQ(shell.wait(), 3);
 }
 
 TEST_F(Show, ReaderThatLeavesIsNoReasonToTalk) {
