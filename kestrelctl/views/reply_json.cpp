@@ -79,9 +79,11 @@ void foundJsonView(const ReplyIndex& index, const ReplySelection& found,
   document.finish();
 }
 
-void foundJsonLinesView(const ReplyIndex& index, const ReplySelection& found, const Sink& sink) {
+void foundJsonLinesView(const ReplyIndex& index, const ReplySelection& found,
+                        const std::vector<Warning>& warnings, const Sink& sink) {
   JsonLines lines(sink);
   addLines(index, found, lines);
+  lines.add("summary", foundSummaryJson(found, warnings));
   lines.finish();
 }
 

@@ -15,9 +15,10 @@ void jsonView(const ReplyIndex& index, const ReplyNotes& notes, const Sink& sink
 // been lost on the way.
 void jsonLinesView(const ReplyIndex& index, const ReplyNotes& notes, const Sink& sink);
 
-// What was found, likewise, but without a summary on the last line.
+// What was found, likewise.
 void foundJsonView(const ReplyIndex& index, const ReplySelection& found,
                    const std::vector<Warning>& warnings, const Sink& sink);
-void foundJsonLinesView(const ReplyIndex& index, const ReplySelection& found, const Sink& sink);
+void foundJsonLinesView(const ReplyIndex& index, const ReplySelection& found,
+                        const std::vector<Warning>& warnings, const Sink& sink);
 
 }  // namespace kestrelvisor::ctl

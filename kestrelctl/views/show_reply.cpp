@@ -54,7 +54,7 @@ void showFound(const ReplyIndex& index, const ReplySelection& found, OutputForma
     case OutputFormat::json:
       return foundJsonView(index, found, warnings, sink);
     case OutputFormat::jsonl:
-      return foundJsonLinesView(index, found, sink);
+      return foundJsonLinesView(index, found, warnings, sink);
     case OutputFormat::name:
       return sink(namesView(index, found));
     default:

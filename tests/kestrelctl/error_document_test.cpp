@@ -34,7 +34,7 @@ TEST(ErrorForm, IsNoneForOtherFormats) {
 }
 
 Json::Value errorOf(const Failure& failure) {
-  return parsedAnswer(errorDocument(failure, OutputFormat::json))["error"];
+  return conformingDocument("error", errorDocument(failure, OutputFormat::json))["error"];
 }
 
 TEST(ErrorDocument, HoldsWhatTheEngineTold) {
@@ -83,7 +83,8 @@ TEST(ErrorDocument, HoldsTheWarnings) {
   Failure failure(ExitCode::unreachable, "x");
   failure.warnings.push_back({"unverified-tls", "not trusted"});
 
-  const Json::Value document = parsedAnswer(errorDocument(failure, OutputFormat::json));
+  const Json::Value document =
+      conformingDocument("error", errorDocument(failure, OutputFormat::json));
 
   ASSERT_EQ(document["warnings"].size(), 1U);
   EXPECT_EQ(document["warnings"][0]["kind"], "unverified-tls");
@@ -94,6 +95,7 @@ TEST(ErrorDocument, IsALineForJsonl) {
   const std::string line = errorDocument(wrongUsage("a\nb"), OutputFormat::jsonl);
 
   EXPECT_EQ(line.find('\n'), line.size() - 1);
+  expectConforms("error", line);
 }
 
 TEST(ErrorDocument, TextsOfStrangersBecomeValidUtf8) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/kestrelctl/schema_check.h"
 #include "tests/support/test_headers.h"
 
 #include <json/json.h>
@@ -9,7 +10,7 @@
 
 namespace kestrelvisor::ctl::test {
 
-// What a program printed, read as exactly one document.
+// A text for programs, read as exactly one document.
 inline Json::Value parsedAnswer(const std::string& text) {
   Json::CharReaderBuilder builder;
   Json::CharReaderBuilder::strictMode(&builder.settings_);
@@ -18,6 +19,12 @@ inline Json::Value parsedAnswer(const std::string& text) {
   std::string problem;
   EXPECT_TRUE(Json::parseFromStream(builder, stream, &value, &problem)) << problem << text;
   return value;
+}
+
+// Likewise, for a document that did not come from a run of the program.
+inline Json::Value conformingDocument(const std::string& schema, const std::string& text) {
+  expectConforms(schema, text);
+  return parsedAnswer(text);
 }
 
 }  // namespace kestrelvisor::ctl::test

@@ -1,5 +1,7 @@
 #include "tests/kestrelctl/program.h"
 
+#include "tests/kestrelctl/promised_output.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
@@ -78,7 +80,7 @@ void take(int& descriptor, std::string& text) {
 
 }  // namespace
 
-Program::Program(const Arguments& arguments, const Setting& setting) {
+Program::Program(const Arguments& arguments, const Setting& setting) : arguments_(arguments) {
   const Words argv(commandLine(arguments));
   const Words environment(environmentOf(setting));
   const auto input = makePipe();
@@ -139,7 +141,9 @@ void Program::closeOutput() {
 int Program::wait() {
   while (readSome()) {
   }
-  if (status_ < 0) status_ = waitFor(id_);
+  if (status_ >= 0) return status_;
+  status_ = waitFor(id_);
+  expectPromisedOutput(arguments_, status_, output_, talk_);
   return status_;
 }
 

@@ -16,7 +16,8 @@ struct Setting {
   std::vector<std::pair<std::string, std::string>> environment;  // beyond what every run gets
 };
 
-// kestrelctl as a process of its own; ended with the object at the latest.
+// kestrelctl as a process of its own; ended with the object at the latest. What it writes for
+// programs up to its end has to conform to docs/schemas: a test fails that makes it do otherwise.
 class Program {
  public:
   explicit Program(const Arguments& arguments, const Setting& setting = {});
@@ -40,6 +41,7 @@ class Program {
  private:
   bool readSome();
 
+  Arguments arguments_;
   pid_t id_ = -1;
   int outputEnd_ = -1;
   int talkEnd_ = -1;

@@ -2,12 +2,8 @@
 
 #include "kestrelctl/watch/paced_progress.h"
 #include "kestrelctl/watch/progress_text.h"
+#include "tests/kestrelctl/json_answer.h"
 #include "tests/kestrelctl/set_clock.h"
-#include "tests/support/test_headers.h"
-
-#include <json/json.h>
-
-#include <sstream>
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -123,8 +119,7 @@ TEST_F(Display, ObjectsComeSomeTimesASecondWithALastOne) {
   display.finish();
 
   ASSERT_THAT(drawn, SizeIs(3));
-  Json::Value last;
-  std::istringstream(drawn.back()) >> last;
+  const Json::Value last = conformingDocument("progress", drawn.back());
   EXPECT_EQ(last["phase"].asString(), "machines");
   EXPECT_EQ(last["done"].asUInt(), 999U);
   EXPECT_EQ(last["expected"].asUInt(), 1000U);
@@ -139,8 +134,7 @@ TEST_F(Display, ObjectSaysNullForWhatIsNotKnown) {
   ProgressDisplay display(Manner::objects, surface(), time.clock());
   display.update(ScanCounts());
 
-  Json::Value first;
-  std::istringstream(drawn.front()) >> first;
+  const Json::Value first = conformingDocument("progress", drawn.front());
   EXPECT_EQ(first["phase"].asString(), "preparing");
   EXPECT_TRUE(first["expected"].isNull());
   EXPECT_TRUE(first["secondsLeft"].isNull());

@@ -18,23 +18,18 @@ class SchemaCheck {
   void addLines(const std::string& schema, const std::string& text) { add(schema, text, ".jsonl"); }
 
   // A line for each document that does not conform; empty when all do.
-  std::string problems() const {
-    vrmsim::test::Process validator(KESTRELCTL_VALIDATE, arguments_);
-    std::string text = validator.restOfOutput() + validator.errors();
-    const int status = validator.wait();
-    while (!text.empty() && text.back() == '\n') text.pop_back();
-    if ((status != 0) == text.empty()) return "the validator ended with " + std::to_string(status);
-    return text;
-  }
+  std::string problems() const;
 
  private:
-  void add(const std::string& schema, const std::string& text, const std::string& ending) {
-    const std::string name = std::to_string(arguments_.size()) + ending;
-    arguments_.push_back(schema + "=" + folder_.write(name, text));
-  }
+  void add(const std::string& schema, const std::string& text, const std::string& ending);
 
   vrmsim::test::TemporaryFolder folder_;
-  std::vector<std::string> arguments_{KESTRELCTL_SCHEMAS};
+  std::vector<std::string> documents_;
 };
+
+// Every document for programs that a test gets to see passes one of these. It is validated when the
+// test ends, and what does not conform to its schema fails that test.
+void expectConforms(const std::string& schema, const std::string& document);
+void expectLinesConform(const std::string& schema, const std::string& lines);
 
 }  // namespace kestrelvisor::ctl::test

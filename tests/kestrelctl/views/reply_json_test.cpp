@@ -1,10 +1,7 @@
 #include "kestrelctl/views/reply_json.h"
 
+#include "tests/kestrelctl/json_answer.h"
 #include "tests/kestrelctl/sample_reply.h"
-#include "tests/kestrelctl/schema_check.h"
-#include "tests/support/test_headers.h"
-
-#include <json/json.h>
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -16,42 +13,35 @@ using ::testing::HasSubstr;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
-Json::Value parsed(const std::string& text) {
-  Json::Value value;
-  std::istringstream stream(text);
-  std::string problem;
-  EXPECT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &problem))
-      << problem;
-  return value;
-}
-
 std::string documentOf(const ScanEnvironmentReply& reply, const ReplyNotes& notes = {}) {
   std::string text;
   jsonView(ReplyIndex(reply), notes, [&](std::string_view piece) { text += piece; });
   return text;
 }
 
-std::string foundDocument(const ReplyIndex& index, const ReplySelection& found,
-                          const std::vector<Warning>& warnings = {}) {
-  std::string text;
-  foundJsonView(index, found, warnings, [&](std::string_view piece) { text += piece; });
-  return text;
+Json::Value jsonOf(const ScanEnvironmentReply& reply, const ReplyNotes& notes = {}) {
+  return conformingDocument("reply", documentOf(reply, notes));
 }
 
-Json::Value jsonOf(const ScanEnvironmentReply& reply) { return parsed(documentOf(reply)); }
+Json::Value foundJsonOf(const ReplyIndex& index, const ReplySelection& found,
+                        const std::vector<Warning>& warnings = {}) {
+  std::string text;
+  foundJsonView(index, found, warnings, [&](std::string_view piece) { text += piece; });
+  return conformingDocument("find", text);
+}
 
-std::vector<std::string> linesOf(const ScanEnvironmentReply& reply, const ReplyNotes& notes = {}) {
-  std::stringstream text;
-  jsonLinesView(ReplyIndex(reply), notes, [&](std::string_view piece) { text << piece; });
+std::vector<std::string> conformingLines(const std::string& schema, const std::string& text) {
+  expectLinesConform(schema, text);
   std::vector<std::string> lines;
-  for (std::string line; std::getline(text, line);) lines.push_back(line);
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
   return lines;
 }
 
-std::string joined(const std::vector<std::string>& lines) {
+std::vector<std::string> linesOf(const ScanEnvironmentReply& reply, const ReplyNotes& notes = {}) {
   std::string text;
-  for (const std::string& line : lines) text += line + "\n";
-  return text;
+  jsonLinesView(ReplyIndex(reply), notes, [&](std::string_view piece) { text += piece; });
+  return conformingLines("reply-line", text);
 }
 
 ReplyNotes sampleNotes() {
@@ -109,7 +99,7 @@ TEST(JsonView, EmptyReplyHasEmptyLists) {
 }
 
 TEST(JsonView, TellsWhereTheMachinesWentAndWhatToKnow) {
-  const Json::Value document = parsed(documentOf(sampleReply(), sampleNotes()));
+  const Json::Value document = jsonOf(sampleReply(), sampleNotes());
 
   EXPECT_EQ(document["accounting"]["counted"].asInt(), 5);
   EXPECT_EQ(document["accounting"]["templates"].asInt(), 4);
@@ -183,7 +173,7 @@ TEST(FoundJsonView, HoldsWhatWasFoundAsTheReplyDoes) {
   found.machines.pop_back();
   found.objects.clear();
 
-  const Json::Value document = parsed(foundDocument(index, found));
+  const Json::Value document = foundJsonOf(index, found);
 
   EXPECT_EQ(document["machines"][0], jsonOf(reply)["machines"][0]);
   EXPECT_EQ(document["counts"]["machines"].asInt(), 1);
@@ -192,38 +182,33 @@ TEST(FoundJsonView, HoldsWhatWasFoundAsTheReplyDoes) {
   EXPECT_EQ(document["datastores"][0]["name"].asString(), "lun");
 }
 
-TEST(JsonDocuments, ConformToTheirSchemas) {
+TEST(FoundJsonView, NothingFoundHasEmptyListsAndTheWarnings) {
+  const ScanEnvironmentReply reply = sampleReply();
+
+  const Json::Value document = foundJsonOf(ReplyIndex(reply), {}, {{"unverified-tls", "let pass"}});
+
+  EXPECT_EQ(document["counts"]["machines"].asInt(), 0);
+  EXPECT_TRUE(document["machines"].isArray());
+  EXPECT_EQ(document["warnings"][0]["kind"].asString(), "unverified-tls");
+}
+
+TEST(FoundJsonLinesView, HasALineForEachThingAndTheSummaryLast) {
   const ScanEnvironmentReply reply = sampleReply();
   const ReplyIndex index(reply);
-  SchemaCheck check;
+  ReplySelection found = everythingOf(index);
+  found.machines.pop_back();
+  found.disks.clear();
+  std::string text;
 
-  check.addDocument("reply", documentOf(reply, sampleNotes()));
-  check.addDocument("reply", documentOf(reply));
-  check.addDocument("reply", documentOf({}));
-  check.addLines("reply-line", joined(linesOf(reply, sampleNotes())));
-  check.addLines("reply-line", joined(linesOf({})));
-  check.addDocument("find", foundDocument(index, everythingOf(index), sampleNotes().warnings));
-  check.addDocument("find", foundDocument(index, {}));
+  foundJsonLinesView(index, found, {{"unverified-tls", "let pass"}},
+                     [&](std::string_view piece) { text += piece; });
 
-  EXPECT_EQ(check.problems(), "");
-}
-
-TEST(JsonDocuments, CheckFindsAKeyThatNoSchemaHas) {
-  Json::Value document = jsonOf(sampleReply());
-  document["machines"][0]["colour"] = "blue";
-  SchemaCheck check;
-
-  check.addDocument("reply", document.toStyledString());
-
-  EXPECT_THAT(check.problems(), HasSubstr("colour"));
-}
-
-TEST(JsonDocuments, CheckFindsAKeyThatIsMissing) {
-  SchemaCheck check;
-
-  check.addLines("reply-line", linesOf(sampleReply()).front() + "\n{\"record\":\"machine\"}\n");
-
-  EXPECT_THAT(check.problems(), HasSubstr("document 2"));
+  const std::vector<std::string> lines = conformingLines("find-line", text);
+  ASSERT_THAT(lines, SizeIs(7));
+  EXPECT_THAT(lines[5], StartsWith("{\"record\":\"machine\","));
+  EXPECT_EQ(lines[6], R"({"record":"summary",)"
+                      R"("counts":{"datastores":1,"disks":0,"machines":1,"objects":4},)"
+                      R"("warnings":[{"kind":"unverified-tls","text":"let pass"}]})");
 }
 
 }  // namespace

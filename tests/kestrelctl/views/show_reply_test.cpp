@@ -4,6 +4,7 @@
 #include "kestrelctl/views/reply_json.h"
 #include "kestrelctl/views/tree_view.h"
 #include "tests/kestrelctl/sample_reply.h"
+#include "tests/kestrelctl/schema_check.h"
 #include "tests/support/test_headers.h"
 
 namespace kestrelvisor::ctl::test {
@@ -35,7 +36,9 @@ TEST(ShowReply, TreeAndJsonAreThoseOfTheReply) {
   std::string document;
   jsonView(index, {}, [&](std::string_view piece) { document += piece; });
   EXPECT_EQ(shown(reply, OutputFormat::json), document);
-  EXPECT_THAT(shown(reply, OutputFormat::jsonl), StartsWith("{\"record\":"));
+  const std::string lines = shown(reply, OutputFormat::jsonl);
+  EXPECT_THAT(lines, StartsWith("{\"record\":"));
+  expectLinesConform("reply-line", lines);
 }
 
 TEST(ShowReply, NamesAreTheUrisOfTheMachines) {
