@@ -141,13 +141,19 @@ const CLI::App* namedApp(const CLI::App& app) {
   return named.empty() ? nullptr : named.front();
 }
 
+// A page ends with one line end.
+std::string helpText(std::string page) {
+  page.erase(page.find_last_not_of('\n') + 1);
+  return page + "\n";
+}
+
 // Whether a command is to run: help and version have said all.
 bool parse(CLI::App& app, int argc, const char* const* argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
     const CLI::App* const named = namedApp(app);
-    printResult(named == nullptr ? app.help() : named->help("kestrelctl"));
+    printResult(helpText(named == nullptr ? app.help() : named->help("kestrelctl")));
     return false;
   } catch (const CLI::CallForVersion& version) {
     printResult(std::string(version.what()) + "\n");

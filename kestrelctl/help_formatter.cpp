@@ -17,6 +17,7 @@ constexpr std::size_t kCommandWidth = 16;
 
 HelpWithExamples::HelpWithExamples(std::string examples) : examples_(std::move(examples)) {
   column_width(kHelpColumn);
+  label("Positionals", "Arguments");
 }
 
 std::string HelpWithExamples::make_description(const CLI::App* app) const {

@@ -1,15 +1,24 @@
 #include "tests/kestrelctl/json_answer.h"
 #include "tests/kestrelctl/program.h"
 #include "tests/support/test_headers.h"
+#include "tests/vrmsim/process.h"
 
 #include <curl/curl.h>
+
+#include <array>
+#include <regex>
 
 namespace kestrelvisor::ctl::test {
 namespace {
 
 using ::testing::AllOf;
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::Lt;
+
+constexpr std::array<const char*, 10> kCommands{
+    "verify",           "scan", "show",   "find", "diff", "disable-cbt", "explain",
+    "encrypt-password", "demo", "version"};
 
 TEST(Usage, HelpStartsWithExamplesAndGoesToStandardOutput) {
   const Finished run({"--help"});
@@ -21,8 +30,7 @@ TEST(Usage, HelpStartsWithExamplesAndGoesToStandardOutput) {
 }
 
 TEST(Usage, EachCommandHasHelpWithExamples) {
-  for (const char* command : {"verify", "scan", "show", "find", "diff", "disable-cbt", "explain",
-                              "encrypt-password", "demo", "version"}) {
+  for (const char* const command : kCommands) {
     const Finished run({command, "--help"});
     EXPECT_EQ(run.status, 0) << command;
     EXPECT_THAT(run.output, AllOf(HasSubstr("Examples:\n  "),
@@ -30,21 +38,44 @@ TEST(Usage, EachCommandHasHelpWithExamples) {
   }
 }
 
+// The page of the program and that of each command.
+std::vector<std::string> helpPages() {
+  std::vector<std::string> pages{Finished({"--help"}).output};
+  for (const char* const command : kCommands) pages.push_back(Finished({command, "--help"}).output);
+  return pages;
+}
+
 TEST(Usage, HelpFitsAnOrdinaryTerminal) {
-  for (const Arguments& words : std::vector<Arguments>{{"--help"},
-                                                       {"verify", "--help"},
-                                                       {"scan", "--help"},
-                                                       {"show", "--help"},
-                                                       {"find", "--help"},
-                                                       {"diff", "--help"},
-                                                       {"disable-cbt", "--help"},
-                                                       {"explain", "--help"},
-                                                       {"version", "--help"},
-                                                       {"encrypt-password", "--help"},
-                                                       {"demo", "--help"}}) {
-    std::istringstream lines(Finished(words).output);
+  for (const std::string& page : helpPages()) {
+    std::istringstream lines(page);
     for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
   }
+}
+
+TEST(Usage, HelpEndsWithItsLastLine) {
+  for (const std::string& page : helpPages()) {
+    ASSERT_GT(page.size(), 2U);
+    EXPECT_EQ(page.back(), '\n');
+    EXPECT_NE(page[page.size() - 2], '\n') << page;
+  }
+}
+
+TEST(Usage, ManualPageHasEachCommandAndOption) {
+  const std::string manual =
+      vrmsim::test::TemporaryFolder::read(PROJECT_SOURCES "/docs/man/kestrelctl.1");
+  for (const char* const command : kCommands) {
+    EXPECT_THAT(manual, HasSubstr(std::string("\n.It Cm ") + command + "\n"));
+  }
+  const std::regex option("\n  (?:-., ?)?--([a-z-]+)");
+  std::size_t options = 0;
+  for (const std::string& page : helpPages()) {
+    for (std::sregex_iterator match(page.begin(), page.end(), option), end; match != end; ++match) {
+      ++options;
+      const std::string name = "-" + (*match)[1].str();
+      EXPECT_THAT(manual, AnyOf(HasSubstr(" " + name + " "), HasSubstr(" " + name + "\n"))) << name;
+    }
+  }
+  EXPECT_GT(options, 60U);
 }
 
 TEST(Usage, HelpGroupsTheCommands) {
