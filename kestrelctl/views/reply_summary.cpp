@@ -40,7 +40,8 @@ class DatastoreLines {
     std::string text;
     for (const datastore_record& datastore : index_.reply().datastore_records()) {
       text += ScreenLine(rendering_)
-                  .add("  " + nameOf(datastore) + sizesOf(datastore))
+                  .add("  " + inColumn(nameOf(datastore), nameColumns_, rendering_) +
+                       sizesOf(datastore))
                   .addDim(remarkOf(datastore))
                   .text();
     }
@@ -53,9 +54,7 @@ class DatastoreLines {
   }
 
   std::string nameOf(const datastore_record& datastore) const {
-    const std::string name = printable(datastore.name(), rendering_.utf8);
-    const bool isCut = rendering_.isBounded();
-    return padRight(isCut ? cutToColumns(name, nameColumns_, rendering_.utf8) : name, nameColumns_);
+    return printable(datastore.name(), rendering_.utf8);
   }
 
   // As wide as the widest, unless that leaves no room for the rest of its line.
@@ -63,8 +62,7 @@ class DatastoreLines {
     std::size_t names = 0;
     std::size_t rest = 0;
     for (const datastore_record& datastore : index_.reply().datastore_records()) {
-      const std::size_t columns = columnsOf(printable(datastore.name(), rendering_.utf8));
-      if (rendering_.isBounded() || columns <= kWidestColumn) names = std::max(names, columns);
+      names = widened(names, nameOf(datastore), rendering_);
       rest = std::max(rest, columnsOf("  " + sizesOf(datastore) + remarkOf(datastore)));
     }
     const std::size_t room = rendering_.columns - std::min(rendering_.columns, rest);

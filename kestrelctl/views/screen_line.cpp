@@ -2,7 +2,19 @@
 
 #include "kestrelctl/terminal_text.h"
 
+#include <algorithm>
+
 namespace kestrelvisor::ctl {
+
+std::size_t widened(std::size_t width, const std::string& text, const Rendering& rendering) {
+  const std::size_t columns = columnsOf(text);
+  return rendering.isBounded() || columns <= kWidestColumn ? std::max(width, columns) : width;
+}
+
+std::string inColumn(const std::string& text, std::size_t width, const Rendering& rendering) {
+  if (!rendering.isBounded()) return padRight(text, width);
+  return padRight(cutToColumns(text, width, rendering.utf8), width);
+}
 
 ScreenLine& ScreenLine::add(const std::string& text) {
   text_ += fitting(text);

@@ -7,6 +7,13 @@
 
 namespace kestrelvisor::ctl {
 
+// The width of a column that holds one printable text more. Where nothing is cut, a text beyond
+// kWidestColumn is left out: it would move all others apart.
+std::size_t widened(std::size_t width, const std::string& text, const Rendering& rendering);
+
+// A text filled up with blanks to the width of its column; on a screen it is cut to that.
+std::string inColumn(const std::string& text, std::size_t width, const Rendering& rendering);
+
 // A line of printable texts that ends where the screen does: what has no room any more is cut.
 class ScreenLine {
  public:

@@ -115,16 +115,8 @@ class TreeWriter {
 
   std::string show(const std::string& text) const { return printable(text, rendering_.utf8); }
 
-  // Where nothing is cut, a stranger's name of any width would move all others apart.
-  void widen(std::size_t& width, std::string_view text) const {
-    const std::size_t columns = columnsOf(text);
-    if (rendering_.isBounded() || columns <= kWidestColumn) width = std::max(width, columns);
-  }
-
-  std::string inColumn(const std::string& text, std::size_t width) const {
-    const std::string cell =
-        rendering_.isBounded() ? cutToColumns(text, width, rendering_.utf8) : text;
-    return padRight(cell, width);
+  void widen(std::size_t& width, const std::string& text) const {
+    width = widened(width, text, rendering_);
   }
 
   std::size_t missing(std::size_t wanted) const {
@@ -137,7 +129,7 @@ class TreeWriter {
     for (const std::size_t position : siblings) {
       const IndexedObject& object = index_.objects()[position];
       if (!object.is(ObjectKind::machine)) continue;
-      widen(columns.name, show(object.row->name()));
+      widen(columns.name, nameOf(object));
       widen(columns.guest, show(guestSystemOf(object)));
       widen(columns.disks, counted(object.disks.size(), "disk"));
     }
@@ -164,8 +156,8 @@ class TreeWriter {
   void addMachine(const IndexedObject& object, const MachineColumns& columns,
                   ScreenLine& line) const {
     const std::uint64_t size = object.machine == nullptr ? 0 : object.machine->totalsize();
-    line.add(inColumn(show(object.row->name()), columns.name) + kGap)
-        .addDim(inColumn(show(guestSystemOf(object)), columns.guest))
+    line.add(inColumn(nameOf(object), columns.name, rendering_) + kGap)
+        .addDim(inColumn(show(guestSystemOf(object)), columns.guest, rendering_))
         .add(kGap + padRight(counted(object.disks.size(), "disk"), columns.disks) + kGap +
              padLeft(humanSize(size), kSizeColumns));
   }
@@ -183,7 +175,7 @@ class TreeWriter {
   // Of everything that is not a machine: "production  cluster  5 hosts, 120 machines".
   void addHeading(std::size_t position, const HeadingColumns& columns, ScreenLine& line) const {
     const IndexedObject& object = index_.objects()[position];
-    const std::string cell = inColumn(nameOf(object), columns.name);
+    const std::string cell = inColumn(nameOf(object), columns.name, rendering_);
     const std::size_t end = cell.find_last_not_of(' ') + 1;
     line.addBold(cell.substr(0, end))
         .add(cell.substr(end) + kGap + padRight(kindOf(object), kKindColumns) + kGap +
