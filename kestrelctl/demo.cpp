@@ -7,6 +7,7 @@
 #include "kestrelctl/file_replacement.h"
 #include "kestrelctl/libraries.h"
 #include "kestrelctl/reply_file.h"
+#include "kestrelctl/shell_line.h"
 #include "platform/reference/password_cipher.h"
 
 #include <fcntl.h>
@@ -137,9 +138,12 @@ class Simulator {
 
 // Shows a command line and runs it; its results and talk are ours.
 void runCommand(const EndingSignals& signals, const std::vector<std::string>& arguments) {
-  std::string line = "$ kestrelctl";
-  for (const std::string& argument : arguments) line += " " + argument;
-  say(line);
+  const std::string prompt = "$ ";
+  std::vector<std::string> words{"kestrelctl"};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<std::string> lines = shellLines(words, renderingOfTalk().columns - prompt.size());
+  lines.front().insert(0, prompt);
+  for (const std::string& line : lines) say(line);
   ChildProcess command(signals, ownExecutable(), arguments);
   if (const int exitCode = command.wait(); exitCode != 0) throw CommandFailed{exitCode};
 }
@@ -158,6 +162,8 @@ void showEverything(const DemoOptions& options, const EndingSignals& signals,
   command({"verify"});
   announce("What is on it?");
   command({"scan", "--save", options.saveFile});
+  announce("Which machines are large?");
+  runCommand(signals, {"find", "--reply", options.saveFile, "--larger", "1TiB"});
 
   const ScanEnvironmentReply reply = readReplyFile(options.saveFile);
   if (reply.machine_records_size() == 0)
@@ -203,7 +209,8 @@ ExitCode runDemo(const DemoOptions& options) {
     warn("the simulator ended with exit code " + std::to_string(exitCode));
   }
   announce("Done");
-  say("The reply lies in " + options.saveFile + " (protobuf, message ScanEnvironmentReply).");
+  say("The reply lies in " + options.saveFile + ".");
+  say("kestrelctl show, find and diff read it; it is a protobuf ScanEnvironmentReply.");
   return ExitCode::success;
 }
 

@@ -44,13 +44,20 @@ TEST_F(Demo, ShowsEverythingAndKeepsTheReply) {
   const Finished run(command(), setting());
 
   ASSERT_EQ(run.status, 0) << run.talk;
-  EXPECT_THAT(run.output,
-              AllOf(HasSubstr("Bergen data centre  site     3 clusters, 12 hosts"),
-                    HasSubstr("Summary\n"), HasSubstr("Changed-block tracking is off: /service/")));
+  EXPECT_THAT(run.output, AllOf(HasSubstr("Bergen data centre  site     3 clusters, 12 hosts"),
+                                HasSubstr("Summary\n"), HasSubstr("MACHINE     GUEST SYSTEM"),
+                                HasSubstr("Changed-block tracking is off: /service/")));
   EXPECT_THAT(run.talk, AllOf(HasSubstr(" on https://127.0.0.1:"), HasSubstr("$ kestrelctl scan")));
   ScanEnvironmentReply reply;
   ASSERT_TRUE(reply.ParseFromString(TemporaryFolder::read(saved)));
   EXPECT_GT(reply.machine_records_size(), 100);
+}
+
+TEST_F(Demo, BreaksItsCommandLinesWhereTheTerminalEnds) {
+  TerminalProgram terminal(command(), setting(), 80);
+
+  ASSERT_EQ(terminal.wait(), 0) << terminal.shown();
+  EXPECT_THAT(terminal.shown(), HasSubstr(" --user backup \\\r\n      --ca-cert "));
 }
 
 TEST_F(Demo, LeavesNothingButTheReply) {
