@@ -10,7 +10,7 @@
 namespace kestrelvisor::ctl {
 
 // Hands a watch's counts on, ten times a second at the most: they cost more to make than a record
-// of the log does.
+// of the log does. A new phase is told at once: its first request may be one that is never answered.
 class PacedProgress {
  public:
   PacedProgress(const ScanWatch& watch, ProgressSink sink,
@@ -21,8 +21,10 @@ class PacedProgress {
   void offer() {
     if (!sink_) return;
     const auto now = clock_();
-    if (latest_ && now - *latest_ < kDistance) return;
+    const bool isDue = !latest_ || now - *latest_ >= kDistance;
+    if (!isDue && watch_.phase() == phase_) return;
     latest_ = now;
+    phase_ = watch_.phase();
     sink_(watch_.counts());
   }
 
@@ -38,6 +40,7 @@ class PacedProgress {
   ProgressSink sink_;
   ProgressClock clock_;
   std::optional<std::chrono::steady_clock::time_point> latest_;
+  ScanPhase phase_ = ScanPhase::preparing;  // as told
 };
 
 }  // namespace kestrelvisor::ctl

@@ -50,6 +50,7 @@ void ScanPlan::add(const std::vector<UrnHash>& urns, bool areClusters,
     place.isCluster = areClusters;
     place.cluster = cluster;
   }
+  if (areClusters) clustersWaiting_ += urns.size();
   datastoresDue_ = urns.size();
 }
 
@@ -79,6 +80,7 @@ void ScanPlan::beginMachines(std::uint64_t total) {
   if (next_ == places_.size()) places_.emplace_back();
   current_ = next_++;
   datastoresDue_ = 0;
+  if (places_[*current_].isCluster) --clustersWaiting_;
   places_[*current_].stage = Stage::current;
   places_[*current_].total = total;
   if (total == 0) endMachines();
@@ -91,9 +93,8 @@ void ScanPlan::takePage(const std::vector<ToldMachine>& page) {
   ++place.pages;
   place.done.listings += static_cast<double>(page.size());
   for (const ToldMachine& machine : page) {
-    if (!isHere(machine)) {
-      place.tellsHosts = true;
-    } else if (isAskedForDisks(machine)) {
+    if (isHostOfCurrent(machine)) place.tellsHosts = true;
+    if (isHere(machine) && isAskedForDisks(machine)) {
       lookupsDue_.push_back(machine.lookups);
       place.lookupsTold += machine.lookups;
     }
@@ -124,16 +125,17 @@ bool ScanPlan::isHere(const ToldMachine& machine) const {
   return current_ && machine.place == places_[*current_].urn;
 }
 
-bool ScanPlan::knowsPlaces() const {
-  return hostsTold_ &&
-         std::none_of(places_.begin() + static_cast<std::ptrdiff_t>(next_), places_.end(),
-                      [](const Place& place) { return place.isCluster; });
-}
-
 bool ScanPlan::knowsCounts() const {
   return hostsTold_ && std::none_of(places_.begin(), places_.end(), [&](const Place& place) {
            return place.stage == Stage::waiting && !isToldByCluster(place);
          });
+}
+
+// Whether a machine is on a host of the cluster whose turn it is.
+bool ScanPlan::isHostOfCurrent(const ToldMachine& machine) const {
+  if (!current_ || !machine.place) return false;
+  const auto found = hostByUrn_.find(*machine.place);
+  return found != hostByUrn_.end() && places_[found->second].cluster == current_;
 }
 
 bool ScanPlan::isToldByCluster(const Place& place) const {

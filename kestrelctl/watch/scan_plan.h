@@ -53,7 +53,7 @@ class ScanPlan {
   std::size_t machinesDue() const { return lookupsDue_.size(); }  // those whose disks are due
 
   // Whether all lists of places have come, and all counts that make up counted().
-  bool knowsPlaces() const;
+  bool knowsPlaces() const { return hostsTold_ && clustersWaiting_ == 0; }
   bool knowsCounts() const;
 
   // The machines of the site by the manager's counts.
@@ -102,6 +102,7 @@ class ScanPlan {
   };
 
   void add(const std::vector<UrnHash>& urns, bool areClusters, std::optional<std::size_t> cluster);
+  bool isHostOfCurrent(const ToldMachine& machine) const;
   bool isToldByCluster(const Place& place) const;
   Knowledge knowledgeOf(const Place& place) const;
   double lookupsDue() const;
@@ -114,6 +115,7 @@ class ScanPlan {
   std::vector<Place> places_;
   std::unordered_map<UrnHash, std::size_t> hostByUrn_;  // those of clusters
   std::size_t next_ = 0;
+  std::size_t clustersWaiting_ = 0;  // whose turn comes, and with it a list of hosts
   std::optional<std::size_t> current_;
   bool hostsTold_ = false;
   std::size_t datastoresDue_ = 0;

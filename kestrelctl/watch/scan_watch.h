@@ -26,6 +26,8 @@ class ScanWatch {
   void take(const LogRecord& record);
 
   ScanCounts counts() const;
+  // The phase alone: it takes no time worth speaking of, where the counts look at every place.
+  ScanPhase phase() const;
 
   // Of a scan that worked, with its reply.
   Accounting accounting(const ScanEnvironmentReply& reply) const;
@@ -51,7 +53,6 @@ class ScanWatch {
   void refuseUuid(std::string_view rest);
   void refuseMachine(std::string_view rest);
 
-  ScanPhase phase() const;
   void countObjects(ScanCounts& counts) const;
 
   MachineLedger machines_;

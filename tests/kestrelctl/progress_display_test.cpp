@@ -4,6 +4,7 @@
 #include "kestrelctl/watch/progress_text.h"
 #include "tests/kestrelctl/json_answer.h"
 #include "tests/kestrelctl/set_clock.h"
+#include "tests/kestrelctl/told_scan.h"
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -163,6 +164,27 @@ TEST(PacedProgress, HandsCountsOnTenTimesASecondAndAtTheEnd) {
 
   paced.finish();
   EXPECT_EQ(handed, 11);
+}
+
+// Its first request may hang: nothing else would tell then what the scan is busy with.
+TEST(PacedProgress, HandsANewPhaseOnAtOnce) {
+  SetClock time;
+  ToldScan told;
+  std::vector<ScanPhase> phases;
+  PacedProgress paced(
+      told.watch, [&](const ScanCounts& counts) { phases.push_back(counts.phase); }, time.clock());
+  paced.offer();
+  told.prepare();
+  paced.offer();
+  told.clusters({"clusters/1"});
+  paced.offer();
+  told.hosts({});
+  told.hosts({"hosts/1"});
+  paced.offer();
+  told.count(2);
+  paced.offer();
+
+  EXPECT_THAT(phases, ElementsAre(ScanPhase::preparing, ScanPhase::hosts, ScanPhase::listing));
 }
 
 }  // namespace

@@ -87,6 +87,15 @@ TEST_F(ScanAccounts, HostsCountWhereTheClusterDoesNotTellTheirMachines) {
   EXPECT_EQ(accounting({"a", "b", "c"}).unexplained(), 0);
 }
 
+TEST_F(ScanAccounts, HostsCountWhereTheClusterTellsMachinesOfOtherPlacesOnly) {
+  told.place(1, {{"a", "hosts/2"}});
+  told.place(0, {});
+  told.place(1, {{"b", "hosts/1"}});
+
+  EXPECT_EQ(accounting({"a", "b"}).counted, 2U);
+  EXPECT_EQ(accounting({"a", "b"}).unexplained(), 0);
+}
+
 TEST_F(ScanAccounts, TemplatesAndLinkedClonesAreNoLoss) {
   tellTwice(
       {{"a", "hosts/1"}, {"t", "hosts/1", kTemplateMember}, {"l", "hosts/1", kLinkedCloneMember}});
