@@ -10,14 +10,6 @@ constexpr int kErrorLevel = 4;
 constexpr std::string_view kRefusedUrlMark = "Request refused: its URL ";
 constexpr std::string_view kRefusedUrlEnd = ". ";
 
-bool startsWith(std::string_view text, std::string_view start) {
-  return text.substr(0, start.size()) == start;
-}
-
-bool endsWith(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
-
 // What stands behind the last occurrence of a mark.
 std::optional<std::string> behind(std::string_view text, std::string_view mark) {
   const std::size_t found = text.rfind(mark);
@@ -29,7 +21,7 @@ std::optional<std::string> behind(std::string_view text, std::string_view mark) 
 // counts: what the manager says may hold anything.
 std::optional<LogEvidence::Refusal> readRefusal(std::string_view text) {
   constexpr std::string_view kMark = "error code is ";
-  if (!startsWith(text, "Invoke ") || !endsWith(text, ")")) return std::nullopt;
+  if (!text.starts_with("Invoke ") || !text.ends_with(")")) return std::nullopt;
   const std::size_t mark = text.find(kMark);
   if (mark == std::string_view::npos) return std::nullopt;
   text.remove_prefix(mark + kMark.size());
@@ -46,8 +38,8 @@ bool endsRequest(std::string_view text) {
 
 // A login is told by another function.
 bool isLogout(const LogRecord& record) {
-  return endsWith(record.function, "::sendMessageToVrm()") &&
-         endsWith(record.text, "/service/session");
+  return record.function.ends_with("::sendMessageToVrm()") &&
+         record.text.ends_with("/service/session");
 }
 
 }  // namespace
@@ -59,7 +51,7 @@ void LogEvidence::settle(const LogRecord& record) {
 
 void LogEvidence::takeWarning(std::string_view text) {
   constexpr std::string_view kPassed = "peer cert check failed: ";
-  if (startsWith(text, kPassed)) passedCertificate_ = text.substr(kPassed.size());
+  if (text.starts_with(kPassed)) passedCertificate_ = text.substr(kPassed.size());
 }
 
 void LogEvidence::take(const LogRecord& record) {
@@ -70,12 +62,12 @@ void LogEvidence::take(const LogRecord& record) {
     latest_ = std::move(refusal);
   } else if (endsRequest(text)) {
     settle(record);
-  } else if (startsWith(text, kRefusedUrlMark)) {
+  } else if (text.starts_with(kRefusedUrlMark)) {
     text.remove_prefix(kRefusedUrlMark.size());
     refusedUrl_ = text.substr(0, text.find(kRefusedUrlEnd));
-  } else if (startsWith(text, "checkLoginAgainAndCert: logIn is failed")) {
+  } else if (text.starts_with("checkLoginAgainAndCert: logIn is failed")) {
     loginCode_ = behind(text, "reason is ");
-  } else if (startsWith(text, "Failed to disable the CBT for VM")) {
+  } else if (text.starts_with("Failed to disable the CBT for VM")) {
     cbtCode_ = behind(text, "error code: ");
   }
 }

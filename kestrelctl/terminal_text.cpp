@@ -201,8 +201,8 @@ std::string grouped(std::uint64_t number) {
   return text;
 }
 
-std::string counted(std::size_t count, const std::string& noun) {
-  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+std::string counted(std::uint64_t count, const std::string& noun) {
+  return grouped(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 std::string joined(const std::vector<std::string>& parts) {

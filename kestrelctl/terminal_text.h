@@ -49,8 +49,8 @@ std::string humanSize(std::uint64_t kib);
 // "1,234,567".
 std::string grouped(std::uint64_t number);
 
-// "1 disk", "2 disks".
-std::string counted(std::size_t count, const std::string& noun);
+// "1 disk", "1,000 disks".
+std::string counted(std::uint64_t count, const std::string& noun);
 
 // "5 hosts, 120 machines". Parts that are empty are left out.
 std::string joined(const std::vector<std::string>& parts);

@@ -16,7 +16,7 @@ void addUnlessNone(std::string& list, std::uint64_t count, const std::string& wo
 }
 
 void addCountUnlessNone(std::string& list, std::uint64_t count, const std::string& noun) {
-  if (count > 0) add(list, countOf(count, noun));
+  if (count > 0) add(list, counted(count, noun));
 }
 
 void addUnexplained(std::string& list, std::int64_t difference) {
@@ -47,10 +47,6 @@ std::vector<std::string> linesOf(const std::string& text) {
 
 }  // namespace
 
-std::string countOf(std::uint64_t count, const std::string& noun) {
-  return grouped(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
 std::string lossesOf(const Accounting& accounting) {
   std::string losses;
   addUnlessNone(losses, accounting.outOfScope, "in a place that is not part of the result");
@@ -61,7 +57,7 @@ std::string lossesOf(const Accounting& accounting) {
 
 std::vector<std::string> accountingSummary(const Accounting& accounting) {
   const std::string others = othersOf(accounting);
-  std::string text = countOf(accounting.counted, "machine") + " at the manager";
+  std::string text = counted(accounting.counted, "machine") + " at the manager";
   if (!others.empty()) {
     text += ": " + grouped(accounting.recorded) + " recorded, " + others;
   } else if (accounting.recorded > 0) {

@@ -2,14 +2,10 @@
 
 #include "kestrelctl/accounting.h"
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace kestrelvisor::ctl {
-
-// "1 machine", "1,000 machines".
-std::string countOf(std::uint64_t count, const std::string& noun);
 
 // Why machines that a backup may need are missing: "1 with an unreadable UUID, 2 whose data were
 // not told". Empty when none is.

@@ -24,7 +24,7 @@ std::string objectsText(const ScanCounts& counts) {
 
 }  // namespace
 
-std::string durationText(double seconds) {
+std::string roughDuration(double seconds) {
   constexpr std::uint64_t kMinute = 60;
   constexpr std::uint64_t kHour = 60 * kMinute;
   const std::uint64_t whole = rounded(std::ceil(std::min(seconds, kLongestDuration)));
@@ -42,7 +42,7 @@ std::string progressLine(const ScanCounts& counts, const ProgressEstimate& estim
   if (const std::uint64_t speed = rounded(estimate.exchangesPerSecond()); speed > 0) {
     line += "  " + grouped(speed) + (speed == 1 ? " request/s" : " requests/s");
   }
-  if (const auto left = estimate.secondsLeft()) line += "  " + durationText(*left) + " left";
+  if (const auto left = estimate.secondsLeft()) line += "  " + roughDuration(*left) + " left";
   return line.substr(0, width);
 }
 

@@ -9,7 +9,7 @@
 namespace kestrelvisor::ctl {
 
 // "5 s", "3 min 20 s", "1 h 5 min"; rounded up.
-std::string durationText(double seconds);
+std::string roughDuration(double seconds);
 
 // "Reading machines and disks  412 of 1,000  312 requests/s  12 s left", in ASCII, cut to a width.
 std::string progressLine(const ScanCounts& counts, const ProgressEstimate& estimate,

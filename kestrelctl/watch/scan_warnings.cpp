@@ -23,7 +23,7 @@ std::string namesOf(const std::vector<MachineLedger::UnknownSystem>& systems) {
     const std::string& text = systems[i].text;
     names += (i == 0 ? "" : ", ") + (text.empty() ? std::string("none told") : text);
   }
-  if (systems.size() > named) names += " and " + countOf(systems.size() - named, "other");
+  if (systems.size() > named) names += " and " + counted(systems.size() - named, "other");
   return names;
 }
 
@@ -31,7 +31,7 @@ void addLeftOut(const Accounting& accounting, std::vector<Warning>& warnings) {
   const std::uint64_t leftOut =
       accounting.outOfScope + accounting.unreadableUuid + accounting.unreadData;
   if (leftOut == 0) return;
-  std::string text = countOf(leftOut, "machine") + (leftOut == 1 ? " is" : " are") +
+  std::string text = counted(leftOut, "machine") + (leftOut == 1 ? " is" : " are") +
                      " missing here: " + lossesOf(accounting);
   if (accounting.unreadableUuid > 0) text += "; --log-level warning names those with a bad UUID";
   warnings.push_back({"machines-left-out", text});
@@ -42,14 +42,14 @@ void addUnexplained(const Accounting& accounting, std::vector<Warning>& warnings
   const auto size = static_cast<std::uint64_t>(difference < 0 ? -difference : difference);
   std::string text;
   if (difference > 0) {
-    text = "nothing explains why " + countOf(size, "machine") + " of the manager's count " +
+    text = "nothing explains why " + counted(size, "machine") + " of the manager's count " +
            (size == 1 ? "is" : "are") +
            " missing here; machines may have gone or moved while the scan ran";
   } else if (accounting.vanished > 0) {
-    text = countOf(accounting.vanished, "machine") + " went or moved while the scan ran, and " +
+    text = counted(accounting.vanished, "machine") + " went or moved while the scan ran, and " +
            (accounting.vanished == 1 ? "is" : "are") + " missing here";
   } else if (difference < 0) {
-    text = "the manager told of " + countOf(size, "machine") +
+    text = "the manager told of " + counted(size, "machine") +
            " more than it had counted; machines may have come while the scan ran";
   }
   if (!text.empty()) warnings.push_back({"machines-unexplained", text + kScanAgain});
@@ -69,7 +69,7 @@ void addGuestWarning(const std::vector<MachineLedger::UnknownSystem>& systems,
   if (machines == 0) return;
   warnings.push_back(
       {"unknown-guest-systems", "the manager's list of guest systems lacks that of " +
-                                    countOf(machines, "machine") + ": " + namesOf(systems)});
+                                    counted(machines, "machine") + ": " + namesOf(systems)});
 }
 
 void addMachineWarnings(const Accounting& accounting, std::vector<Warning>& warnings) {
@@ -85,7 +85,7 @@ void addRepetitionWarning(const ScanEnvironmentReply& reply, std::vector<Warning
   }
   if (repeated == 0) return;
   warnings.push_back({"machines-repeated",
-                      countOf(repeated, "machine") + (repeated == 1 ? " stands" : " stand") +
+                      counted(repeated, "machine") + (repeated == 1 ? " stands" : " stand") +
                           " here more than once, as the manager told it; its list may have changed "
                           "while the scan ran"});
 }

@@ -6,6 +6,7 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -70,13 +71,21 @@ std::uint32_t lookupsOf(const Json::Value& machine) {
   return static_cast<std::uint32_t>(std::count_if(disks.begin(), disks.end(), isLookedUp));
 }
 
+// Whole characters of a text of UTF-8.
+std::string shortened(std::string text) {
+  if (text.size() <= kLongestSystem) return text;
+  std::size_t end = kLongestSystem;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
+  text.resize(end);
+  return text;
+}
+
 std::string systemOf(const Json::Value& machine) {
   const Json::Value& options = member(machine, "osOptions");
   const std::string type = text(options, "osType");
   std::string system =
       type.empty() ? text(options, "guestOSName") : type + " " + text(options, "osVersion");
-  if (system.size() > kLongestSystem) system.resize(kLongestSystem);
-  return system;
+  return shortened(std::move(system));
 }
 
 std::optional<UrnHash> identityOf(const Json::Value& object) {

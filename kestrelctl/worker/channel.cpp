@@ -1,12 +1,12 @@
 #include "kestrelctl/worker/channel.h"
 
 #include "kestrelctl/failure.h"
+#include "kestrelctl/system_error.h"
 
 #include <sys/socket.h>
 
 #include <array>
 #include <cerrno>
-#include <system_error>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -15,8 +15,6 @@ constexpr std::size_t kHeader = 4;
 constexpr std::size_t kChunk = std::size_t{1} << 16;
 constexpr std::size_t kKeptBuffer = std::size_t{1} << 20;
 constexpr unsigned kBitsOfByte = 8;
-
-std::string systemError() { return std::generic_category().message(errno); }
 
 std::array<char, kHeader> headerOf(std::uint32_t length) {
   std::array<char, kHeader> header{};

@@ -142,12 +142,12 @@ TEST_F(Display, ObjectSaysNullForWhatIsNotKnown) {
 }
 
 TEST(ProgressText, TellsDurationsRoundedUp) {
-  EXPECT_EQ(durationText(0), "0 s");
-  EXPECT_EQ(durationText(0.2), "1 s");
-  EXPECT_EQ(durationText(59.5), "1 min 0 s");
-  EXPECT_EQ(durationText(200), "3 min 20 s");
-  EXPECT_EQ(durationText(3900), "1 h 5 min");
-  EXPECT_EQ(durationText(1e300), "277777 h 46 min");
+  EXPECT_EQ(roughDuration(0), "0 s");
+  EXPECT_EQ(roughDuration(0.2), "1 s");
+  EXPECT_EQ(roughDuration(59.5), "1 min 0 s");
+  EXPECT_EQ(roughDuration(200), "3 min 20 s");
+  EXPECT_EQ(roughDuration(3900), "1 h 5 min");
+  EXPECT_EQ(roughDuration(1e300), "277777 h 46 min");
 }
 
 TEST(PacedProgress, HandsCountsOnTenTimesASecondAndAtTheEnd) {
