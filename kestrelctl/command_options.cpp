@@ -62,6 +62,13 @@ void refusePlaintext(const ConnectionOptions& connection) {
                    "name the manager with https://, or say --allow-plaintext");
 }
 
+// Programs that read the objects would find lines of the log between them.
+void refuseMixedLines(const OperationRequest& request) {
+  if (request.progress != ProgressMode::jsonl || !request.log.goesToTalk()) return;
+  throw wrongUsage("--progress jsonl and the log cannot share standard error",
+                   "--log-file FILE puts the log elsewhere");
+}
+
 }  // namespace
 
 CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
@@ -204,6 +211,7 @@ OperationRequest OperationArguments::read(const CLI::App& app) const {
   if (app.count("--strict-tls") > 0) request.connection.strictTls = strictTls_;
   if (app.count("--timeout") > 0) request.timeLimit = readDuration("--timeout", timeLimit_);
   if (!logLevel_.empty()) request.log.level = levelNumber(logLevel_);
+  refuseMixedLines(request);
   return request;
 }
 

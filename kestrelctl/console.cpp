@@ -1,5 +1,6 @@
 #include "kestrelctl/console.h"
 
+#include "kestrelctl/environment_variable.h"
 #include "kestrelctl/terminal_text.h"
 
 #include <fcntl.h>
@@ -21,11 +22,7 @@ namespace kestrelvisor::ctl {
 namespace {
 
 constexpr std::size_t kLineWidth = 80;
-
-bool isSet(const char* variable) {
-  const char* const text = std::getenv(variable);
-  return text != nullptr && *text != '\0';
-}
+constexpr std::size_t kIndent = 2;  // of what goes on in another line
 
 // A terminal that obeys escape sequences.
 bool isSmartTerminal(int stream) {
@@ -119,7 +116,13 @@ void announce(const std::string& text) {
 
 void warn(const std::string& text) {
   const Rendering rendering = renderingOfTalk();
-  sayRaw("kestrelctl: " + rendering.yellow("warning:") + " " + printable(text, rendering.utf8));
+  const std::string label = "kestrelctl: warning: ";
+  std::string words = printable(text, rendering.utf8);
+  // In a file a warning stays on one line, where a search finds it.
+  if (isatty(STDERR_FILENO) == 1) {
+    words = indented(wrapped(label + words, kLineWidth - kIndent), kIndent).substr(label.size());
+  }
+  sayRaw("kestrelctl: " + rendering.yellow("warning:") + " " + words);
 }
 
 void warnOf(const std::vector<Warning>& warnings) {

@@ -110,6 +110,20 @@ TEST_F(ScanAccounting, UnknownGuestSystemIsAWarning) {
                                   "machine: Linux 99887\n"));
 }
 
+TEST_F(ScanAccounting, WarningIsWrappedOnATerminal) {
+  manager.changeInventory([](vrmsim::Inventory& site) { site.vms[0].uuid = "no uuid"; });
+  TerminalProgram program(command({"scan"}, {"--progress", "none"}), {"", {{"TERM", "dumb"}}});
+  program.waitForText("at the manager");
+
+  EXPECT_EQ(program.wait(), 0);
+  std::istringstream shown(program.shown().substr(program.shown().find("kestrelctl: warning:")));
+  std::string line;
+  std::getline(shown, line);
+  EXPECT_EQ(line, "kestrelctl: warning: 1 machine is missing here: 1 with an unreadable\r");
+  std::getline(shown, line);
+  EXPECT_EQ(line, "  UUID; --log-level warning names those with a bad UUID\r");
+}
+
 TEST_F(ScanAccounting, ManagerWithoutAnOwnSiteIsAWarningBesideTheError) {
   manager.answerOnce("GET", "/service/sites", 1, {200, {}, R"({"sites":[]})"});
 
@@ -211,6 +225,18 @@ TEST_F(ScanProgressOption, JsonLinesEndWithALastOneAfterAFailureToo) {
 
   EXPECT_EQ(run.status, 8);
   EXPECT_THAT(run.talk, AllOf(StartsWith("{"), HasSubstr("\"secondsLeft\":null}\nkestrelctl: ")));
+}
+
+TEST_F(ScanProgressOption, JsonLinesDoNotMixWithTheLog) {
+  const Arguments both{"--progress", "jsonl", "--log-level", "info"};
+  Arguments apart = both;
+  apart.insert(apart.end(), {"--log-file", folder.file("log")});
+
+  const Finished mixed(command({"scan"}, both));
+
+  EXPECT_EQ(mixed.status, 2);
+  EXPECT_THAT(mixed.talk, HasSubstr("--log-file FILE puts the log elsewhere"));
+  EXPECT_EQ(Finished(command({"scan"}, apart)).status, 0);
 }
 
 TEST_F(ScanProgressOption, OtherWordsAreWrongUsage) {
