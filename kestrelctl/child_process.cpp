@@ -2,6 +2,7 @@
 
 #include "kestrelctl/ending_signals.h"
 #include "kestrelctl/failure.h"
+#include "kestrelctl/system_error.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -12,15 +13,12 @@
 
 #include <array>
 #include <cerrno>
-#include <system_error>
+#include <chrono>
 
 namespace kestrelvisor::ctl {
 namespace {
 
-constexpr int kGraceSeconds = 5;
-constexpr int kMillisecondsPerSecond = 1000;
-
-std::string systemError() { return std::generic_category().message(errno); }
+constexpr std::chrono::seconds kGrace(5);
 
 sigset_t endingSignals() {
   sigset_t signals;
@@ -43,9 +41,9 @@ sigset_t endingSignals() {
   _exit(kCannotExecute);
 }
 
-bool isReadableWithin(int descriptor, int seconds) {
+bool isReadableWithin(int descriptor, std::chrono::milliseconds limit) {
   pollfd entry{descriptor, POLLIN, 0};
-  return poll(&entry, 1, seconds * kMillisecondsPerSecond) == 1;
+  return poll(&entry, 1, static_cast<int>(limit.count())) == 1;
 }
 
 }  // namespace
@@ -62,16 +60,16 @@ EndingSignals::EndingSignals() {
 
 EndingSignals::~EndingSignals() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
 
-void EndingSignals::waitFor(int descriptor, int limitSeconds) const {
+bool EndingSignals::waitFor(int descriptor, const Deadline& deadline) const {
   std::array<pollfd, 2> entries{{{arrived_.get(), POLLIN, 0}, {descriptor, POLLIN, 0}}};
-  const int limit = limitSeconds < 0 ? -1 : limitSeconds * kMillisecondsPerSecond;
-  int ready = 0;
-  do {
-    ready = poll(entries.data(), entries.size(), limit);
-  } while (ready < 0 && errno == EINTR);
-  if (ready == 0) throw Failure(ExitCode::timeLimit, "a program that was started does not answer");
-  if (entries[0].revents == 0) return;
-  if (const int number = take(); number != 0) throw Interrupted{number};
+  for (;;) {
+    const int ready = poll(entries.data(), entries.size(), millisecondsUntil(deadline));
+    if (ready > 0 && entries[0].revents != 0) {
+      if (const int number = take(); number != 0) throw Interrupted{number};
+    }
+    if (ready > 0 && entries[1].revents != 0) return true;
+    if (deadline && std::chrono::steady_clock::now() >= *deadline) return false;
+  }
 }
 
 int EndingSignals::take() const {
@@ -106,7 +104,7 @@ ChildProcess::ChildProcess(const EndingSignals& signals, const std::string& prog
 
   int lifeline[2];
   if (pipe2(lifeline, O_CLOEXEC) != 0) {
-    throw Failure(ExitCode::unreachable, program + " cannot be started: " + systemError());
+    throw Failure(ExitCode::unreadableAnswer, program + " cannot be started: " + systemError());
   }
   ended_ = Descriptor(lifeline[0]);
   const Descriptor itsEnd(lifeline[1]);
@@ -114,7 +112,7 @@ ChildProcess::ChildProcess(const EndingSignals& signals, const std::string& prog
   id_ = fork();
   if (id_ == 0) becomeProgram(argv, signals.before(), output, itsEnd.get(), parent);
   if (id_ < 0) {
-    throw Failure(ExitCode::unreachable, program + " cannot be started: " + systemError());
+    throw Failure(ExitCode::unreadableAnswer, program + " cannot be started: " + systemError());
   }
 }
 
@@ -123,13 +121,13 @@ ChildProcess::~ChildProcess() {
 }
 
 int ChildProcess::wait() {
-  signals_.waitFor(ended_.get(), -1);
+  signals_.waitFor(ended_.get(), std::nullopt);
   return reap();
 }
 
 int ChildProcess::stop() {
   kill(id_, SIGTERM);
-  if (!isReadableWithin(ended_.get(), kGraceSeconds)) kill(id_, SIGKILL);
+  if (!isReadableWithin(ended_.get(), kGrace)) kill(id_, SIGKILL);
   return reap();
 }
 

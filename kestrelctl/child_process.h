@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kestrelctl/deadline.h"
 #include "kestrelctl/descriptor.h"
 #include "kestrelctl/warning.h"
 
@@ -26,9 +27,9 @@ class EndingSignals {
   EndingSignals(const EndingSignals&) = delete;
   EndingSignals& operator=(const EndingSignals&) = delete;
 
-  // Waits until a descriptor can be read. Throws Interrupted when a signal comes first, and a
-  // Failure after limitSeconds; a negative limit means none.
-  void waitFor(int descriptor, int limitSeconds) const;
+  // Waits until a descriptor can be read; false when the deadline comes first. Throws Interrupted
+  // when a signal does.
+  bool waitFor(int descriptor, const Deadline& deadline) const;
 
   // For waits of another kind: can be read when a signal has come. take returns its number, or 0
   // when none has.

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 
@@ -25,7 +26,7 @@ namespace fs = std::filesystem;
 constexpr const char* kUser = "backup";
 constexpr const char* kReadyMark = "vrmsim ready: ";
 constexpr const char* kInstalledSite = "share/kestrelvisor/sites/sample.json";
-constexpr int kStartSeconds = 30;
+constexpr std::chrono::seconds kStart(30);
 constexpr std::size_t kLongestReadyLine = 256;
 
 // Thrown when one of our own commands fails; it has told why itself.
@@ -108,9 +109,12 @@ class Simulator {
 
     std::string readReadyLine(ChildProcess& process) {
       write_.reset();  // so that its end is seen
+      const Deadline deadline = std::chrono::steady_clock::now() + kStart;
       std::string line;
       for (char c = '\0'; c != '\n' && line.size() < kLongestReadyLine; line += c) {
-        signals_.waitFor(read_.get(), kStartSeconds);
+        if (!signals_.waitFor(read_.get(), deadline)) {
+          throw Failure(ExitCode::timeLimit, "the simulator that was started does not answer");
+        }
         if (::read(read_.get(), &c, 1) != 1) break;
       }
       const std::string mark = kReadyMark;

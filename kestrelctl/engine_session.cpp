@@ -3,14 +3,16 @@
 #include "base/wipe_string.h"
 #include "engine/kestrelvisor_engine.h"
 #include "kestrelctl/certificate_file.h"
+#include "kestrelctl/environment_variable.h"
 #include "kestrelctl/standard_output_exchange.h"
 #include "kestrelctl/watch/paced_progress.h"
+#include "kestrelctl/watch/scan_warnings.h"
 #include "kestrelctl/watch/scan_watch.h"
 #include "platform/reference/configuration.h"
 #include "platform/reference/password_cipher.h"
 #include "platform/reference/url.h"
 
-#include <cstdlib>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -19,11 +21,6 @@ namespace {
 
 constexpr std::int32_t kPlainHttp = 1;
 constexpr std::int32_t kHttps = 2;
-
-bool isSet(const char* variable) {
-  const char* const text = std::getenv(variable);
-  return text != nullptr && *text != '\0';
-}
 
 // The engine wants the password encrypted; nobody outside this process needs to read it again.
 void prepareKey() {
@@ -52,10 +49,6 @@ std::string encrypted(const std::string& password) {
   return cipher;
 }
 
-void append(const std::vector<Warning>& more, std::vector<Warning>& warnings) {
-  warnings.insert(warnings.end(), more.begin(), more.end());
-}
-
 void prepareTransport(const ConnectionOptions& options) {
   if (options.strictTls) {
     setConfigurationValue("General", "CertAuthSwitch", *options.strictTls ? "1" : "0");
@@ -71,8 +64,8 @@ void prepareTransport(const ConnectionOptions& options) {
 
 }  // namespace
 
-EngineSession::EngineSession(const ConnectionOptions& options)
-    : attempt_{{}, options.manager.url(), options.user} {
+EngineSession::EngineSession(const ConnectionOptions& options, WarningSink warn)
+    : attempt_{{}, options.manager.url(), options.user}, warn_(std::move(warn)) {
   const std::string& certificate = options.certificateFile;
   path_.add_hv_address(options.manager.host);
   path_.add_port(options.manager.port);
@@ -90,33 +83,34 @@ void EngineSession::usePassword(const std::string& password) {
   path_.add_password(encrypted(password));
 }
 
-LogEvidence EngineSession::run(const std::string& what, const Operation& operation) {
+void EngineSession::tellPassedCertificate(const LogEvidence& evidence) {
+  const auto& reason = evidence.passedCertificate();
+  if (!reason || std::exchange(hasPassedCertificate_, true)) return;
+  warn_(
+      {"unverified-tls", "the manager's certificate is not trusted and was let pass: " + *reason});
+}
+
+void EngineSession::run(const std::string& what, const Operation& operation) {
   LogEvidence evidence;
-  const LogObserver observer([&](const LogRecord& record) { evidence.take(record); }, nullptr,
-                             LogEvidence::kLowestLevel);
+  const auto look = [&](const LogRecord& record) {
+    evidence.take(record);
+    tellPassedCertificate(evidence);
+  };
+  const LogObserver observer(look, nullptr, LogEvidence::kLowestLevel);
   Attempt attempt = attempt_;
   attempt.what = what;
   std::string description;
   EnvProxyResult result;
   try {
     result = operation(description);
-  } catch (const Failure&) {
-    throw;  // none of the engine's: an observer of its log has ended the operation
+  } catch (const Failure& end) {  // none of the engine's: an observer of its log has thrown it
+    throw failureOfEnd(attempt, end);
   } catch (const std::exception& error) {
     throw failureOfException(attempt, error.what());
   } catch (...) {
     throw failureOfException(attempt, "of an unknown kind");
   }
-  if (const auto& reason = evidence.passedCertificate()) {
-    warnings_.push_back({"unverified-tls",
-                         "the manager's certificate is not trusted and was let pass: " + *reason});
-  }
-  if (result.status != 0) {
-    Failure failure = failureOf(attempt, result, description, evidence);
-    failure.warnings = std::move(warnings_);
-    throw failure;
-  }
-  return evidence;
+  if (result.status != 0) throw failureOf(attempt, result, description, evidence);
 }
 
 std::string EngineSession::verify() {
@@ -132,23 +126,20 @@ Accounting EngineSession::scan(ScanEnvironmentReply& reply, std::streambuf& test
                                const ProgressSink& progress) {
   ScanWatch watch;
   PacedProgress paced(watch, progress);
+  bool lacksOwnSite = false;
   const auto follow = [&](const LogRecord& record) {
     watch.take(record);
     paced.offer();
+    if (!watch.lacksOwnSite() || std::exchange(lacksOwnSite, true)) return;
+    warn_(warningOfNoOwnSite());
   };
   const LogObserver observer(follow, nullptr, ScanWatch::kLowestLevel);
-  try {
-    run(nameOf(OperationKind::scan), [&](std::string& description) {
-      const StandardOutputExchange exchange(testerDump);
-      return KestrelVisorEngine::getKestrelVisorInstance().scanEnvironment(reply, path_,
-                                                                           description);
-    });
-  } catch (Failure& failure) {
-    append(watch.warningsOfFailure(), failure.warnings);
-    throw;
-  }
+  run(nameOf(OperationKind::scan), [&](std::string& description) {
+    const StandardOutputExchange exchange(testerDump);
+    return KestrelVisorEngine::getKestrelVisorInstance().scanEnvironment(reply, path_, description);
+  });
   paced.finish();
-  append(watch.warnings(reply), warnings_);
+  for (const Warning& warning : watch.warnings(reply)) warn_(warning);
   return watch.accounting(reply);
 }
 

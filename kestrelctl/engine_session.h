@@ -4,11 +4,11 @@
 #include "kestrelctl/log_evidence.h"
 #include "kestrelctl/operation.h"
 #include "kestrelctl/outcome.h"
+#include "kestrelctl/warning.h"
 
 #include <functional>
 #include <streambuf>
 #include <string>
-#include <vector>
 
 namespace kestrelvisor::ctl {
 
@@ -19,7 +19,10 @@ class EngineSession {
  public:
   // Prepares engine and request. Of the network only the manager's name is looked up. From here on
   // the process sends requests to this manager alone, unless the options say otherwise.
-  explicit EngineSession(const ConnectionOptions& options);
+  // warn gets what the user should know, each thing once, the moment it is known: an operation that
+  // is ended from outside has told its own by then.
+  explicit EngineSession(
+      const ConnectionOptions& options, WarningSink warn = [](const Warning&) {});
   ~EngineSession();
   EngineSession(const EngineSession&) = delete;
   EngineSession& operator=(const EngineSession&) = delete;
@@ -39,18 +42,17 @@ class EngineSession {
 
   void disableCbt(const std::string& machineUri);
 
-  // Of the operations that have come to their end; a Failure has those of its own.
-  const std::vector<Warning>& warnings() const { return warnings_; }
-
  private:
   using Operation = std::function<EnvProxyResult(std::string& description)>;
 
-  // Calls the engine and collects what its log tells.
-  LogEvidence run(const std::string& what, const Operation& operation);
+  // Calls the engine and looks at what its log tells.
+  void run(const std::string& what, const Operation& operation);
+  void tellPassedCertificate(const LogEvidence& evidence);
 
   EnvironmentPath path_;
   Attempt attempt_;
-  std::vector<Warning> warnings_;
+  WarningSink warn_;
+  bool hasPassedCertificate_ = false;  // and has told so
 };
 
 }  // namespace kestrelvisor::ctl

@@ -18,7 +18,10 @@ std::string question(const ConnectionOptions& connection) {
 void givePassword(const ConnectionOptions& connection, Supervision& supervision) {
   std::string password;
   const WipeOnExit wipe(password);
-  supervision.warn(fetchPassword(connection.password, question(connection), password));
+  const FetchedPassword fetched =
+      fetchPassword(connection.password, question(connection), supervision.deadline(), password);
+  supervision.warn(fetched.warnings);
+  supervision.postpone(fetched.typing);
   supervision.give(password);
 }
 

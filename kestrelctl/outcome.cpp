@@ -143,4 +143,10 @@ Failure failureOfException(const Attempt& attempt, const std::string& what) {
   return failure;
 }
 
+Failure failureOfEnd(const Attempt& attempt, const Failure& end) {
+  Failure failure(end.exitCode, attempt.what + " failed: " + end.what());
+  failure.facts.push_back({"manager", attempt.managerUrl + " as " + attempt.user});
+  return failure;
+}
+
 }  // namespace kestrelvisor::ctl

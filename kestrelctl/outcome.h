@@ -25,4 +25,7 @@ Failure failureOf(const Attempt& attempt, const EnvProxyResult& result,
 // Likewise for an exception that left the engine.
 Failure failureOfException(const Attempt& attempt, const std::string& what);
 
+// Likewise for an operation that was ended on our side.
+Failure failureOfEnd(const Attempt& attempt, const Failure& end);
+
 }  // namespace kestrelvisor::ctl

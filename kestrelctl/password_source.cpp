@@ -1,24 +1,27 @@
 #include "kestrelctl/password_source.h"
 
 #include "base/wipe_string.h"
+#include "kestrelctl/child_process.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/password_command.h"
+#include "kestrelctl/system_error.h"
 #include "kestrelctl/terminal_prompt.h"
 #include "platform/reference/small_file.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
-#include <system_error>
 
 namespace kestrelvisor::ctl {
 namespace {
 
 constexpr std::size_t kLongestPassword = 4096;
+constexpr std::chrono::seconds kLongestCommand(60);
 constexpr const char* kVariable = "KESTRELVISOR_PASSWORD";
 
 std::string problemOfPasswordFile(const struct stat& status) {
@@ -37,24 +40,37 @@ void readFromFile(const std::string& path, std::string& password) {
   }
 }
 
-void readFromStandardInput(std::string& password) {
+Failure nothingCame() {
+  Failure failure(ExitCode::timeLimit, "--password-stdin: the password did not come in time");
+  failure.hint = "give it more time with --timeout; whoever writes it must close the pipe";
+  return failure;
+}
+
+void readFromStandardInput(const Deadline& deadline, std::string& password) {
   if (isatty(STDIN_FILENO) == 1) {
     throw wrongUsage("--password-stdin: standard input is a terminal",
                      "without this option you are asked, and what you type is hidden");
   }
   // Sized once, so that no copy of the secret stays in the heap.
   password.resize(kLongestPassword + 1);
+  const EndingSignals signals;
   std::size_t filled = 0;
-  ssize_t count = 0;
-  do {
+  for (ssize_t count = 1; count != 0 && filled < password.size();) {
+    if (!signals.waitFor(STDIN_FILENO, deadline)) throw nothingCame();
     count = ::read(STDIN_FILENO, password.data() + filled, password.size() - filled);
     if (count > 0) filled += static_cast<std::size_t>(count);
-  } while (count > 0 || (count < 0 && errno == EINTR));
-  if (count < 0) {
-    throw wrongUsage("--password-stdin: " + std::generic_category().message(errno));
+    if (count < 0 && errno != EINTR && errno != EAGAIN) {
+      throw wrongUsage("--password-stdin: " + systemError());
+    }
   }
   if (filled > kLongestPassword) throw wrongUsage("--password-stdin: the password is too long");
   password.resize(filled);
+}
+
+// A command has this long, or until the deadline when that comes first.
+Deadline deadlineOfCommand(const Deadline& deadline) {
+  const auto own = std::chrono::steady_clock::now() + kLongestCommand;
+  return deadline ? std::min(*deadline, own) : own;
 }
 
 bool takeFromEnvironment(std::string& password) {
@@ -70,6 +86,16 @@ bool takeFromEnvironment(std::string& password) {
 Warning warningOfEnvironment() {
   return {"password-in-environment",
           std::string("the password in ") + kVariable + " can be read by others"};
+}
+
+// Returns how long it took.
+std::chrono::steady_clock::duration ask(const std::string& question, std::string& password) {
+  const auto start = std::chrono::steady_clock::now();
+  if (!askWithoutEcho(question, password)) {
+    throw wrongUsage("no password: there is no terminal to ask on",
+                     "use --password-file, --password-command or --password-stdin");
+  }
+  return std::chrono::steady_clock::now() - start;
 }
 
 void dropClosingLineEnd(std::string& password) {
@@ -88,30 +114,29 @@ void refuseUnusable(const std::string& password) {
 
 }  // namespace
 
-std::vector<Warning> fetchPassword(const PasswordSource& source, const std::string& question,
-                                   std::string& password) {
+FetchedPassword fetchPassword(const PasswordSource& source, const std::string& question,
+                              const Deadline& deadline, std::string& password) {
   wipeString(password);
   // Taken out in any case: programs that we start have no use for it.
   std::string fromEnvironment;
   const WipeOnExit wipe(fromEnvironment);
   const bool isInEnvironment = takeFromEnvironment(fromEnvironment);
-  std::vector<Warning> warnings;
+  FetchedPassword fetched;
   if (!source.file.empty()) {
     readFromFile(source.file, password);
   } else if (source.standardInput) {
-    readFromStandardInput(password);
+    readFromStandardInput(deadline, password);
   } else if (!source.command.empty()) {
-    readFromCommand(source.command, kLongestPassword, kPasswordCommandSeconds, password);
+    readFromCommand(source.command, kLongestPassword, deadlineOfCommand(deadline), password);
   } else if (isInEnvironment) {
     password.swap(fromEnvironment);
-    warnings.push_back(warningOfEnvironment());
-  } else if (!askWithoutEcho(question, password)) {
-    throw wrongUsage("no password: there is no terminal to ask on",
-                     "use --password-file, --password-command or --password-stdin");
+    fetched.warnings.push_back(warningOfEnvironment());
+  } else {
+    fetched.typing = ask(question, password);
   }
   dropClosingLineEnd(password);
   refuseUnusable(password);
-  return warnings;
+  return fetched;
 }
 
 }  // namespace kestrelvisor::ctl

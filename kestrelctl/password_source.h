@@ -1,7 +1,9 @@
 #pragma once
 
+#include "kestrelctl/deadline.h"
 #include "kestrelctl/warning.h"
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -15,12 +17,18 @@ struct PasswordSource {
   std::string command;  // for /bin/sh, which prints it
 };
 
+struct FetchedPassword {
+  std::vector<Warning> warnings;                  // what speaks against the source
+  std::chrono::steady_clock::duration typing{0};  // how long a person was asked
+};
+
 // Fetches the password; the caller wipes it. A line end that closes it does not belong to it. The
-// environment variable is overwritten and removed. question is what the terminal shows. Returns
-// what speaks against the source.
+// environment variable is overwritten and removed. question is what the terminal shows. Whoever
+// types has no deadline.
 //
-// Throws a Failure that says what is wrong with the source, never with a part of the password.
-std::vector<Warning> fetchPassword(const PasswordSource& source, const std::string& question,
-                                   std::string& password);
+// Throws a Failure that says what is wrong with the source, never with a part of the password, and
+// Interrupted when a signal comes before the password.
+FetchedPassword fetchPassword(const PasswordSource& source, const std::string& question,
+                              const Deadline& deadline, std::string& password);
 
 }  // namespace kestrelvisor::ctl

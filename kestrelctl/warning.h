@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace kestrelvisor::ctl {
@@ -9,5 +10,8 @@ struct Warning {
   std::string kind;  // for programs: a few words of small letters, joined by "-"
   std::string text;  // for people: a sentence without its full stop
 };
+
+// Takes warnings, each as soon as it is known.
+using WarningSink = std::function<void(const Warning&)>;
 
 }  // namespace kestrelvisor::ctl

@@ -63,7 +63,7 @@ ExitCode EncryptPasswordCommand::run() {
   checkKey();
   std::string password;
   const WipeOnExit wipe(password);
-  warnOf(fetchPassword(password_, "Password to encrypt: ", password));
+  warnOf(fetchPassword(password_, "Password to encrypt: ", std::nullopt, password).warnings);
   if (!newKeyFile_.empty()) makeKey(newKeyFile_);
   std::string cipher;
   std::string problem;

@@ -10,7 +10,8 @@
 namespace kestrelvisor::ctl {
 
 // Hands a watch's counts on, ten times a second at the most: they cost more to make than a record
-// of the log does. A new phase is told at once: its first request may be one that is never answered.
+// of the log does. A new phase is told at once: its first request may be one that is never
+// answered.
 class PacedProgress {
  public:
   PacedProgress(const ScanWatch& watch, ProgressSink sink,

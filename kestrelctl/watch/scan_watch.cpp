@@ -13,10 +13,6 @@ namespace {
 // Stands between an answer and the line that tells what it was for.
 constexpr std::string_view kParser = "KestrelVisor_rest_api::getJSonObjFromJsonStr()";
 
-bool startsWith(std::string_view text, std::string_view start) {
-  return text.substr(0, start.size()) == start;
-}
-
 std::uint64_t rounded(double number) {
   return static_cast<std::uint64_t>(std::llround(std::max(number, 0.0)));
 }
@@ -59,7 +55,7 @@ void ScanWatch::read(const LogRecord& record) {
   settleAnswer();
   if (const auto answer = answerIn(record.text)) return takeAnswer(*answer);
   for (const Line& line : kLines) {
-    if (record.function != line.function || !startsWith(record.text, line.start)) continue;
+    if (record.function != line.function || !record.text.starts_with(line.start)) continue;
     return (this->*line.take)(std::string_view(record.text).substr(line.start.size()));
   }
 }
@@ -172,14 +168,8 @@ Accounting ScanWatch::accounting(const ScanEnvironmentReply& reply) const {
   return machines_.account(reply, plan_.counted());
 }
 
-std::vector<Warning> ScanWatch::warningsOfFailure() const {
-  std::vector<Warning> warnings;
-  if (hasOwnSite_ == false) warnings.push_back(warningOfNoOwnSite());
-  return warnings;
-}
-
 std::vector<Warning> ScanWatch::warnings(const ScanEnvironmentReply& reply) const {
-  std::vector<Warning> warnings = warningsOfFailure();
+  std::vector<Warning> warnings;
   addGuestWarning(machines_.unknownSystems(reply), warnings);
   addMachineWarnings(accounting(reply), warnings);
   addRepetitionWarning(reply, warnings);

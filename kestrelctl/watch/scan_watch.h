@@ -29,11 +29,12 @@ class ScanWatch {
   // The phase alone: it takes no time worth speaking of, where the counts look at every place.
   ScanPhase phase() const;
 
+  // Whether the manager calls none of its sites its own. Once true it stays so.
+  bool lacksOwnSite() const { return hasOwnSite_ == false; }
+
   // Of a scan that worked, with its reply.
   Accounting accounting(const ScanEnvironmentReply& reply) const;
   std::vector<Warning> warnings(const ScanEnvironmentReply& reply) const;
-  // Of a scan that did not.
-  std::vector<Warning> warningsOfFailure() const;
 
  private:
   void read(const LogRecord& record);

@@ -54,25 +54,6 @@ ConnectionOptions connectionOf(const wire::Job::Connection& wired) {
   return connection;
 }
 
-// Into a Done or a Failed.
-template <class Outcome>
-void addWarnings(Outcome& outcome, const std::vector<Warning>& warnings) {
-  for (const Warning& warning : warnings) {
-    wire::Warning& added = *outcome.add_warnings();
-    added.set_kind(warning.kind);
-    added.set_text(warning.text);
-  }
-}
-
-template <class Outcome>
-std::vector<Warning> warningsOf(const Outcome& outcome) {
-  std::vector<Warning> warnings;
-  for (const wire::Warning& warning : outcome.warnings()) {
-    warnings.push_back({warning.kind(), warning.text()});
-  }
-  return warnings;
-}
-
 void fill(wire::Accounting& wired, const Accounting& accounting) {
   wired.set_counted(accounting.counted);
   wired.set_recorded(accounting.recorded);
@@ -140,6 +121,19 @@ wire::Event sessionsEvent(std::uint64_t open) {
   return event;
 }
 
+wire::Event changeEvent(bool outcomeUnknown) {
+  wire::Event event;
+  event.mutable_change()->set_outcome_unknown(outcomeUnknown);
+  return event;
+}
+
+wire::Event eventOf(const Warning& warning) {
+  wire::Event event;
+  event.mutable_warning()->set_kind(warning.kind);
+  event.mutable_warning()->set_text(warning.text);
+  return event;
+}
+
 wire::Event progressEvent(const ScanCounts& counts) {
   wire::Event event;
   wire::Progress& progress = *event.mutable_progress();
@@ -167,17 +161,17 @@ ScanCounts countsOf(const wire::Progress& progress) {
   return counts;
 }
 
-wire::Event eventOf(const OperationResult& result) {
+wire::Event eventOf(const OperationResult& result, std::size_t largestFrame) {
   wire::Event event;
   wire::Done& done = *event.mutable_done();
   done.set_guid(result.guid);
-  if (!result.reply.SerializeToString(done.mutable_reply())) {
-    throw Failure(ExitCode::partial, "the reply is too large to be handed over");
-  }
+  const bool isWhole = result.reply.SerializeToString(done.mutable_reply());
   done.set_tester_dump(result.testerDump);
   if (result.accounting) fill(*done.mutable_accounting(), *result.accounting);
-  addWarnings(done, result.warnings);
-  return event;
+  if (isWhole && event.ByteSizeLong() <= largestFrame) return event;
+  Failure failure(ExitCode::unreadableAnswer, "the result is larger than 2 GiB");
+  failure.hint = "it can be had without --tester-dump, if the dump makes it so large";
+  throw failure;
 }
 
 wire::Event eventOf(const Failure& failure) {
@@ -195,7 +189,6 @@ wire::Event eventOf(const Failure& failure) {
   if (failure.detailId) failed.set_detail_id(*failure.detailId);
   failed.set_manager_code(failure.managerCode);
   failed.set_text(failure.text);
-  addWarnings(failed, failure.warnings);
   return event;
 }
 
@@ -205,9 +198,10 @@ OperationResult resultOf(const wire::Done& done) {
   if (!result.reply.ParseFromString(done.reply())) throw BrokenChannel("no reply can be read");
   result.testerDump = done.tester_dump();
   if (done.has_accounting()) result.accounting = accountingOf(done.accounting());
-  result.warnings = warningsOf(done);
   return result;
 }
+
+Warning warningOf(const wire::Warning& warning) { return {warning.kind(), warning.text()}; }
 
 Failure failureOf(const wire::Failed& failed) {
   Failure failure(exitCodeOf(failed.exit_code()), failed.what());
@@ -219,7 +213,6 @@ Failure failureOf(const wire::Failed& failed) {
   if (failed.has_detail_id()) failure.detailId = failed.detail_id();
   failure.managerCode = failed.manager_code();
   failure.text = failed.text();
-  failure.warnings = warningsOf(failed);
   return failure;
 }
 

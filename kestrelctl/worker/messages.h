@@ -5,6 +5,7 @@
 #include "kestrelctl/worker/channel.h"
 #include "kestrelctl/worker/worker.pb.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -18,15 +19,20 @@ OperationRequest requestOf(const wire::Job& job);
 
 wire::Event readyEvent();
 wire::Event sessionsEvent(std::uint64_t open);
+wire::Event changeEvent(bool outcomeUnknown);
 wire::Event progressEvent(const ScanCounts& counts);
-// Throws a Failure when the result is too large to be handed over.
-wire::Event eventOf(const OperationResult& result);
+wire::Event eventOf(const Warning& warning);
+// Without the warnings, which travel for themselves. Throws a Failure when the result is larger
+// than a frame may be.
+wire::Event eventOf(const OperationResult& result,
+                    std::size_t largestFrame = Channel::kLargestFrame);
 wire::Event eventOf(const Failure& failure);
 
 // Throws BrokenChannel for a phase that nobody knows.
 ScanCounts countsOf(const wire::Progress& progress);
 // Throws BrokenChannel when the reply in it cannot be read.
 OperationResult resultOf(const wire::Done& done);
+Warning warningOf(const wire::Warning& warning);
 Failure failureOf(const wire::Failed& failed);
 
 // Throws BrokenChannel.

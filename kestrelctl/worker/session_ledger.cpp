@@ -1,8 +1,7 @@
 #include "kestrelctl/worker/session_ledger.h"
 
+#include "kestrelctl/worker/failed_transfer.h"
 #include "platform/reference/platform_tag.h"
-
-#include <curl/curl.h>
 
 #include <algorithm>
 #include <array>
@@ -20,20 +19,6 @@ constexpr std::array<std::string_view, 5> kWithinRequest{
     "getResponse()", "sendMassage()", "processPerformNotOK()", "processReponseCodeNOK()",
     "getLoginErrorCode()"};
 
-// Transfers that end before the request is on the wire.
-constexpr std::array<CURLcode, 9> kNeverSent{
-    CURLE_UNSUPPORTED_PROTOCOL,     CURLE_URL_MALFORMAT,      CURLE_COULDNT_RESOLVE_PROXY,
-    CURLE_COULDNT_RESOLVE_HOST,     CURLE_COULDNT_CONNECT,    CURLE_SSL_CONNECT_ERROR,
-    CURLE_PEER_FAILED_VERIFICATION, CURLE_SSL_CACERT_BADFILE, CURLE_ABORTED_BY_CALLBACK};
-
-bool startsWith(std::string_view text, std::string_view start) {
-  return text.substr(0, start.size()) == start;
-}
-
-bool endsWith(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
-
 // What stands behind the first occurrence of a mark; empty without it.
 std::string_view behind(std::string_view text, std::string_view mark) {
   const std::size_t found = text.find(mark);
@@ -42,7 +27,7 @@ std::string_view behind(std::string_view text, std::string_view mark) {
 
 // A function's name without the class of the engine's client.
 std::string_view shortName(std::string_view function) {
-  return startsWith(function, kClass) ? function.substr(kClass.size()) : function;
+  return function.starts_with(kClass) ? function.substr(kClass.size()) : function;
 }
 
 bool isWithinRequest(const LogRecord& record, std::string_view function) {
@@ -50,16 +35,9 @@ bool isWithinRequest(const LogRecord& record, std::string_view function) {
   return found != kWithinRequest.end() || record.tag == kPlatformTag;
 }
 
-// Reads "Invoke sendMassage failed, error code is 2002(Recv failure.)".
-bool mayHaveArrived(std::string_view text) {
-  const std::string_view words = behind(text, "(");
-  return std::none_of(kNeverSent.begin(), kNeverSent.end(),
-                      [&](CURLcode code) { return startsWith(words, curl_easy_strerror(code)); });
-}
-
 // After most queries that fail the engine ends the session; after these it keeps it.
 bool keepsSession(std::string_view url) {
-  return url.find("/datastores?") != std::string_view::npos || endsWith(url, "/action/CBTbackup");
+  return url.find("/datastores?") != std::string_view::npos || url.ends_with("/action/CBTbackup");
 }
 
 }  // namespace
@@ -72,7 +50,7 @@ void SessionLedger::take(const LogRecord& record) {
   if (loggingOut_ && !failedRequest && !isWithinRequest(record, function)) endLogout(true);
 
   if (function == "getTokenFromMap()") {
-    cached_ = !startsWith(text, "get token from map failed");
+    cached_ = !text.starts_with("get token from map failed");
   } else if (function == "IsKestrelVisorCertTokenValid()") {
     cached_ = true;
     replaced_ = false;  // another query: one that is repeated finds nothing in the cache
@@ -94,9 +72,9 @@ void SessionLedger::take(const LogRecord& record) {
 }
 
 void SessionLedger::takeSessionLine(std::string_view text) {
-  if (startsWith(text, "send request to KestrelVisor")) {
+  if (text.starts_with("send request to KestrelVisor")) {
     beginLogin();
-  } else if (startsWith(text, "Success to Login")) {
+  } else if (text.starts_with("Success to Login")) {
     ++known_;
     unknown_ += brokenOff_;  // the first attempt, when the second has worked
     loggingIn_ = false;
@@ -116,7 +94,7 @@ void SessionLedger::beginLogin() {
 void SessionLedger::takeLoginLine(std::string_view text) {
   unknown_ += brokenOff_;
   // The manager has said yes, but the role or the token was missing.
-  if (startsWith(text, "Login failed") && !refused_) ++unknown_;
+  if (text.starts_with("Login failed") && !refused_) ++unknown_;
   loggingIn_ = false;
 }
 
@@ -133,9 +111,9 @@ void SessionLedger::takeRefusal(std::string_view text) {
 // A request other than a login, by its last line.
 void SessionLedger::takeFailedRequest(std::string_view text) {
   url_ = behind(text, "url=");
-  const bool refused = startsWith(text, "Get response failed");
+  const bool refused = text.starts_with("Get response failed");
   const bool isGone = refused && code_ == kSessionGone;
-  if (endsWith(url_, kSessionPath)) {
+  if (url_.ends_with(kSessionPath)) {
     brokenOff_ = 0;
     refused_ = false;
     endLogout(isGone);
@@ -155,9 +133,9 @@ void SessionLedger::takeFailedQuery() {
 }
 
 void SessionLedger::takeExitLine(std::string_view text) {
-  if (startsWith(text, "Enter vrmip")) {
+  if (text.starts_with("Enter vrmip")) {
     beginLogout();
-  } else if (startsWith(text, "Exit vrm")) {
+  } else if (text.starts_with("Exit vrm")) {
     endLogout(true);
   }
 }

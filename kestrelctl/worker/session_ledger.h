@@ -18,8 +18,9 @@ class SessionLedger {
   void take(const LogRecord& record);
 
   std::size_t open() const { return known_ + unknown_ + (loggingIn_ ? 1 : 0); }
-  // Whether the request that is on its way ends a session, as far as the log tells.
-  bool isLoggingOut() const { return loggingOut_; }
+  // Whether the request that is on its way ends a session, as far as the log tells. Not where a
+  // login comes right behind it: no line tells the one from the other, and the login may hang.
+  bool isLoggingOut() const { return loggingOut_ && !loggingIn_; }
 
  private:
   void takeSessionLine(std::string_view text);

@@ -43,6 +43,7 @@ std::string describedEnd(int status) {
 }  // namespace
 
 void Supervision::waitUntilReady() {
+  if (request_.timeLimit) deadline_ = Clock::now() + *request_.timeLimit;
   {
     const EndingSignals signals;
     worker_.emplace(workerEnvironment(request_.connection.useEnvironment), signals.before());
@@ -53,6 +54,10 @@ void Supervision::waitUntilReady() {
     watch(signals, true);
   }
   if (status_) throwEnd();
+}
+
+void Supervision::postpone(std::chrono::steady_clock::duration time) {
+  if (deadline_) *deadline_ += time;
 }
 
 void Supervision::give(const std::string& password) {
@@ -77,26 +82,25 @@ OperationResult Supervision::waitForResult() {
 }
 
 void Supervision::watch(const EndingSignals& signals, bool untilReady) {
-  if (left_) deadline_ = Clock::now() + *left_;
   bool speaks = true;
   while (speaks && (ending_ || !(untilReady && ready_))) {
     std::array<pollfd, 2> entries{
         {{worker_->channel().descriptor(), POLLIN, 0}, {signals.descriptor(), POLLIN, 0}}};
-    poll(entries.data(), entries.size(), millisecondsToWait(Clock::now()));
+    poll(entries.data(), entries.size(), millisecondsUntil(nextMoment()));
     if (entries[1].revents != 0) takeSignal(signals.take());
     if (entries[0].revents != 0) speaks = takeEvents();
     takeTime(Clock::now());
   }
-  if (left_) left_ = *deadline_ - Clock::now();
   if (speaks) return;
   worker_->signal(SIGKILL);  // one that only says no more; a process that has ended stays as it is
   status_ = worker_->reap();
 }
 
-int Supervision::millisecondsToWait(Clock::time_point now) const {
-  if (killed_) return -1;
-  std::optional<Clock::time_point> next;
-  const auto consider = [&](const std::optional<Clock::time_point>& moment) {
+// When there is something to do although nobody says anything.
+Deadline Supervision::nextMoment() const {
+  if (killed_) return std::nullopt;
+  Deadline next;
+  const auto consider = [&](const Deadline& moment) {
     if (moment && (!next || *moment < *next)) next = moment;
   };
   if (!ending_ && !hasOutcome()) consider(deadline_);
@@ -104,10 +108,7 @@ int Supervision::millisecondsToWait(Clock::time_point now) const {
   if (!ending_ && !hasOutcome()) consider(nextCounts_);
   if (ending_) consider(ending_->kill);
   if (ending_ && !hasOutcome()) consider(ending_->nextSignal);
-  if (!next) return -1;
-  constexpr milliseconds kLongest = std::chrono::hours(1);
-  const auto wait = std::chrono::ceil<milliseconds>(*next - now);
-  return static_cast<int>(std::clamp(wait, milliseconds(0), kLongest).count());
+  return next;
 }
 
 bool Supervision::takeEvents() {
@@ -133,7 +134,12 @@ void Supervision::takeEvent(const wire::Event& event) {
       break;
     case wire::Event::kSessions:
       sessions_ = event.sessions().open();
-      hadSession_ = hadSession_ || sessions_ > 0;
+      break;
+    case wire::Event::kWarning:
+      warnings_.push_back(warningOf(event.warning()));
+      break;
+    case wire::Event::kChange:
+      outcomeUnknown_ = event.change().outcome_unknown();
       break;
     case wire::Event::kProgress:
       counts_ = countsOf(event.progress());
@@ -153,8 +159,8 @@ void Supervision::takeEvent(const wire::Event& event) {
   if (deadline_) patience_ = std::min(*patience_, *deadline_);
 }
 
-// The first asks for an orderly end. Who presses Ctrl-C once more has waited long enough; the system
-// itself may send the others twice, to a process and to its group.
+// The first asks for an orderly end. Who presses Ctrl-C once more has waited long enough; the
+// system itself may send the others twice, to a process and to its group.
 void Supervision::takeSignal(int number) {
   if (number == 0) return;
   if (!ending_) return beginEnding(number);
@@ -213,6 +219,14 @@ Failure Supervision::timeLimitFailure() const {
 }
 
 Failure Supervision::deathFailure() const {
+  if (!unreadable_ && WIFEXITED(*status_) && WEXITSTATUS(*status_) == kCannotExecute) {
+    Failure failure =
+        ownFailure(ExitCode::unreadableAnswer, "the process of the engine could not be started");
+    failure.hint =
+        "kestrelctl starts itself again by /proc/self/exe: /proc must be mounted, and its "
+        "program be the one that runs";
+    return failure;
+  }
   Failure failure = ownFailure(ExitCode::unreadableAnswer,
                                "the process of the engine ended before the operation did");
   const std::string end = unreadable_ ? "said what cannot be read" : describedEnd(*status_);
@@ -233,18 +247,15 @@ Failure Supervision::ownFailure(ExitCode code, const std::string& why) const {
 
 void Supervision::addOwnWarnings(std::vector<Warning>& warnings) const {
   warnings.insert(warnings.begin(), warnings_.begin(), warnings_.end());
-  const bool unknown = (ending_ || !hasOutcome()) && hadSession_;
-  if (unknown && request_.kind == OperationKind::disableCbt) {
+  if (outcomeUnknown_) {
     warnings.push_back({"outcome-unknown",
                         "the manager may have switched changed-block tracking off all the same"});
   }
   if (sessions_ == 0) return;
-  const bool one = sessions_ == 1;
-  warnings.push_back(
-      {"sessions-left-open", counted(sessions_, "session") + " may still be open at " +
-                                 request_.connection.manager.url() + "; the manager ends " +
-                                 (one ? "it by itself when its" : "them by themselves when their") +
-                                 " time is over"});
+  warnings.push_back({"sessions-left-open",
+                      counted(sessions_, "session") + " may still be open at " +
+                          request_.connection.manager.url() + "; the manager closes " +
+                          (sessions_ == 1 ? "it when it expires" : "them when they expire")});
 }
 
 }  // namespace kestrelvisor::ctl

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kestrelctl/child_process.h"
+#include "kestrelctl/deadline.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/operation.h"
 #include "kestrelctl/warning.h"
@@ -17,16 +18,19 @@ namespace kestrelvisor::ctl {
 
 // One operation in a process of its own, from its start to its end. In this order: waitUntilReady,
 // give, waitForResult. Each throws the Failure with which the operation ends, or Interrupted; the
-// worker has ended then. The time limit counts while one of the two waits.
+// worker has ended then. The time limit counts from the first of them on.
 class Supervision {
  public:
   // Both must outlive it. progress gets the latest counts of a scan, some times a second even where
   // nothing is new.
   Supervision(const OperationRequest& request, const ProgressSink& progress)
-      : request_(request), progress_(progress), left_(request.timeLimit) {}
+      : request_(request), progress_(progress) {}
 
   // Until the worker has found everything usable but the password.
   void waitUntilReady();
+  // When the time limit will have passed; nothing when there is none. A person takes none of it.
+  const Deadline& deadline() const { return deadline_; }
+  void postpone(std::chrono::steady_clock::duration time);
   void give(const std::string& password);
   // Warnings that come with the operation's end, whatever that is.
   void warn(const std::vector<Warning>& warnings);
@@ -44,7 +48,7 @@ class Supervision {
 
   // Watches the worker until it has ended, or is ready when that is enough.
   void watch(const EndingSignals& signals, bool untilReady);
-  int millisecondsToWait(Clock::time_point now) const;
+  Deadline nextMoment() const;
   // False when the worker says no more.
   bool takeEvents();
   void takeEvent(const wire::Event& event);
@@ -74,12 +78,11 @@ class Supervision {
   std::optional<Failure> failure_;
   std::vector<Warning> warnings_;
   std::uint64_t sessions_ = 0;
-  bool hadSession_ = false;
+  bool outcomeUnknown_ = false;  // of a change at the manager
 
   std::optional<ScanCounts> counts_;             // the latest
   std::optional<Clock::time_point> nextCounts_;  // when they are told again
-  std::optional<Clock::duration> left_;          // of the time limit; nothing: there is none
-  std::optional<Clock::time_point> deadline_;
+  Deadline deadline_;
   std::optional<Clock::time_point> patience_;  // with a worker that has told its outcome
   std::optional<Ending> ending_;
 };

@@ -4,6 +4,7 @@
 #include "kestrelctl/engine_session.h"
 #include "kestrelctl/libraries.h"
 #include "kestrelctl/standard_output_exchange.h"
+#include "kestrelctl/worker/change_ledger.h"
 #include "kestrelctl/worker/messages.h"
 #include "kestrelctl/worker/orderly_end.h"
 #include "kestrelctl/worker/session_ledger.h"
@@ -78,6 +79,28 @@ LogWatch& watchLog(Channel& channel) {
   return *watch;
 }
 
+// Sees what the engine logs while it makes a change at the manager.
+class ChangeWatch {
+ public:
+  explicit ChangeWatch(Channel& channel)
+      : channel_(channel),
+        observer_([this](const LogRecord& record) { take(record); }, nullptr,
+                  ChangeLedger::kLowestLevel) {}
+
+ private:
+  void take(const LogRecord& record) {
+    ledger_.take(record);
+    if (ledger_.isOutcomeUnknown() == told_) return;
+    told_ = ledger_.isOutcomeUnknown();
+    sendMessage(channel_, changeEvent(told_));
+  }
+
+  Channel& channel_;
+  ChangeLedger ledger_;
+  bool told_ = false;
+  LogObserver observer_;  // last: it uses the others
+};
+
 void prepareLog(const LogSettings& settings) {
   LogOptions options;
   options.file = settings.file;
@@ -113,6 +136,11 @@ void scan(Channel& channel, EngineSession& session, bool keepsDump, OperationRes
   result.testerDump = kept.str();
 }
 
+void disableCbt(Channel& channel, EngineSession& session, const std::string& machineUri) {
+  const ChangeWatch watch(channel);
+  session.disableCbt(machineUri);
+}
+
 OperationResult operate(Channel& channel, EngineSession& session, const OperationRequest& request) {
   const OrderlyEnd orderly;
   OperationResult result;
@@ -124,10 +152,9 @@ OperationResult operate(Channel& channel, EngineSession& session, const Operatio
       scan(channel, session, request.keepsTesterDump, result);
       break;
     case OperationKind::disableCbt:
-      session.disableCbt(request.machineUri);
+      disableCbt(channel, session, request.machineUri);
       break;
   }
-  result.warnings = session.warnings();
   return result;
 }
 
@@ -136,7 +163,8 @@ std::optional<wire::Event> work(Channel& channel, const OperationRequest& reques
   try {
     prepareLibraries(request.connection.useEnvironment);
     prepareLog(request.log);
-    EngineSession session(request.connection);
+    const auto warn = [&](const Warning& warning) { sendMessage(channel, eventOf(warning)); };
+    EngineSession session(request.connection, warn);
     sendMessage(channel, readyEvent());
     if (!receivePassword(channel, session)) return std::nullopt;
     watchLog(channel);

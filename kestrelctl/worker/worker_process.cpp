@@ -2,6 +2,7 @@
 
 #include "kestrelctl/child_process.h"
 #include "kestrelctl/failure.h"
+#include "kestrelctl/system_error.h"
 #include "kestrelctl/worker/worker.h"
 
 #include <fcntl.h>
@@ -10,9 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
-#include <system_error>
 #include <utility>
 
 namespace kestrelvisor::ctl {
@@ -66,9 +65,9 @@ void keepChannelAlone(const Start& start) {
 
 // Between fork and exec: only calls that are safe there.
 [[noreturn]] void becomeWorker(const Start& start) {
-  prepareChild(start.parent, SIGKILL, *start.mask);
   // A terminal sends these to both of us; what follows from them is decided on the other side.
   for (const int number : {SIGINT, SIGQUIT, SIGHUP}) ::signal(number, SIG_IGN);
+  prepareChild(start.parent, SIGKILL, *start.mask);
   keepChannelAlone(start);
   limit(RLIMIT_CORE, kLargestCore);
   limit(RLIMIT_NOFILE, kMostDescriptors);
@@ -78,8 +77,8 @@ void keepChannelAlone(const Start& start) {
 }
 
 Failure cannotStart() {
-  return Failure(ExitCode::unreadableAnswer, "no process can be started for the engine: " +
-                                                 std::generic_category().message(errno));
+  return Failure(ExitCode::unreadableAnswer,
+                 "no process can be started for the engine: " + systemError());
 }
 
 }  // namespace

@@ -209,7 +209,6 @@ TEST(WorkerMessages, CarryAResult) {
                                  .unreadableUuid = 5,
                                  .unreadData = 6,
                                  .vanished = 7};
-  result.warnings = {{"kind", "text"}};
 
   const OperationResult read = resultOf(eventOf(result).done());
 
@@ -225,9 +224,32 @@ TEST(WorkerMessages, CarryAResult) {
   EXPECT_EQ(read.accounting->unreadableUuid, 5U);
   EXPECT_EQ(read.accounting->unreadData, 6U);
   EXPECT_EQ(read.accounting->vanished, 7U);
-  ASSERT_EQ(read.warnings.size(), 1U);
-  EXPECT_EQ(read.warnings[0].kind, "kind");
-  EXPECT_EQ(read.warnings[0].text, "text");
+}
+
+TEST(WorkerMessages, CarryNoResultThatIsTooLarge) {
+  OperationResult result;
+  result.testerDump = std::string(1000, 'x');
+
+  EXPECT_EQ(resultOf(eventOf(result, 1100).done()).testerDump, result.testerDump);
+  try {
+    eventOf(result, 1000);
+    FAIL() << "carried";
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.exitCode, ExitCode::unreadableAnswer);
+    EXPECT_STREQ(failure.what(), "the result is larger than 2 GiB");
+  }
+}
+
+TEST(WorkerMessages, CarryAWarning) {
+  const Warning read = warningOf(eventOf(Warning{"kind", "t\xffxt"}).warning());
+
+  EXPECT_EQ(read.kind, "kind");
+  EXPECT_EQ(read.text, "t\xffxt");
+}
+
+TEST(WorkerMessages, CarryWhetherTheOutcomeOfAChangeIsUnknown) {
+  EXPECT_TRUE(changeEvent(true).change().outcome_unknown());
+  EXPECT_FALSE(changeEvent(false).change().outcome_unknown());
 }
 
 TEST(WorkerMessages, CarryNoAccountingWhereThereIsNone) {
@@ -274,7 +296,6 @@ TEST(WorkerMessages, CarryAFailure) {
   Failure failure(ExitCode::refusedCertificate, "what");
   failure.facts = {{"label", "\xff"}};
   failure.hint = "hint";
-  failure.warnings = {{"kind", "text"}};
   failure.operationStatus = 107;
   failure.detailId = 20086;
   failure.managerCode = "10100103";
@@ -288,7 +309,6 @@ TEST(WorkerMessages, CarryAFailure) {
   EXPECT_EQ(read.facts[0].label, "label");
   EXPECT_EQ(read.facts[0].text, "\xff");
   EXPECT_EQ(read.hint, "hint");
-  ASSERT_EQ(read.warnings.size(), 1U);
   EXPECT_EQ(read.operationStatus, 107);
   EXPECT_EQ(read.detailId, 20086U);
   EXPECT_EQ(read.managerCode, "10100103");

@@ -9,6 +9,8 @@
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <chrono>
+#include <csignal>
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -18,18 +20,18 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 
 constexpr std::size_t kLongest = 4096;
-constexpr int kPlenty = 60;
+const Deadline kNone;
 
 std::string outputOf(const std::string& command) {
   std::string output;
-  readFromCommand(command, kLongest, kPlenty, output);
+  readFromCommand(command, kLongest, kNone, output);
   return output;
 }
 
-Failure failureOf(const std::string& command, int limitSeconds = kPlenty) {
+Failure failureOf(const std::string& command, const Deadline& deadline = kNone) {
   std::string output;
   try {
-    readFromCommand(command, kLongest, limitSeconds, output);
+    readFromCommand(command, kLongest, deadline, output);
   } catch (const Failure& failure) {
     return failure;
   }
@@ -66,20 +68,53 @@ class EndlessCommand : public ::testing::Test {
   }
   ~EndlessCommand() override { prctl(PR_SET_CHILD_SUBREAPER, 0); }
 
+  static Deadline now() { return std::chrono::steady_clock::now(); }
+  // Waits for all that has become our child; whether it was killed.
+  static bool wereKilled() {
+    int status = 0;
+    bool killed = true;
+    while (waitpid(-1, &status, 0) > 0) {
+      killed = killed && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+    }
+    return killed && errno == ECHILD;
+  }
+
   vrmsim::test::TemporaryFolder folder;
   const std::string pipe = folder.file("pipe");
 };
 
 TEST_F(EndlessCommand, IsEndedAfterTheLimit) {
-  const Failure failure = failureOf("read forever < " + pipe, 0);
+  const Failure failure = failureOf("read forever < " + pipe, now());
 
   EXPECT_EQ(failure.exitCode, ExitCode::timeLimit);
-  EXPECT_THAT(failure.what(), HasSubstr("--password-command: it did not end within 0 seconds"));
-  EXPECT_TRUE(waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD);
+  EXPECT_THAT(failure.what(), HasSubstr("--password-command: it did not end in time"));
+  EXPECT_TRUE(wereKilled());
+}
+
+TEST_F(EndlessCommand, IsEndedWithAllThatItHasStarted) {
+  const std::string starting = "cat " + pipe + " & (cat " + pipe + "; true) & ";
+
+  EXPECT_THAT(failureOf(starting + "head -c 5000 /dev/zero").what(), HasSubstr("too much"));
+
+  EXPECT_TRUE(wereKilled());
+}
+
+TEST_F(EndlessCommand, IsEndedWhenItStaysBehindACommandThatWorked) {
+  EXPECT_EQ(outputOf("cat " + pipe + " > /dev/null & echo secret"), "secret\n");
+
+  EXPECT_TRUE(wereKilled());
+}
+
+TEST_F(EndlessCommand, IsEndedWithWhatHoldsItsOutputOpen) {
+  const Deadline soon = *now() + std::chrono::milliseconds(200);
+
+  EXPECT_EQ(failureOf("cat " + pipe + " & echo secret", soon).exitCode, ExitCode::timeLimit);
+
+  EXPECT_TRUE(wereKilled());
 }
 
 TEST_F(EndlessCommand, IsEndedWhenItHasClosedItsOutputToo) {
-  EXPECT_EQ(failureOf("exec >&-; read forever < " + pipe, 0).exitCode, ExitCode::timeLimit);
+  EXPECT_EQ(failureOf("exec >&-; read forever < " + pipe, now()).exitCode, ExitCode::timeLimit);
 }
 
 }  // namespace

@@ -3,9 +3,13 @@
 #include "tests/kestrelctl/fixture.h"
 #include "tests/kestrelctl/json_answer.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
+#include <thread>
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -119,6 +123,44 @@ TEST_F(Password, InterruptEndsACommandTooAndIsTold) {
   const Json::Value error = parsedAnswer(program.output())["error"];
   EXPECT_EQ(error["exitCode"], 128 + SIGINT);
   EXPECT_EQ(error["exitName"], "interrupted");
+}
+
+TEST_F(Password, CommandMayAskOnTheTerminal) {
+  TerminalProgram program(verifyWith(
+      {"--password-command", "printf 'Key: ' > /dev/tty; read key < /dev/tty; echo \"$key\""}));
+  program.waitForText("Key: ");
+
+  program.type(std::string(kSecret) + "\n");
+
+  EXPECT_EQ(program.wait(), 0) << program.shown();
+}
+
+// Neither the command nor what it has started is left: the pipe has no reader any more.
+TEST_F(Password, InterruptOnATerminalEndsACommandWithAllThatItHasStarted) {
+  const std::string pipe = folder.file("pipe");
+  mkfifo(pipe.c_str(), 0600);
+  TerminalProgram program(verifyWith(
+      {"--password-command", "(trap '' INT; echo asked > /dev/tty; cat " + pipe + ") | cat"}));
+  program.waitForText("asked");
+  const int writer = open(pipe.c_str(), O_WRONLY | O_CLOEXEC);  // waits for its reader
+
+  program.type("\x03");
+
+  EXPECT_EQ(program.wait(), 128 + SIGINT);
+  pollfd entry{writer, 0, 0};
+  EXPECT_EQ(poll(&entry, 1, -1), 1);
+  EXPECT_NE(entry.revents & POLLERR, 0);
+  close(writer);
+}
+
+TEST_F(Password, CommandGivesTheTerminalBack) {
+  manager.addFault("path=/service/versions silence=request");
+  TerminalProgram program(verifyWith({"--password-command", "cat " + passwordFile}));
+  while (manager.journal().empty()) std::this_thread::yield();
+
+  program.type("\x03");
+
+  EXPECT_EQ(program.wait(), 128 + SIGINT);
 }
 
 TEST_F(Password, OptionWinsOverTheEnvironment) {

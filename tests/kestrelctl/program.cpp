@@ -14,6 +14,7 @@
 #include <csignal>
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -60,6 +61,15 @@ void expectSignals() {
   for (const int number : {SIGINT, SIGQUIT, SIGHUP, SIGTERM}) std::signal(number, SIG_DFL);
 }
 
+// Puts as much into a pipe as it holds.
+void fill(int pipe) {
+  const int flags = fcntl(pipe, F_GETFL);
+  fcntl(pipe, F_SETFL, flags | O_NONBLOCK);
+  while (::write(pipe, "x", 1) == 1) {
+  }
+  fcntl(pipe, F_SETFL, flags);
+}
+
 int waitFor(pid_t id) {
   int status = 0;
   waitpid(id, &status, 0);
@@ -86,6 +96,7 @@ Program::Program(const Arguments& arguments, const Setting& setting) : arguments
   const auto input = makePipe();
   const auto output = makePipe();
   const auto talk = makePipe();
+  if (setting.talkIsFull) fill(talk[1]);
   id_ = fork();
   if (id_ == 0) {
     setsid();
@@ -104,7 +115,8 @@ Program::Program(const Arguments& arguments, const Setting& setting) : arguments
   // Inputs of tests fit into the pipe; a program that reads none may be gone already.
   std::signal(SIGPIPE, SIG_IGN);
   static_cast<void>(!::write(input[1], setting.input.data(), setting.input.size()));
-  close(input[1]);
+  inputEnd_ = input[1];
+  if (!setting.inputStaysOpen) close(std::exchange(inputEnd_, -1));
 }
 
 Program::~Program() {
@@ -112,8 +124,9 @@ Program::~Program() {
     ::kill(id_, SIGKILL);
     waitFor(id_);
   }
-  if (outputEnd_ >= 0) close(outputEnd_);
-  if (talkEnd_ >= 0) close(talkEnd_);
+  for (const int end : {inputEnd_, outputEnd_, talkEnd_}) {
+    if (end >= 0) close(end);
+  }
 }
 
 bool Program::readSome() {

@@ -13,7 +13,9 @@ using Arguments = std::vector<std::string>;
 // What a run starts with, beside its arguments. It has no controlling terminal.
 struct Setting {
   std::string input;
-  std::vector<std::pair<std::string, std::string>> environment;  // beyond what every run gets
+  std::vector<std::pair<std::string, std::string>> environment = {};  // beyond what every run gets
+  bool inputStaysOpen = false;
+  bool talkIsFull = false;  // the pipe, until wait reads it
 };
 
 // kestrelctl as a process of its own; ended with the object at the latest. What it writes for
@@ -43,6 +45,7 @@ class Program {
 
   Arguments arguments_;
   pid_t id_ = -1;
+  int inputEnd_ = -1;
   int outputEnd_ = -1;
   int talkEnd_ = -1;
   std::string output_;
@@ -69,6 +72,7 @@ class TerminalProgram {
   TerminalProgram(const TerminalProgram&) = delete;
   TerminalProgram& operator=(const TerminalProgram&) = delete;
 
+  pid_t id() const { return id_; }
   // Reads what the terminal shows up to a text.
   void waitForText(const std::string& text);
   void type(const std::string& text) const;

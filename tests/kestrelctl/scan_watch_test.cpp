@@ -8,6 +8,7 @@ namespace {
 
 using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::Field;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -286,9 +287,9 @@ TEST(ScanWatch, OwnSiteIsMissed) {
   ToldScan none;
   none.prepare(R"({"sites":[]})");
 
-  EXPECT_THAT(own.watch.warningsOfFailure(), IsEmpty());
-  EXPECT_THAT(others.watch.warningsOfFailure(), ElementsAre(IsWarning("no-own-site", "none")));
-  EXPECT_THAT(none.watch.warningsOfFailure(), ElementsAre(IsWarning("no-own-site", "none")));
+  EXPECT_FALSE(own.watch.lacksOwnSite());
+  EXPECT_TRUE(others.watch.lacksOwnSite());
+  EXPECT_TRUE(none.watch.lacksOwnSite());
 }
 
 // The reply's machines of guest systems that the catalogue lacks.
@@ -333,6 +334,19 @@ TEST(ScanWatch, GuestSystemMayBeNamedOnlyOrNotAtAll) {
 
   EXPECT_THAT(named.front().text, HasSubstr("that of 1 machine: Minix"));
   EXPECT_THAT(unnamed.front().text, HasSubstr("that of 1 machine: none told"));
+}
+
+TEST(ScanWatch, NameOfAGuestSystemIsCutBetweenCharacters) {
+  ToldScan told;
+  told.prepare();
+  told.clusters({});
+  told.hosts({"hosts/1"});
+  const std::string name = std::string(59, 'x') + "\xc3\xa9tat";
+  told.place(1, {{"a", "hosts/1", R"(,"osOptions":{"guestOSName":")" + name + "\"}"}});
+
+  const auto warnings = told.watch.warnings(unknownGuests({"a"}));
+
+  EXPECT_THAT(warnings.front().text, EndsWith(": " + std::string(59, 'x')));
 }
 
 TEST(ScanWatch, TakesAnyTextWithoutAnException) {

@@ -82,6 +82,19 @@ TEST_F(Ledger, DropsASessionThatTheManagerNoLongerKnowsAtItsLogout) {
   EXPECT_EQ(ledger.open(), 0U);
 }
 
+// A login that hangs behind the logout must not be spared.
+TEST_F(Ledger, RenewalIsNoLogout) {
+  logIn();
+  take("IsKestrelVisorCertTokenValid()", "valid time:1800,start time:0,current time:2000");
+
+  take(kCheck, "send request to KestrelVisor with rest version = 6.5");
+
+  EXPECT_FALSE(ledger.isLoggingOut());
+  EXPECT_EQ(ledger.open(), 2U);
+  take(kCheck, "Success to Login with the credential and cert.");
+  EXPECT_EQ(ledger.open(), 1U);
+}
+
 // What the ledger reads in the engine's log against what the manager knows, at the end of an
 // operation in this process, which keeps its sessions.
 struct SessionRow {

@@ -10,8 +10,10 @@
 namespace kestrelvisor::ctl::test {
 
 inline constexpr const char* kClusters = "GET clusters";
+inline constexpr const char* kSites = "GET sites";
 inline constexpr const char* kLogin = "POST session";
 inline constexpr const char* kLogout = "DELETE session";
+inline constexpr const char* kChange = "DELETE CBTbackup";
 
 // Counts requests by method and last part of the path, so that a test can wait for one.
 class Arrivals {
@@ -26,6 +28,11 @@ class Arrivals {
   void forget() {
     const std::lock_guard lock(mutex_);
     counts_.clear();
+  }
+
+  bool has(const std::string& request) {
+    const std::lock_guard lock(mutex_);
+    return counts_[request] > 0;
   }
 
   // False when it does not come.
