@@ -38,6 +38,11 @@ TEST_F(ScanAccounting, EndsWithASummaryOnStandardError) {
   EXPECT_EQ(run.talk, "4 machines at the manager: 2 recorded, 1 template, 1 linked clone.\n");
 }
 
+// What a scan prints, but for the time of the scan, which stands at the end.
+std::string withoutTime(const std::string& output) {
+  return output.substr(0, output.find("Taken at"));
+}
+
 TEST_F(ScanAccounting, UnreadableUuidIsAWarningAndWithStrictExitCode3) {
   manager.changeInventory([](vrmsim::Inventory& site) { site.vms[0].uuid = "no uuid"; });
 
@@ -46,7 +51,7 @@ TEST_F(ScanAccounting, UnreadableUuidIsAWarningAndWithStrictExitCode3) {
 
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(strict.status, 3);
-  EXPECT_EQ(strict.output, run.output);
+  EXPECT_EQ(withoutTime(strict.output), withoutTime(run.output));
   EXPECT_EQ(strict.talk, run.talk);
   EXPECT_THAT(run.output, HasSubstr("  Machines       2\n"));
   EXPECT_THAT(run.talk,
@@ -119,9 +124,9 @@ TEST_F(ScanAccounting, WarningIsWrappedOnATerminal) {
   std::istringstream shown(program.shown().substr(program.shown().find("kestrelctl: warning:")));
   std::string line;
   std::getline(shown, line);
-  EXPECT_EQ(line, "kestrelctl: warning: 1 machine is missing here: 1 with an unreadable\r");
+  EXPECT_EQ(line, "kestrelctl: warning: 1 machine is missing here: 1 with an unreadable UUID;\r");
   std::getline(shown, line);
-  EXPECT_EQ(line, "  UUID; --log-level warning names those with a bad UUID\r");
+  EXPECT_EQ(line, "  --log-level warning names those with a bad UUID\r");
 }
 
 TEST_F(ScanAccounting, ManagerWithoutAnOwnSiteIsAWarningBesideTheError) {
