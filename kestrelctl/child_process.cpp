@@ -60,14 +60,15 @@ EndingSignals::EndingSignals() {
 
 EndingSignals::~EndingSignals() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
 
-bool EndingSignals::waitFor(int descriptor, const Deadline& deadline) const {
-  std::array<pollfd, 2> entries{{{arrived_.get(), POLLIN, 0}, {descriptor, POLLIN, 0}}};
+bool EndingSignals::waitFor(int descriptor, const Deadline& deadline, int other) const {
+  std::array<pollfd, 3> entries{
+      {{arrived_.get(), POLLIN, 0}, {descriptor, POLLIN, 0}, {other, POLLIN, 0}}};
   for (;;) {
     const int ready = poll(entries.data(), entries.size(), millisecondsUntil(deadline));
     if (ready > 0 && entries[0].revents != 0) {
       if (const int number = take(); number != 0) throw Interrupted{number};
     }
-    if (ready > 0 && entries[1].revents != 0) return true;
+    if (ready > 0 && (entries[1].revents != 0 || entries[2].revents != 0)) return true;
     if (deadline && std::chrono::steady_clock::now() >= *deadline) return false;
   }
 }

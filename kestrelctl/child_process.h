@@ -27,9 +27,9 @@ class EndingSignals {
   EndingSignals(const EndingSignals&) = delete;
   EndingSignals& operator=(const EndingSignals&) = delete;
 
-  // Waits until a descriptor can be read; false when the deadline comes first. Throws Interrupted
-  // when a signal does.
-  bool waitFor(int descriptor, const Deadline& deadline) const;
+  // Waits until a descriptor, or the other one, can be read; false when the deadline comes first.
+  // Throws Interrupted when a signal does.
+  bool waitFor(int descriptor, const Deadline& deadline, int other = -1) const;
 
   // For waits of another kind: can be read when a signal has come. take returns its number, or 0
   // when none has.

@@ -8,6 +8,7 @@
 #include "kestrelctl/terminal_loan.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -59,21 +60,27 @@ class Shell {
   Shell(const Shell&) = delete;
   Shell& operator=(const Shell&) = delete;
 
-  // Waits for output; 0 at its end.
-  std::size_t read(char* target, std::size_t size, const Deadline& deadline) const {
+  // Waits for output; 0 at its end. What the command leaves behind ends with it, and so prints no
+  // more.
+  std::size_t read(char* target, std::size_t size, const Deadline& deadline) {
     for (;;) {
-      waitFor(output_, deadline);
+      if (!signals_.waitFor(output_.get(), deadline, ended_.get())) throw tookTooLong();
+      if (hasEnded()) {
+        end();
+        continue;
+      }
       const ssize_t count = ::read(output_.get(), target, size);
       if (count >= 0) return static_cast<std::size_t>(count);
       if (errno != EINTR) throw cannotRun();
     }
   }
 
-  // Waits for the end of the command, and ends what it leaves behind; returns its status as waitpid
-  // gives it.
+  // Waits for the end of the command; returns its status as waitpid gives it.
   int wait(const Deadline& deadline) {
-    waitFor(ended_, deadline);
-    return stop();
+    if (!ended_) return status_;
+    if (!signals_.waitFor(ended_.get(), deadline)) throw tookTooLong();
+    end();
+    return status_;
   }
 
   bool hasTerminal() const { return terminal_.isLent(); }
@@ -94,8 +101,14 @@ class Shell {
     _exit(kCannotExecute);
   }
 
-  void waitFor(const Descriptor& descriptor, const Deadline& deadline) const {
-    if (!signals_.waitFor(descriptor.get(), deadline)) throw tookTooLong();
+  bool hasEnded() const {
+    pollfd entry{ended_.get(), POLLIN, 0};
+    return poll(&entry, 1, 0) == 1;
+  }
+
+  void end() {
+    status_ = stop();
+    ended_.reset();
   }
 
   // At once: what a password command holds is nothing that it could lose. The group is there until
@@ -108,8 +121,9 @@ class Shell {
   const EndingSignals& signals_;
   TerminalLoan terminal_;
   pid_t id_ = -1;
+  int status_ = 0;
   Descriptor output_;
-  Descriptor ended_;
+  Descriptor ended_;  // until it has been reaped
 };
 
 // Ctrl-C reached the command in our place.

@@ -139,8 +139,9 @@ TEST_F(Password, CommandMayAskOnTheTerminal) {
 TEST_F(Password, InterruptOnATerminalEndsACommandWithAllThatItHasStarted) {
   const std::string pipe = folder.file("pipe");
   mkfifo(pipe.c_str(), 0600);
-  TerminalProgram program(verifyWith(
-      {"--password-command", "(trap '' INT; echo asked > /dev/tty; cat " + pipe + ") | cat"}));
+  TerminalProgram program(
+      verifyWith({"--password-command",
+                  "(trap '' INT; cat " + pipe + ") & echo asked > /dev/tty; read key < /dev/tty"}));
   program.waitForText("asked");
   const int writer = open(pipe.c_str(), O_WRONLY | O_CLOEXEC);  // waits for its reader
 
