@@ -1,5 +1,6 @@
 #include "tests/kestrelctl/json_answer.h"
 #include "tests/kestrelctl/program.h"
+#include "tests/kestrelctl/widest_line.h"
 
 #include <set>
 
@@ -10,13 +11,6 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
-
-std::size_t longestLine(const std::string& text) {
-  std::size_t longest = 0;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) longest = std::max(longest, line.size());
-  return longest;
-}
 
 TEST(Explain, TellsCauseStepAndRemedyOfACode) {
   const Finished run({"explain", "2000"});
@@ -75,7 +69,7 @@ TEST(Explain, ListsFitAnOrdinaryTerminal) {
   for (const char* kind :
        {"exit", "status", "detail", "engine", "manager", "http", "curl", "number", "blocks"}) {
     const Finished run({"explain", kind}, {"", {{"COLUMNS", "80"}}});
-    EXPECT_LE(longestLine(run.output), 80U) << kind;
+    EXPECT_LE(widestLine(run.output), 80U) << kind;
   }
 }
 

@@ -46,8 +46,8 @@ TEST(Schemas, KnowTheWarningsThatTheGuideExplains) {
   const std::size_t table = guide.find("| `kind` of a warning |");
   ASSERT_NE(table, std::string::npos);
   std::set<std::string> kinds;
-  for (const Json::Value& kind :
-       parsedAnswer(sourceText("docs/schemas/warning.json"))["properties"]["kind"]["enum"]) {
+  const Json::Value schema = parsedAnswer(sourceText("docs/schemas/warning.json"));
+  for (const Json::Value& kind : schema["properties"]["kind"]["enum"]) {
     kinds.insert(kind.asString());
   }
 

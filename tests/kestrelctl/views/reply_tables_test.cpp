@@ -2,6 +2,7 @@
 
 #include "kestrelctl/terminal_text.h"
 #include "tests/kestrelctl/sample_reply.h"
+#include "tests/kestrelctl/widest_line.h"
 #include "tests/support/test_headers.h"
 
 namespace kestrelvisor::ctl::test {
@@ -18,13 +19,6 @@ std::string tablesOf(const ScanEnvironmentReply& reply, TableWidth width,
   tablesView(index, everythingOf(index), width, {false, true, columns},
              [&](std::string_view piece) { text += piece; });
   return text;
-}
-
-std::size_t widestLine(const std::string& text) {
-  std::istringstream lines(text);
-  std::size_t widest = 0;
-  for (std::string line; std::getline(lines, line);) widest = std::max(widest, columnsOf(line));
-  return widest;
 }
 
 TEST(ReplyTables, HaveOneTableForEachKind) {

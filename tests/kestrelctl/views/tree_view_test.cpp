@@ -2,6 +2,7 @@
 
 #include "kestrelctl/terminal_text.h"
 #include "tests/kestrelctl/sample_reply.h"
+#include "tests/kestrelctl/widest_line.h"
 #include "tests/support/test_headers.h"
 
 namespace kestrelvisor::ctl::test {
@@ -53,13 +54,6 @@ TEST(TreeView, LetsNoNameControlTheTerminal) {
       "2Jst");
   EXPECT_THAT(treeOf(reply, kUtf8),
               AllOf(HasSubstr("Os\\x1b[2Jlo\\nagain  site"), HasSubstr("ea\\x9b2Jst  cluster")));
-}
-
-std::size_t widestLine(const std::string& text) {
-  std::istringstream lines(text);
-  std::size_t widest = 0;
-  for (std::string line; std::getline(lines, line);) widest = std::max(widest, columnsOf(line));
-  return widest;
 }
 
 // Everything that can be long is.
