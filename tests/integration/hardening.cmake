@@ -39,7 +39,8 @@ if(KESTRELVISOR_HAS_CONTROL_FLOW_PROTECTION)
   set(objects)
   foreach(target kestrelvisor_engine_core kestrelvisor_messages kestrelvisor_platform
                  kestrelctl_library kestrelctl vrmsim_library vrmsim)
-    list(APPEND objects $<TARGET_OBJECTS:${target}>)
+    # A precompiled header counts as an object of its target, but is none.
+    list(APPEND objects "$<FILTER:$<TARGET_OBJECTS:${target}>,EXCLUDE,[.]gch$>")
   endforeach()
   kestrelvisor_hardening_test(MarksTargetsOfJumpsAndCalls landings ${objects})
 endif()
