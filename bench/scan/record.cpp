@@ -19,10 +19,12 @@ namespace {
 // Replies carry the time of their scan.
 constexpr std::chrono::seconds kTimeOfRecords(1790000000);
 
-// The port is the one thing in a record that the kernel chose.
-void takeOutPort(std::string& text, const std::string& port) {
-  for (std::size_t at = 0; (at = text.find(port, at)) != std::string::npos;) {
-    text.replace(at, port.size(), ":port");
+// The port of the manager's URL is the one thing in a record that the kernel chose. Its digits
+// alone could belong to a GUID as well.
+void takeOutPort(std::string& text, const std::string& url) {
+  const std::size_t port = url.rfind(':') + 1;
+  for (std::size_t at = 0; (at = text.find(url, at)) != std::string::npos; at += port) {
+    text.replace(at + port, url.size() - port, "port");
   }
 }
 
@@ -41,8 +43,8 @@ void takeOutTimes(std::string& text) {
 // out.
 class RecordedLog {
  public:
-  RecordedLog(const std::string& path, std::int32_t port)
-      : file_(path, std::ios::binary), port_(":" + std::to_string(port)) {}
+  RecordedLog(const std::string& path, const std::string& url)
+      : file_(path, std::ios::binary), url_(url) {}
 
   std::uint64_t statements() const { return statements_; }
 
@@ -50,14 +52,14 @@ class RecordedLog {
   void write(const LogRecord& record) {
     ++statements_;
     std::string text = record.text;
-    takeOutPort(text, port_);
+    takeOutPort(text, url_);
     takeOutTimes(text);
     file_ << record.level << ' ' << record.tag << ' ' << record.requestId << ' ' << record.function
           << ' ' << record.code << ' ' << text << '\n';
   }
 
   std::ofstream file_;
-  const std::string port_;
+  const std::string url_;
   std::uint64_t statements_ = 0;
   const LogObserver observer_{[this](const LogRecord& record) { write(record); }};
 };
@@ -123,7 +125,7 @@ void listRequests(const EngineHost& host, const std::string& folder) {
 }
 
 Json::Value record(const Target& target, const EngineHost& host, const std::string& folder) {
-  RecordedLog log(folder + "/log.txt", target.port());
+  RecordedLog log(folder + "/log.txt", target.url);
   std::uint64_t before = 0;
   writeReply(scanTwice(host, folder, [&] { before = log.statements(); }), folder);
 
