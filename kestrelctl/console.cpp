@@ -122,7 +122,7 @@ void warn(const std::string& text) {
   if (isatty(STDERR_FILENO) == 1) {
     words = indented(wrapped(label + words, kLineWidth - kIndent), kIndent).substr(label.size());
   }
-  sayRaw("kestrelctl: " + rendering.yellow("warning:") + " " + words);
+  sayRaw("kestrelctl: " + rendering.magenta("warning:") + " " + words);
 }
 
 void warnOf(const std::vector<Warning>& warnings) {

@@ -28,7 +28,8 @@ struct Rendering {
   std::string bold(const std::string& text) const { return marked("1", text); }
   std::string dim(const std::string& text) const { return marked("2", text); }
   std::string red(const std::string& text) const { return marked("1;31", text); }
-  std::string yellow(const std::string& text) const { return marked("1;33", text); }
+  // Yellow could not be read on a light background.
+  std::string magenta(const std::string& text) const { return marked("1;35", text); }
 
  private:
   std::string marked(const char* code, const std::string& text) const {
