@@ -202,6 +202,10 @@ void Supervision::throwEnd() const {
   if (ending_ && ending_->signal) {
     Interrupted interrupted{*ending_->signal};
     addOwnWarnings(interrupted.warnings);
+    if (result_ && request_.kind == OperationKind::disableCbt) {
+      interrupted.warnings.push_back(
+          {"change-made", "changed-block tracking had been switched off by then"});
+    }
     throw interrupted;
   }
   Failure end = ending_ ? timeLimitFailure() : failure_ ? *failure_ : deathFailure();
