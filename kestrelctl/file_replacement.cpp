@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <map>
 #include <system_error>
 #include <utility>
 
@@ -60,6 +62,14 @@ void checkFolder(const std::string& option, const std::string& path) {
                    std::generic_category().message(errno));
 }
 
+// The same for all names of a file, whether it is there or not.
+std::filesystem::path resolved(const std::string& path) {
+  std::error_code unknown;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, unknown);
+  const std::filesystem::path canonical = std::filesystem::weakly_canonical(absolute, unknown);
+  return unknown ? absolute.lexically_normal() : canonical;
+}
+
 // A file beside the target, removed unless it has become the target.
 class TemporaryFile {
  public:
@@ -103,6 +113,18 @@ void checkCreatable(const std::string& option, const std::string& path) {
     throw wrongUsage(option + ": " + path + " is there already", "name a file that is not there");
   }
   checkFolder(option, path);
+}
+
+void checkDistinct(std::initializer_list<NamedFile> files) {
+  std::map<std::filesystem::path, const char*> options;
+  for (const NamedFile& file : files) {
+    if (file.path.empty()) continue;
+    const auto [first, isNew] = options.emplace(resolved(file.path), file.option);
+    if (isNew) continue;
+    throw wrongUsage(
+        std::string(first->second) + " and " + file.option + " name one file: " + file.path,
+        "give each a file of its own");
+  }
 }
 
 void replaceFile(const std::string& path, std::string_view content) {

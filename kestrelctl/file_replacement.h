@@ -1,5 +1,6 @@
 #pragma once
 
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,14 @@ void checkReplaceable(const std::string& option, const std::string& path);
 
 // Likewise for createFile: nothing may stand there yet.
 void checkCreatable(const std::string& option, const std::string& path);
+
+// Throws a Failure when two of the options name one file, which the later one would take from the
+// other. Those without a path name none.
+struct NamedFile {
+  const char* option;
+  const std::string& path;
+};
+void checkDistinct(std::initializer_list<NamedFile> files);
 
 // Gives a file a new content in one step: readers see the old one or the new one. The file is for
 // its owner alone (0600). Throws a Failure; the old content then stays. A signal that ends the

@@ -54,6 +54,9 @@ void ScanCommand::finishOptions(const CLI::App& app) {
   request_ = arguments_.read(app);
   request_.kind = OperationKind::scan;
   request_.keepsTesterDump = !testerDumpFile_.empty();
+  checkDistinct({{"--save", saveFile_},
+                 {"--tester-dump", testerDumpFile_},
+                 {"--log-file", request_.log.file}});
   refuseBytesOnTerminal(format_);
 }
 

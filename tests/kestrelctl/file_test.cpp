@@ -119,6 +119,26 @@ TEST(FileReplacement, IsCheckedBeforehand) {
   EXPECT_THAT(complaintOf([&] { checkReplaceable("--save", ""); }), HasSubstr("no file is named"));
 }
 
+TEST(Files, OfTwoOptionsMustNotBeOne) {
+  const TemporaryFolder folder;
+  const std::string file = folder.write("kept", "");
+  const std::string again = folder.file("./kept");
+  const std::string unborn = folder.file("new");
+  std::filesystem::create_symlink("kept", folder.file("link"));
+  const std::string link = folder.file("link");
+  const std::string none;
+  const auto complaint = [](const std::string& one, const std::string& other) {
+    return complaintOf([&] { checkDistinct({{"--save", one}, {"--log-file", other}}); });
+  };
+
+  EXPECT_EQ(complaint(file, unborn), "(none)");
+  EXPECT_EQ(complaint(none, none), "(none)");
+  for (const std::string& name : {file, again, link}) {
+    EXPECT_THAT(complaint(file, name), HasSubstr("--save and --log-file name one file"));
+  }
+  EXPECT_THAT(complaint(unborn, unborn), HasSubstr("name one file"));
+}
+
 TEST(FileCreation, IsCheckedBeforehand) {
   const TemporaryFolder folder;
 

@@ -180,6 +180,14 @@ TEST(Usage, EmptyFileNameIsWrong) {
   EXPECT_EQ(Finished({"encrypt-password", "--new-key="}).status, 2);
 }
 
+TEST(Usage, OneFileForTwoPurposesIsWrong) {
+  const Finished run({"scan", "--manager", "https://vrm", "--user", "backup", "--save", "kept",
+                      "--tester-dump", "./kept"});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, HasSubstr("--save and --tester-dump name one file"));
+}
+
 TEST(Usage, LineEndsInAddressAndUserAreRefused) {
   EXPECT_EQ(Finished({"verify", "--manager", "http://vrm\r\nX: y", "--user", "backup"}).status, 2);
   const Finished run({"verify", "--manager", "http://vrm", "--user", "backup\r\nX-Auth-Key: y"});
