@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -34,8 +35,20 @@ Failure tookTooLong() {
 // Can be read once the process has ended. The C library declares its own function for C alone.
 int openProcess(pid_t id) { return static_cast<int>(syscall(SYS_pidfd_open, id, 0)); }
 
+extern "C" void endGroup(int) { kill(0, SIGKILL); }
+
+// Ends this process as another one has ended, by the same signal without a core file of its own.
+[[noreturn]] void endLike(int status) {
+  if (!WIFSIGNALED(status)) _exit(WEXITSTATUS(status));
+  const rlimit none{0, 0};
+  setrlimit(RLIMIT_CORE, &none);
+  signal(WTERMSIG(status), SIG_DFL);
+  raise(WTERMSIG(status));
+  _exit(kCannotExecute);  // not reached: it has no handler, and is let through
+}
+
 // The shell and what it starts: a group of processes that ends as a whole, with our terminal as
-// long as it runs.
+// long as it runs. A guard leads it, which takes all of it along should we be killed.
 class Shell {
  public:
   Shell(const EndingSignals& signals, const std::string& command) : signals_(signals) {
@@ -45,7 +58,7 @@ class Shell {
     const Descriptor itsEnd(ends[1]);
     const pid_t parent = getpid();
     id_ = fork();
-    if (id_ == 0) becomeShell(command.c_str(), itsEnd.get(), parent);
+    if (id_ == 0) becomeGuard(command.c_str(), itsEnd.get(), parent);
     if (id_ < 0) throw cannotRun();
     setpgid(id_, id_);  // whichever of the two comes first
     ended_ = Descriptor(openProcess(id_));
@@ -86,13 +99,24 @@ class Shell {
   bool hasTerminal() const { return terminal_.isLent(); }
 
  private:
-  // Between fork and exec: only calls that are safe there.
-  [[noreturn]] void becomeShell(const char* command, int output, pid_t parent) const {
+  // In the fresh child: only calls that are safe there.
+  [[noreturn]] void becomeGuard(const char* command, int output, pid_t parent) const {
     setpgid(0, 0);
     terminal_.lendTo(getpid());
     // Nobody would wake it after a stop.
     for (const int number : {SIGTSTP, SIGTTIN}) signal(number, SIG_IGN);
+    signal(SIGTERM, endGroup);
     prepareChild(parent, SIGTERM, signals_.before());
+    const pid_t shell = fork();
+    if (shell == 0) becomeShell(command, output);
+    if (shell < 0) _exit(kCannotExecute);
+    close(output);
+    // Ctrl-C is for the command, which decides what comes of it.
+    for (const int number : {SIGINT, SIGQUIT, SIGHUP}) signal(number, SIG_IGN);
+    endLike(waitForEnd(shell));
+  }
+
+  [[noreturn]] static void becomeShell(const char* command, int output) {
     const int nothing = open("/dev/null", O_RDONLY);
     if (nothing < 0 || dup2(nothing, STDIN_FILENO) < 0 || dup2(output, STDOUT_FILENO) < 0) {
       _exit(kCannotExecute);
