@@ -1,6 +1,7 @@
 #include "kestrelctl/terminal_prompt.h"
 
 #include "base/wipe_string.h"
+#include "kestrelctl/child_process.h"
 #include "kestrelctl/descriptor.h"
 #include "kestrelctl/failure.h"
 
@@ -97,6 +98,19 @@ bool readLine(const CaughtSignals& caught, int terminal, std::string& line) {
   return false;
 }
 
+bool isIgnored(int number) {
+  struct sigaction action = {};
+  sigaction(number, nullptr, &action);
+  return action.sa_handler == SIG_IGN;
+}
+
+// Lets a signal do to the process what it would have done without the question.
+void obey(int number) {
+  if (isIgnored(number)) return;
+  if (number != SIGTSTP) throw Interrupted{number};
+  raise(number);
+}
+
 // Asks until a line or the end of the input comes; whether a line came. Signals that the process
 // survives, as a stop by Ctrl-Z, lead to the question anew.
 template <class ReadAnswer>
@@ -105,7 +119,7 @@ bool askUntilAnswered(const ReadAnswer& readAnswer, std::string& answer) {
     if (readAnswer()) return true;
     wipeString(answer);
     if (caughtSignal == 0) return false;
-    raise(caughtSignal);
+    obey(caughtSignal);
   }
 }
 

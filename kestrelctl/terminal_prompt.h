@@ -6,9 +6,9 @@ namespace kestrelvisor::ctl {
 
 // Asks on the process's terminal for a line that is not shown while it is typed.
 //
-// Returns false when there is no terminal; answer is then empty. A signal that comes meanwhile is
-// delivered after the terminal shows typed text again; if the process goes on after it, the
-// question is asked anew. Throws a Failure when no line comes.
+// Returns false when there is no terminal; answer is then empty. When a signal comes meanwhile, the
+// terminal shows typed text again; one that ends the process is thrown as Interrupted, after a stop
+// the question is asked anew. Throws a Failure when no line comes.
 bool askWithoutEcho(const std::string& question, std::string& answer);
 
 // Likewise for an answer that is no secret and shown while it is typed. One that does not come is

@@ -125,6 +125,19 @@ TEST_F(Password, InterruptEndsACommandTooAndIsTold) {
   EXPECT_EQ(error["exitName"], "interrupted");
 }
 
+// The shell's child says it, so that the shell is not all that could be left.
+TEST_F(Password, CommandAndAllThatItHasStartedEndWithAKilledKestrelctl) {
+  const std::string pipe = folder.file("pipe");
+  mkfifo(pipe.c_str(), 0600);
+  Program program(
+      verifyWith({"--password-command", "(echo asked >&2; read forever < " + pipe + "); true"}));
+  program.waitForTalk("asked");
+
+  program.signal(SIGKILL);
+
+  EXPECT_EQ(program.wait(), 128 + SIGKILL);  // hangs as long as somebody holds the talk open
+}
+
 TEST_F(Password, CommandMayAskOnTheTerminal) {
   TerminalProgram program(verifyWith(
       {"--password-command", "printf 'Key: ' > /dev/tty; read key < /dev/tty; echo \"$key\""}));
@@ -220,6 +233,16 @@ TEST_F(Password, InterruptedQuestionRestoresTheTerminal) {
 
   EXPECT_EQ(program.wait(), 128 + SIGINT);
   EXPECT_TRUE(program.showsWhatIsTyped());
+}
+
+TEST_F(Password, InterruptedQuestionIsToldToPrograms) {
+  TerminalProgram program(verifyWith({"-o", "json"}));
+  program.waitForText("Password of backup on ");
+
+  program.type("\x03");
+
+  EXPECT_EQ(program.wait(), 128 + SIGINT);
+  EXPECT_THAT(program.shown(), HasSubstr("\"exitName\" : \"interrupted\""));
 }
 
 TEST_F(Password, EndOfInputIsNoPassword) {
