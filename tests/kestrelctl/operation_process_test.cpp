@@ -473,20 +473,6 @@ TEST_F(Scan, TargetThatIsNoFileIsRefusedBeforeAnyRequest) {
   EXPECT_THAT(manager.journal(), IsEmpty());
 }
 
-TEST_F(Scan, KeepsTheTesterDumpApartFromTheResult) {
-  const std::string dump = folder.file("dump");
-
-  const Finished run(command({"scan", "-o", "json", "--tester-dump", dump}));
-
-  EXPECT_TRUE(parsed(run.output).isObject());
-  const std::string text = TemporaryFolder::read(dump);
-  const std::string rule = std::string(69, '=') + "\n";
-  EXPECT_THAT(text,
-              StartsWith(rule + "DEBUG:dump the tree, machine and disk records for tester\n"));
-  EXPECT_EQ(text.substr(text.size() - rule.size()), rule);
-  EXPECT_THAT(text, HasSubstr("6 disk(s), 3 machine(s), timestamp:"));
-}
-
 TEST_F(Scan, ReaderThatLeavesIsNoReasonToTalk) {
   manager.changeInventory([](vrmsim::Inventory& site) {
     vrmsim::InventorySizes sizes;  // more than a pipe holds

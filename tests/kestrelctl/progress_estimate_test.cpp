@@ -159,7 +159,7 @@ TEST(RecordedScan, TimeLeftIsOffByLessThanAFifthAfterHalfAScan) {
   }
 }
 
-TEST(RecordedScan, IsAccountedForWhole) {
+TEST(RecordedScan, CountsEndWithAllThatWasExpected) {
   ScanWatch watch;
   for (const RecordedLine& line : recordedScan()) watch.take(line.record);
   const ScanCounts counts = watch.counts();
