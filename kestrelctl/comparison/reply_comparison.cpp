@@ -72,26 +72,6 @@ class Pairing {
   std::vector<bool> isTaken_;
 };
 
-KindAndKey kindAndKey(const Item& item) { return {item.kind, item.key}; }
-
-// The same, but that several machines share a disk is no confusion.
-std::pair<KindAndKey, std::string_view> identityOf(const Item& item) {
-  const bool mayBeShared = item.kind == ItemKind::disk && !item.key.empty() && item.parent;
-  return {kindAndKey(item), mayBeShared ? item.parent->key : std::string_view()};
-}
-
-// What more than one item is.
-template <class Of>
-auto repeatedOf(const std::vector<Item>& items, Of of) {
-  using Value = decltype(of(items.front()));
-  std::set<Value> seen;
-  std::set<Value> repeated;
-  for (const Item& item : items) {
-    if (!seen.insert(of(item)).second) repeated.insert(of(item));
-  }
-  return repeated;
-}
-
 const Item* firstSite(const std::vector<Item>& items) {
   return !items.empty() && items.front().kind == ItemKind::site ? &items.front() : nullptr;
 }
@@ -188,16 +168,7 @@ bool ReplyComparison::isSamePlace(const std::optional<Place>& one,
 void ReplyComparison::lookAt(const ReplyIndex& index, const std::vector<Item>& items,
                              const char* reply) {
   for (Warning& warning : warningsOf(index, reply)) warnings_.push_back(std::move(warning));
-  std::set<KindAndKey> repeated = repeatedOf(items, kindAndKey);
-  repeated_.merge(repeated);
-  const auto confusing = repeatedOf(items, identityOf);
-  if (confusing.empty()) return;
-  const auto& [kind, key] = confusing.begin()->first;
-  warnings_.push_back(
-      {"repeated-guid",
-       std::string(reply) + " has " + counted(confusing.size(), "GUID") +
-           " more than once, the first of a " + itemKindName(kind) + ": \"" + std::string(key) +
-           "\"; things that share one are told apart by URI or machine, else by their order"});
+  repeated_.merge(repeatedKeys(items));
 }
 
 void ReplyComparison::warnOfOtherSite() {

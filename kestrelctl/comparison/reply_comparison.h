@@ -33,9 +33,6 @@ struct Difference {
   const Item& item() const { return after == nullptr ? *before : *after; }
 };
 
-// A kind and what names a thing among those of its kind.
-using KindAndKey = std::pair<ItemKind, std::string_view>;
-
 // What has changed from one reply to another. Both must outlive it.
 //
 // Things are the same when their kind and GUID are; of datastores, when their URI is. Where a reply

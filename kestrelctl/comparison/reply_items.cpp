@@ -54,6 +54,20 @@ Item itemOf(const datastore_record& datastore) {
   return item;
 }
 
+// Keys that more than one item has with the same addition.
+template <class AdditionOf>
+std::set<KindAndKey> repeatedOf(const std::vector<Item>& items, AdditionOf additionOf) {
+  std::vector<std::pair<KindAndKey, std::string_view>> all;
+  all.reserve(items.size());
+  for (const Item& item : items) all.push_back({{item.kind, item.key}, additionOf(item)});
+  std::sort(all.begin(), all.end());
+  std::set<KindAndKey> repeated;
+  for (std::size_t i = 1; i < all.size(); ++i) {
+    if (all[i] == all[i - 1]) repeated.insert(all[i].first);
+  }
+  return repeated;
+}
+
 }  // namespace
 
 std::vector<Item> itemsOf(const ReplyIndex& index) {
@@ -65,6 +79,17 @@ std::vector<Item> itemsOf(const ReplyIndex& index) {
   std::stable_sort(items.begin(), items.end(),
                    [](const Item& a, const Item& b) { return a.kind < b.kind; });
   return items;
+}
+
+std::set<KindAndKey> repeatedKeys(const std::vector<Item>& items) {
+  return repeatedOf(items, [](const Item&) { return std::string_view(); });
+}
+
+std::set<KindAndKey> confusingKeys(const std::vector<Item>& items) {
+  return repeatedOf(items, [](const Item& item) {
+    const bool mayBeShared = item.kind == ItemKind::disk && !item.key.empty() && item.parent;
+    return mayBeShared ? item.parent->key : std::string_view();
+  });
 }
 
 }  // namespace kestrelvisor::ctl

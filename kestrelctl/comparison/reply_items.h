@@ -5,7 +5,9 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kestrelvisor::ctl {
@@ -31,5 +33,13 @@ struct Item {
 
 // All things of a reply, in the order of kItemKinds, within a kind in that of the reply.
 std::vector<Item> itemsOf(const ReplyIndex& index);
+
+// A kind and what names a thing among those of its kind.
+using KindAndKey = std::pair<ItemKind, std::string_view>;
+
+// What more than one item of a list has.
+std::set<KindAndKey> repeatedKeys(const std::vector<Item>& items);
+// Likewise, but that several machines share a disk is no confusion.
+std::set<KindAndKey> confusingKeys(const std::vector<Item>& items);
 
 }  // namespace kestrelvisor::ctl

@@ -161,5 +161,18 @@ TEST(ReplyWarnings, TellOfRecordsWithoutAPlace) {
             "of it can be shown");
 }
 
+TEST(ReplyWarnings, TellOfAGuidThatTwoMachinesHave) {
+  ScanEnvironmentReply reply = sampleReply();
+  reply.mutable_machine_records(1)->set_objectguid(reply.machine_records(0).objectguid());
+
+  const std::vector<Warning> warnings = warningsOf(ReplyIndex(reply), "the reply");
+
+  ASSERT_EQ(warnings.size(), 1U);
+  EXPECT_EQ(warnings[0].kind, "repeated-guid");
+  EXPECT_EQ(warnings[0].text, "the reply has 1 GUID more than once, the first of a machine: \"" +
+                                  reply.machine_records(0).objectguid() +
+                                  "\"; whoever goes by it takes two things for one");
+}
+
 }  // namespace
 }  // namespace kestrelvisor::ctl::test

@@ -23,11 +23,13 @@ inline void addMachine(ScanEnvironmentReply& reply, std::uint64_t id, const std:
   machine_record& machine = *reply.add_machine_records();
   machine.set_vmid(id);
   machine.set_name("machine");
+  machine.set_objectguid("machine-" + std::to_string(id));
   machine.set_guestos(guest);
   machine.set_mo("/service/vms/" + std::to_string(id));
   machine.set_totalsize(sizeKiB);
   disk_record& disk = *reply.add_disk_records();
   disk.set_vmid(id);
+  disk.set_objectguid("disk-" + std::to_string(id));
   disk.set_disksize(sizeKiB);
   disk.set_disktype(5);
   disk.set_datastoremoref("/service/datastores/1");

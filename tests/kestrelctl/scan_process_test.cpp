@@ -82,6 +82,25 @@ TEST_F(ScanAccounting, MachineThatGoesWhileTheScanRunsIsUnexplained) {
                               EndsWith("2 recorded, 1 template, 1 unexplained.\n")));
 }
 
+TEST_F(ScanAccounting, MachineThatIsToldTwiceIsAWarning) {
+  manager.changeInventory([](vrmsim::Inventory& site) { site.vms.push_back(site.vms[0]); });
+
+  const Finished run = scan();
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.talk, HasSubstr("warning: 1 machine stands here more than once"));
+}
+
+TEST_F(ScanAccounting, TwoMachinesWithOneGuidAreAWarning) {
+  manager.changeInventory([](vrmsim::Inventory& site) { site.vms[1].uuid = site.vms[0].uuid; });
+
+  const Finished run = scan();
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("warning: the reply has 1 GUID more than once"),
+                              Not(HasSubstr("stands here more than once"))));
+}
+
 TEST_F(ScanAccounting, MachineThatComesWhileTheScanRunsIsNoLoss) {
   manager.addFault(std::string(kCountOfClustersHost) + "add-vms=1");
 

@@ -302,8 +302,7 @@ TEST_F(ReplyComparisonTest, ThingsThatShareAGuidAreNotHidden) {
                                          "moved disk disk of 5: database to database"));
   EXPECT_THAT(warnings(),
               ElementsAre("repeated-guid: the new reply has 1 GUID more than once, the first of a "
-                          "machine: \"machine-4\"; things that share one are told apart by "
-                          "URI or machine, else by their order"));
+                          "machine: \"machine-4\"; whoever goes by it takes two things for one"));
 }
 
 TEST_F(ReplyComparisonTest, GuidsThatAreEmptyAreShared) {

@@ -56,11 +56,11 @@ TEST(ShowReply, ProtobufIsTheReplyItself) {
 TEST(NamesView, NamesWhateverIsSelected) {
   ScanEnvironmentReply reply = sampleReply();
   reply.mutable_non_vm_records(0)->set_mo_reference("/service/hosts/3");
-  reply.mutable_disk_records(0)->set_objectguid("disk-guid");
+  reply.mutable_disk_records(1)->clear_objectguid();
   const ReplyIndex index(reply);
 
   EXPECT_EQ(namesView(index, everythingOf(index)),
-            "/service/hosts/3\n/service/datastores/1\n/service/vms/4\n/service/vms/5\ndisk-guid\n");
+            "/service/hosts/3\n/service/datastores/1\n/service/vms/4\n/service/vms/5\ndisk-4\n");
 }
 
 TEST(NamesView, LineEndInAUriMakesNoSecondLine) {
