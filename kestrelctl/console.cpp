@@ -21,8 +21,8 @@
 namespace kestrelvisor::ctl {
 namespace {
 
-constexpr std::size_t kLineWidth = 80;
-constexpr std::size_t kIndent = 2;  // of what goes on in another line
+constexpr std::size_t kShortestLine = 40;  // prose in shorter ones is hard to read, too
+constexpr std::size_t kIndent = 2;         // of what goes on in another line
 
 // A terminal that obeys escape sequences.
 bool isSmartTerminal(int stream) {
@@ -82,19 +82,29 @@ int writeAll(int stream, std::string_view text) {
   return 0;
 }
 
-// Each line but the first begins in the same column as the first, behind its label.
-std::string indented(const std::string& lines, std::size_t column) {
-  std::string result;
-  for (const char c : lines) {
-    result += c;
-    if (c == '\n') result.append(column, ' ');
-  }
-  return result;
-}
-
 void sayRaw(const std::string& text) { static_cast<void>(writeAll(STDERR_FILENO, text + "\n")); }
 
+// In a file or a pipe a text stays on one line, where a search finds it.
+std::string brokenOnTerminal(const std::string& text, const LineStarts& starts,
+                             const Rendering& rendering) {
+  if (isatty(STDERR_FILENO) != 1) return text;
+  return wrapped(text, rendering.columnsOfProse(), starts);
+}
+
+// A sentence behind a word that tells what kind it is; marked is that word as it is shown.
+void sayMarked(const std::string& word, const std::string& marked, const std::string& text,
+               const Rendering& rendering) {
+  const std::string label = "kestrelctl: ";
+  const LineStarts starts{label.size() + word.size() + 1, kIndent};
+  sayRaw(label + marked + " " +
+         brokenOnTerminal(printable(text, rendering.utf8), starts, rendering));
+}
+
 }  // namespace
+
+std::size_t Rendering::columnsOfProse() const {
+  return std::clamp(columns, kShortestLine, kLineWidth);
+}
 
 Rendering renderingOfResults() { return renderingOf(STDOUT_FILENO); }
 
@@ -116,13 +126,8 @@ void announce(const std::string& text) {
 
 void warn(const std::string& text) {
   const Rendering rendering = renderingOfTalk();
-  const std::string label = "kestrelctl: warning: ";
-  std::string words = printable(text, rendering.utf8);
-  // In a file a warning stays on one line, where a search finds it.
-  if (isatty(STDERR_FILENO) == 1) {
-    words = indented(wrapped(label + words, kLineWidth - kIndent), kIndent).substr(label.size());
-  }
-  sayRaw("kestrelctl: " + rendering.magenta("warning:") + " " + words);
+  const std::string word = "warning:";
+  sayMarked(word, rendering.magenta(word), text, rendering);
 }
 
 void warnOf(const std::vector<Warning>& warnings) {
@@ -132,22 +137,21 @@ void warnOf(const std::vector<Warning>& warnings) {
 void report(const Failure& failure) {
   warnOf(failure.warnings);
   const Rendering rendering = renderingOfTalk();
-  sayRaw("kestrelctl: " + rendering.red("error:") + " " +
-         printable(failure.what(), rendering.utf8));
+  const std::string word = "error:";
+  sayMarked(word, rendering.red(word), failure.what(), rendering);
   const std::string hintLabel = "what to do";
   std::size_t width = failure.hint.empty() ? 0 : hintLabel.size();
-  for (const Failure::Fact& fact : failure.facts) width = std::max(width, fact.label.size());
+  for (const Failure::Fact& fact : failure.facts) width = std::max(width, columnsOf(fact.label));
+  const LineStarts starts{width + 4, width + 4};
   const auto sayFact = [&](const std::string& label, const std::string& text) {
     sayRaw("  " + rendering.bold(padRight(label, width)) + "  " + text);
   };
-  // Facts stay on one line, where a search finds them.
   for (const Failure::Fact& fact : failure.facts) {
-    sayFact(fact.label, printable(fact.text, rendering.utf8));
+    sayFact(fact.label, brokenOnTerminal(printable(fact.text, rendering.utf8), starts, rendering));
   }
   if (failure.hint.empty()) return;
-  const std::size_t column = width + 4;
   sayFact(hintLabel,
-          indented(wrapped(printable(failure.hint, rendering.utf8), kLineWidth - column), column));
+          wrapped(printable(failure.hint, rendering.utf8), rendering.columnsOfProse(), starts));
 }
 
 bool talkCanBeDrawnOver() { return isSmartTerminal(STDERR_FILENO); }

@@ -24,6 +24,8 @@ struct Rendering {
 
   static constexpr std::size_t kUnbounded = std::numeric_limits<std::size_t>::max();
   bool isBounded() const { return columns != kUnbounded; }
+  // How wide sentences are there.
+  std::size_t columnsOfProse() const;
 
   std::string bold(const std::string& text) const { return marked("1", text); }
   std::string dim(const std::string& text) const { return marked("2", text); }

@@ -10,7 +10,7 @@ namespace kestrelvisor::ctl {
 namespace {
 
 constexpr std::size_t kHelpColumn = 26;  // where an option's explanation starts
-constexpr std::size_t kHelpWidth = 54;   // and how wide it is
+constexpr std::size_t kHelpWidth = kLineWidth - kHelpColumn;
 constexpr std::size_t kCommandWidth = 16;
 
 }  // namespace

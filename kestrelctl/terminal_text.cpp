@@ -162,16 +162,24 @@ std::string padLeft(const std::string& text, std::size_t width) {
   return columns < width ? std::string(width - columns, ' ') + text : text;
 }
 
-std::string wrapped(std::string_view text, std::size_t width) {
+std::string wrapped(std::string_view text, std::size_t width, const LineStarts& starts) {
+  std::size_t column = starts.first;
   std::string result;
-  while (text.size() > width) {
-    std::size_t end = text.rfind(' ', width);
-    if (end == std::string_view::npos) end = text.find(' ', width);
-    if (end == std::string_view::npos) break;
-    result.append(text.substr(0, end)).append("\n");
-    text.remove_prefix(end + 1);
+  for (bool isFirst = true;; isFirst = false) {
+    const std::string_view word = text.substr(0, text.find(' '));
+    const std::size_t columns = columnsOf(word);
+    if (!isFirst && column + 1 + columns <= width) {
+      result += ' ';
+      ++column;
+    } else if (!isFirst) {
+      result.append("\n").append(starts.others, ' ');
+      column = starts.others;
+    }
+    result += word;
+    column += columns;
+    if (word.size() == text.size()) return result;
+    text.remove_prefix(word.size() + 1);
   }
-  return result.append(text);
 }
 
 std::string humanSize(std::uint64_t kib) {

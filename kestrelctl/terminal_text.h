@@ -40,8 +40,18 @@ std::string padLeft(const std::string& text, std::size_t width);
 // Empty where not even the mark has room.
 std::string cutToColumns(const std::string& text, std::size_t width, bool utf8);
 
-// Breaks a text of ASCII into lines of a width, at blanks; only a longer word makes a longer line.
-std::string wrapped(std::string_view text, std::size_t width);
+// How wide sentences are where nothing is narrower: longer lines are hard to read.
+constexpr std::size_t kLineWidth = 80;
+
+// In which columns the lines of a wrapped text begin.
+struct LineStarts {
+  std::size_t first = 0;  // behind a label, perhaps
+  std::size_t others = 0;
+};
+
+// Breaks a printable text into lines that end at a width in columns, at blanks; only a longer word
+// makes a longer line. Its first line gets no blanks in front.
+std::string wrapped(std::string_view text, std::size_t width, const LineStarts& starts = {});
 
 // "80 GiB", "1.5 TiB", "0 KiB".
 std::string humanSize(std::uint64_t kib);

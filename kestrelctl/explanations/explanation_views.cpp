@@ -4,16 +4,12 @@
 #include "kestrelctl/terminal_text.h"
 #include "kestrelctl/views/text_table.h"
 
-#include <algorithm>
 #include <string_view>
 #include <utility>
 
 namespace kestrelvisor::ctl {
 namespace {
 
-// Prose is hard to read in longer lines, and in very short ones.
-constexpr std::size_t kLongestLine = 80;
-constexpr std::size_t kShortestLine = 40;
 constexpr std::size_t kLabelWidth = 12;  // of "comes up in"
 constexpr std::size_t kTextColumn = kLabelWidth + 4;
 
@@ -30,24 +26,18 @@ const char* retryWords(Retry retry) {
 }
 
 // A text that begins in a column, broken into lines that all begin there.
-std::string inColumn(std::string_view text, std::size_t column, const Rendering& rendering) {
-  const std::size_t width = std::clamp(rendering.columns, kShortestLine, kLongestLine);
-  std::string lines;
-  for (const char c : wrapped(text, width - column)) {
-    lines += c;
-    if (c == '\n') lines.append(column, ' ');
-  }
-  return lines;
+std::string wrappedFrom(std::size_t column, std::string_view text, const Rendering& rendering) {
+  return wrapped(text, rendering.columnsOfProse(), {column, column});
 }
 
 std::string paragraph(const char* label, std::string_view text, const Rendering& rendering) {
   return "  " + rendering.bold(padRight(label, kLabelWidth)) + "  " +
-         inColumn(text, kTextColumn, rendering) + "\n";
+         wrappedFrom(kTextColumn, text, rendering) + "\n";
 }
 
 std::string explained(const Explanation& row, const Rendering& rendering) {
   const std::string heading = std::string(row.code) + "  ";
-  return rendering.bold(heading + inColumn(row.title, heading.size(), rendering)) + "\n" +
+  return rendering.bold(heading + wrappedFrom(heading.size(), row.title, rendering)) + "\n" +
          paragraph("kind", kindOfCode(row.kind).meaning, rendering) +
          paragraph("cause", row.cause, rendering) + paragraph("comes up in", row.step, rendering) +
          paragraph("what to do", row.remedy, rendering) +

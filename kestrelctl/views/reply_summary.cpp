@@ -39,11 +39,11 @@ class DatastoreLines {
   std::string write() const {
     std::string text;
     for (const datastore_record& datastore : index_.reply().datastore_records()) {
-      text += ScreenLine(rendering_)
-                  .add("  " + inColumn(nameOf(datastore), nameColumns_, rendering_) +
-                       sizesOf(datastore))
-                  .addDim(remarkOf(datastore))
-                  .text();
+      text +=
+          ScreenLine(rendering_)
+              .add("  " + asCell(nameOf(datastore), nameColumns_, rendering_) + sizesOf(datastore))
+              .addDim(remarkOf(datastore))
+              .text();
     }
     return text.empty() ? text : rendering_.bold("Datastores") + "\n" + text + "\n";
   }

@@ -11,7 +11,7 @@ std::size_t widened(std::size_t width, const std::string& text, const Rendering&
   return rendering.isBounded() || columns <= kWidestColumn ? std::max(width, columns) : width;
 }
 
-std::string inColumn(const std::string& text, std::size_t width, const Rendering& rendering) {
+std::string asCell(const std::string& text, std::size_t width, const Rendering& rendering) {
   if (!rendering.isBounded()) return padRight(text, width);
   return padRight(cutToColumns(text, width, rendering.utf8), width);
 }

@@ -12,7 +12,7 @@ namespace kestrelvisor::ctl {
 std::size_t widened(std::size_t width, const std::string& text, const Rendering& rendering);
 
 // A text filled up with blanks to the width of its column; on a screen it is cut to that.
-std::string inColumn(const std::string& text, std::size_t width, const Rendering& rendering);
+std::string asCell(const std::string& text, std::size_t width, const Rendering& rendering);
 
 // A line of printable texts that ends where the screen does: what has no room any more is cut.
 class ScreenLine {

@@ -156,8 +156,8 @@ class TreeWriter {
   void addMachine(const IndexedObject& object, const MachineColumns& columns,
                   ScreenLine& line) const {
     const std::uint64_t size = object.machine == nullptr ? 0 : object.machine->totalsize();
-    line.add(inColumn(nameOf(object), columns.name, rendering_) + kGap)
-        .addDim(inColumn(show(guestSystemOf(object)), columns.guest, rendering_))
+    line.add(asCell(nameOf(object), columns.name, rendering_) + kGap)
+        .addDim(asCell(show(guestSystemOf(object)), columns.guest, rendering_))
         .add(kGap + padRight(counted(object.disks.size(), "disk"), columns.disks) + kGap +
              padLeft(humanSize(size), kSizeColumns));
   }
@@ -175,7 +175,7 @@ class TreeWriter {
   // Of everything that is not a machine: "production  cluster  5 hosts, 120 machines".
   void addHeading(std::size_t position, const HeadingColumns& columns, ScreenLine& line) const {
     const IndexedObject& object = index_.objects()[position];
-    const std::string cell = inColumn(nameOf(object), columns.name, rendering_);
+    const std::string cell = asCell(nameOf(object), columns.name, rendering_);
     const std::size_t end = cell.find_last_not_of(' ') + 1;
     line.addBold(cell.substr(0, end))
         .add(cell.substr(end) + kGap + padRight(kindOf(object), kKindColumns) + kGap +

@@ -7,8 +7,6 @@
 namespace kestrelvisor::ctl {
 namespace {
 
-constexpr std::size_t kLineWidth = 80;
-
 void add(std::string& list, const std::string& item) { list += (list.empty() ? "" : ", ") + item; }
 
 void addUnlessNone(std::string& list, std::uint64_t count, const std::string& words) {

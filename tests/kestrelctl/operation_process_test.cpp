@@ -1,5 +1,6 @@
 #include "environment.pb.h"
 #include "tests/kestrelctl/fixture.h"
+#include "tests/kestrelctl/widest_line.h"
 
 #include <json/json.h>
 #include <netinet/in.h>
@@ -9,6 +10,8 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <iterator>
+#include <sstream>
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -256,6 +259,44 @@ TEST_F(Certificates, FileWithoutACertificateIsWrongUsage) {
   EXPECT_EQ(run.status, 2);
   EXPECT_THAT(run.talk, HasSubstr("holds no PEM certificate"));
   EXPECT_THAT(manager.journal(), IsEmpty());
+}
+
+class ErrorOnATerminal : public ManagerTest {
+ protected:
+  ErrorOnATerminal() { folder.write("password", "wrong"); }
+
+  const Arguments words =
+      command({"disable-cbt", "/service/sites/3F2A0911/vms/i-00000101", "--yes"});
+  const Setting plain{"", {{"NO_COLOR", "1"}}};
+};
+
+std::vector<std::string> wordsOf(const std::string& text) {
+  std::istringstream stream(text);
+  return std::vector<std::string>(std::istream_iterator<std::string>(stream), {});
+}
+
+TEST_F(ErrorOnATerminal, BreaksItsLinesBetweenWords) {
+  TerminalProgram program(words, plain, 80);
+  EXPECT_EQ(program.wait(), 4);
+
+  EXPECT_LE(widestLine(program.shown()), 80U + 1U) << program.shown();  // with its carriage return
+  EXPECT_EQ(wordsOf(program.shown()), wordsOf(Finished(words).talk));
+}
+
+TEST_F(ErrorOnATerminal, IsAsNarrowAsTheTerminal) {
+  TerminalProgram program(words, plain, 60);
+  EXPECT_EQ(program.wait(), 4);
+
+  EXPECT_LE(widestLine(program.shown()), 60U + 1U) << program.shown();
+}
+
+TEST_F(ErrorOnATerminal, StaysOnOneLineInAPipe) {
+  std::istringstream talk(Finished(words).talk);
+  std::string headline;
+  std::getline(talk, headline);
+
+  EXPECT_THAT(headline, AllOf(StartsWith("kestrelctl: error: "), HasSubstr(" failed: ")));
+  EXPECT_GT(headline.size(), 80U);
 }
 
 // A manager whose site claims another address: where the other server really is, or none at all.

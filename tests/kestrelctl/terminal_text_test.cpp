@@ -34,6 +34,16 @@ TEST(TerminalText, BreaksLinesAtBlanks) {
   EXPECT_EQ(wrapped("word-that-is-longer", 5), "word-that-is-longer");
 }
 
+TEST(TerminalText, LinesBehindTheFirstBeginInTheirOwnColumn) {
+  EXPECT_EQ(wrapped("one two three", 9, {4, 2}), "one\n  two\n  three");
+  EXPECT_EQ(wrapped("one two three", 11, {4, 4}), "one two\n    three");
+  EXPECT_EQ(wrapped("word-that-is-longer b", 9, {4, 2}), "word-that-is-longer\n  b");
+}
+
+TEST(TerminalText, BreaksAtColumnsNotAtBytes) {
+  EXPECT_EQ(wrapped("älter öfter über", 11), "älter öfter\nüber");
+}
+
 TEST(TerminalText, PadsByColumns) {
   EXPECT_EQ(padRight("\xc3\xb8", 3), "\xc3\xb8  ");
   EXPECT_EQ(padLeft("12", 4), "  12");
