@@ -8,6 +8,7 @@
 #include "kestrelctl/libraries.h"
 #include "kestrelctl/reply_file.h"
 #include "kestrelctl/shell_line.h"
+#include "kestrelctl/system_error.h"
 #include "platform/reference/password_cipher.h"
 
 #include <fcntl.h>
@@ -29,10 +30,29 @@ constexpr const char* kInstalledSite = "share/kestrelvisor/sites/sample.json";
 constexpr std::chrono::seconds kStart(30);
 constexpr std::size_t kLongestReadyLine = 256;
 
+// How the simulator ends when it cannot take its arguments or the files that they name.
+constexpr int kSimulatorRefuses = 2;
+
 // Thrown when one of our own commands fails; it has told why itself.
 struct CommandFailed {
   int exitCode;
 };
+
+Failure noSimulator(ExitCode code, const std::string& what) {
+  Failure failure(code, what);
+  failure.hint = "--vrmsim PATH names the simulator, a program called vrmsim";
+  return failure;
+}
+
+// It says on standard error itself what is wrong.
+Failure endedTooEarly(int exitCode, const std::string& inventory) {
+  if (exitCode == kSimulatorRefuses) {
+    return wrongUsage("the simulator cannot serve " + inventory,
+                      "its own words above tell why; --inventory FILE names another site");
+  }
+  return noSimulator(ExitCode::unreachable, "the simulator ended with exit code " +
+                                                std::to_string(exitCode) + " before it was ready");
+}
 
 fs::path ownExecutable() { return fs::read_symlink("/proc/self/exe"); }
 
@@ -53,13 +73,21 @@ std::string findInventory(const DemoOptions& options) {
   throw wrongUsage("the sample site is not there", "name one with --inventory FILE");
 }
 
+Failure noTemporaryFolder(const std::string& why) {
+  return wrongUsage("no temporary folder can be made: " + why,
+                    "let the variable TMPDIR name a folder that you can write to");
+}
+
 // A folder of our own, removed with all that is in it.
 class TemporaryFolder {
  public:
   TemporaryFolder() {
-    path_ = (fs::temp_directory_path() / "kestrelctl-demo-XXXXXX").string();
+    std::error_code error;
+    const fs::path place = fs::temp_directory_path(error);
+    if (error) throw noTemporaryFolder("the place for it is not there");
+    path_ = (place / "kestrelctl-demo-XXXXXX").string();
     if (mkdtemp(path_.data()) == nullptr) {
-      throw wrongUsage("no temporary folder can be made in " + fs::temp_directory_path().string());
+      throw noTemporaryFolder("in " + place.string() + ": " + systemError());
     }
   }
   ~TemporaryFolder() {
@@ -87,11 +115,11 @@ void writePassword(const std::string& path) {
 // The simulated manager, from its ready line to its end.
 class Simulator {
  public:
-  Simulator(const EndingSignals& signals, const std::string& program,
-            const std::vector<std::string>& arguments)
+  Simulator(const EndingSignals& signals, const std::string& program, const std::string& inventory,
+            const TemporaryFolder& folder)
       : output_(signals),
-        process_(signals, program, arguments, output_.writeEnd()),
-        url_(output_.readReadyLine(process_)) {}
+        process_(signals, program, argumentsFor(inventory, folder), output_.writeEnd()),
+        url_(readUrl(inventory)) {}
 
   const std::string& url() const { return url_; }
   int stop() { return process_.stop(); }
@@ -101,32 +129,26 @@ class Simulator {
    public:
     explicit Output(const EndingSignals& signals) : signals_(signals) {
       int ends[2];
-      if (pipe2(ends, O_CLOEXEC) != 0) throw Failure(ExitCode::unreachable, "no pipe can be made");
+      if (pipe2(ends, O_CLOEXEC) != 0) {
+        throw Failure(ExitCode::unreadableAnswer, "no pipe can be made: " + systemError());
+      }
       read_ = Descriptor(ends[0]);
       write_ = Descriptor(ends[1]);
     }
     int writeEnd() const { return write_.get(); }
 
-    std::string readReadyLine(ChildProcess& process) {
+    // The first line; without its end when the program has ended before.
+    std::string readLine() {
       write_.reset();  // so that its end is seen
       const Deadline deadline = std::chrono::steady_clock::now() + kStart;
       std::string line;
       for (char c = '\0'; c != '\n' && line.size() < kLongestReadyLine; line += c) {
         if (!signals_.waitFor(read_.get(), deadline)) {
-          throw Failure(ExitCode::timeLimit, "the simulator that was started does not answer");
+          throw noSimulator(ExitCode::timeLimit, "the simulator that was started does not answer");
         }
         if (::read(read_.get(), &c, 1) != 1) break;
       }
-      const std::string mark = kReadyMark;
-      if (line.compare(0, mark.size(), mark) == 0 && line.back() == '\n') {
-        return line.substr(mark.size(), line.size() - mark.size() - 1);
-      }
-      if (!line.empty()) {
-        throw Failure(ExitCode::unreachable, "what was started is no simulator: it says " + line);
-      }
-      throw Failure(ExitCode::unreachable, "the simulator ended with exit code " +
-                                               std::to_string(process.wait()) +
-                                               " before it was ready");
+      return line;
     }
 
    private:
@@ -134,6 +156,23 @@ class Simulator {
     Descriptor read_;
     Descriptor write_;
   };
+
+  static std::vector<std::string> argumentsFor(const std::string& inventory,
+                                               const TemporaryFolder& folder) {
+    return {"--tls",  "--cert-out", folder.file("manager.pem"), "--inventory",          inventory,
+            "--user", kUser,        "--password-file",          folder.file("password")};
+  }
+
+  std::string readUrl(const std::string& inventory) {
+    const std::string line = output_.readLine();
+    const std::string mark = kReadyMark;
+    if (line.starts_with(mark) && line.back() == '\n') {
+      return line.substr(mark.size(), line.size() - mark.size() - 1);
+    }
+    if (line.empty()) throw endedTooEarly(process_.wait(), inventory);
+    throw noSimulator(ExitCode::unreachable, "what was started is no simulator: it says " +
+                                                 line.substr(0, line.find('\n')));
+  }
 
   Output output_;
   ChildProcess process_;
@@ -200,9 +239,7 @@ ExitCode runDemo(const DemoOptions& options) {
   const TemporaryFolder folder;
   writePassword(folder.file("password"));
   announce("A simulated manager on this machine, over HTTPS");
-  Simulator simulator(signals, program,
-                      {"--tls", "--cert-out", folder.file("manager.pem"), "--inventory", inventory,
-                       "--user", kUser, "--password-file", folder.file("password")});
+  Simulator simulator(signals, program, inventory, folder);
   say("vrmsim serves " + inventory + " on " + simulator.url());
   try {
     showEverything(options, signals, folder, simulator.url());

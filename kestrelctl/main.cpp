@@ -7,6 +7,7 @@
 #include <csignal>
 #include <exception>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace kestrelvisor::ctl {
@@ -36,6 +37,16 @@ int fail(const Failure& failure, std::optional<OutputFormat> form) {
   return static_cast<int>(failure.exitCode);
 }
 
+// Of what nobody has foreseen.
+Failure unforeseen(const std::exception& error) {
+  Failure failure(ExitCode::unreadableAnswer,
+                  std::string("kestrelctl did not expect this: ") + error.what());
+  failure.hint =
+      "memory may have run out; where it has not, report this line with what kestrelctl version "
+      "prints";
+  return failure;
+}
+
 int runProgram(int argc, char** argv) {
   prepareStreams();
   const std::optional<OutputFormat> form = errorFormOf(argc, argv);
@@ -55,7 +66,7 @@ int runProgram(int argc, char** argv) {
   } catch (const Failure& failure) {
     return fail(failure, form);
   } catch (const std::exception& error) {
-    return fail(Failure(ExitCode::unreadableAnswer, error.what()), form);
+    return fail(unforeseen(error), form);
   }
 }
 

@@ -100,11 +100,35 @@ TEST_F(Demo, SimulatorThatIsNotThereIsWrongUsage) {
   EXPECT_THAT(run.talk, HasSubstr("build the target vrmsim"));
 }
 
+TEST_F(Demo, SiteThatTheSimulatorCannotServeIsWrongUsage) {
+  const std::string site = folder.write("site.json", "no site");
+
+  const Finished run(command({"--inventory", site}), setting());
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("the simulator cannot serve " + site),
+                              HasSubstr("--inventory FILE names another site")));
+  EXPECT_TRUE(noChildIsLeft());
+  EXPECT_TRUE(scratchIsEmpty());
+}
+
+TEST_F(Demo, PlaceForFilesThatIsNotThereIsWrongUsage) {
+  const Finished run(command(), {"", {{"TMPDIR", folder.file("missing")}}});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("no temporary folder can be made"),
+                              HasSubstr("let the variable TMPDIR name a folder")));
+}
+
 TEST_F(Demo, SimulatorThatEndsAtOnceIsTold) {
-  const Finished run(command({"--inventory", folder.write("site.json", "no site")}), setting());
+  const std::string program = folder.write("short", "#!/bin/sh\nexit 4\n");
+  std::filesystem::permissions(program, std::filesystem::perms(0700));
+
+  const Finished run({"demo", "--vrmsim", program, "--save", saved}, setting());
 
   EXPECT_EQ(run.status, 5);
-  EXPECT_THAT(run.talk, HasSubstr("the simulator ended with exit code 2 before it was ready"));
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("the simulator ended with exit code 4 before it was ready"),
+                              HasSubstr("--vrmsim PATH names the simulator")));
   EXPECT_TRUE(noChildIsLeft());
   EXPECT_TRUE(scratchIsEmpty());
 }

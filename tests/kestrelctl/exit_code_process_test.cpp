@@ -139,6 +139,18 @@ TEST_F(ExitCodes, ExceptionFromTheEngineIs9) {
   errorOf(Finished(command({"verify", "-o", "json"})), 9, "unreadableAnswer");
 }
 
+TEST(ExitCodeOfAnException, ThatNobodyExpectedIs9) {
+  const std::string line = std::string("ulimit -v 500000; exec ") + KESTRELCTL_EXECUTABLE +
+                           " show -o json - < /dev/zero";
+  vrmsim::test::Process run("/bin/sh", {"-c", line});
+
+  const std::string talk = run.errors();
+  EXPECT_EQ(run.wait(), 9);
+  EXPECT_THAT(talk, HasSubstr("kestrelctl did not expect this: std::bad_alloc"));
+  const Json::Value error = parsedAnswer(run.restOfOutput())["error"];
+  EXPECT_THAT(error["hint"].asString(), HasSubstr("memory may have run out"));
+}
+
 TEST_F(ExitCodes, ErrorAsALineIsALine) {
   const Finished run({"scan", "-o", "jsonl"});
 
