@@ -4,6 +4,7 @@
 #include "kestrelctl/failure.h"
 #include "kestrelctl/help_formatter.h"
 #include "kestrelctl/suggestion.h"
+#include "kestrelctl/usage_errors.h"
 
 #include <CLI/CLI.hpp>
 
@@ -83,37 +84,6 @@ void refuseUnknownCommand(const CLI::App& app, int argc, const char* const* argv
                    nearest.empty() ? kHelp : "did you mean \"kestrelctl " + nearest + "\"?");
 }
 
-std::vector<std::string> optionNames(const CLI::App& command) {
-  std::vector<std::string> names;
-  for (const CLI::Option* option : command.get_options()) {
-    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
-  }
-  return names;
-}
-
-// The first option that the command does not know; an empty text when there is none.
-std::string unknownOption(const CLI::App& command) {
-  for (const std::string& extra : command.remaining()) {
-    if (extra.size() > 1 && extra.front() == '-') return extra.substr(0, extra.find('='));
-  }
-  return {};
-}
-
-Failure failureOf(const CLI::App& command, const CLI::ParseError& error) {
-  const std::string& name = command.get_name();
-  const bool isWhole = command.get_parent() == nullptr;
-  const std::string help =
-      (isWhole ? name : "kestrelctl " + name) + " --help shows options and examples";
-  if (const std::string unknown = unknownOption(command); !unknown.empty()) {
-    const std::string meant = nearestWord(unknown, optionNames(command));
-    return wrongUsage(name + ": there is no option " + unknown,
-                      meant.empty() ? help : "did you mean " + meant + "?");
-  }
-  std::string what = error.what();
-  while (!what.empty() && what.back() == '\n') what.pop_back();
-  return wrongUsage(name + ": " + what, help);
-}
-
 const char* headingOf(CommandGroup group) {
   switch (group) {
     case CommandGroup::manager:
@@ -160,7 +130,7 @@ bool parse(CLI::App& app, int argc, const char* const* argv) {
     return false;
   } catch (const CLI::ParseError& error) {
     const CLI::App* const named = namedApp(app);
-    throw failureOf(named == nullptr ? app : *named, error);
+    throw usageFailure(named == nullptr ? app : *named, error);
   }
   return true;
 }

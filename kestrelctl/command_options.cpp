@@ -34,7 +34,7 @@ CLI::Option* addChoice(CLI::App& app, const char* name, Value& target,
                        const std::string& description) {
   const auto take = [&target, choices](const std::string& word) { target = choices.at(word); };
   return app.add_option_function<std::string>(name, take, description)
-      ->check(CLI::IsMember(choices).description(""));
+      ->check(CLI::IsMember(choices));
 }
 
 int levelNumber(const std::string& word) {

@@ -136,7 +136,7 @@ void FindCommand::declareFilter(CLI::App& app) {
                                 "other or all");
   std::set<std::string> kinds{kEveryKind};
   for (const ItemKind known : kItemKinds) kinds.insert(itemKindName(known));
-  kind->check(CLI::IsMember(kinds).description(""));
+  kind->check(CLI::IsMember(kinds));
   add("--name", filter_.names, "GLOB", "Its name");
   add("--guest", filter_.guestSystems, "GLOB", "Guest system of the machine");
   add("--group", groups_, "GROUP", "Group of the machine: general, \"open stack\", KM, VDI, other");

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <regex>
+#include <sstream>
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -15,10 +16,19 @@ using ::testing::AllOf;
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::Lt;
+using ::testing::StartsWith;
 
 constexpr std::array<const char*, 10> kCommands{
     "verify",           "scan", "show",   "find", "diff", "disable-cbt", "explain",
     "encrypt-password", "demo", "version"};
+
+// A text with one blank between its words, however its lines are broken.
+std::string wordsOf(const std::string& text) {
+  std::istringstream stream(text);
+  std::string words;
+  for (std::string word; stream >> word;) words += " " + word;
+  return words;
+}
 
 TEST(Usage, HelpStartsWithExamplesAndGoesToStandardOutput) {
   const Finished run({"--help"});
@@ -101,7 +111,7 @@ TEST(Version, IsTheFirstLineOfBothForms) {
 
   EXPECT_EQ(option.status, 0);
   EXPECT_EQ(option.output, "kestrelctl " KESTRELCTL_VERSION "\n");
-  EXPECT_THAT(command.output, ::testing::StartsWith(option.output));
+  EXPECT_THAT(command.output, StartsWith(option.output));
 }
 
 TEST(Version, NamesTheLibraries) {
@@ -159,6 +169,75 @@ TEST(Usage, MistypedOptionNamesTheNearest) {
   EXPECT_THAT(run.talk, AllOf(HasSubstr("there is no option --mangaer"),
                               HasSubstr("did you mean --manager?")));
 }
+
+struct WrongWords {
+  const char* name;
+  Arguments words;
+  const char* what;
+  const char* hint;
+};
+class WrongCommandLine : public ::testing::TestWithParam<WrongWords> {};
+
+TEST_P(WrongCommandLine, IsToldInPlainWords) {
+  const Finished run(GetParam().words);
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, StartsWith(std::string("kestrelctl: error: ") + GetParam().what + "\n"));
+  EXPECT_THAT(wordsOf(run.talk), HasSubstr(std::string(" what to do ") + GetParam().hint));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Usage, WrongCommandLine,
+    ::testing::Values(
+        WrongWords{"WordTooMany",
+                   {"diff", "a.pb", "b.pb", "c.pb"},
+                   "diff: \"c.pb\" is one word too many",
+                   "kestrelctl diff --help shows options and examples"},
+        WrongWords{"WordTooManyBehindSeveral",
+                   {"explain", "curl", "60", "7"},
+                   "explain: \"7\" is one word too many",
+                   "kestrelctl explain --help shows options and examples"},
+        WrongWords{"SecondCommand",
+                   {"version", "demo"},
+                   "version: \"demo\" is one word too many",
+                   "kestrelctl version --help shows options and examples"},
+        WrongWords{"MissingValue",
+                   {"verify", "--timeout"},
+                   "verify: --timeout needs a value",
+                   "write it as --timeout TIME"},
+        WrongWords{"MissingChoice",
+                   {"version", "-o"},
+                   "version: --output needs a value",
+                   "write it as --output FORM, which is one of json, jsonl, text"},
+        WrongWords{"MistypedChoice",
+                   {"show", "a.pb", "-o", "jsno"},
+                   "show: --output cannot be \"jsno\"",
+                   "did you mean json?"},
+        WrongWords{"StrangeChoice",
+                   {"scan", "--log-level", "foo"},
+                   "scan: --log-level cannot be \"foo\"",
+                   "it is one of trace, info, note, warning, error, off"},
+        WrongWords{"SecondOfSeveralChoices",
+                   {"find", "--kind", "disk", "--kind", "hots"},
+                   "find: --kind cannot be \"hots\"",
+                   "did you mean host?"},
+        WrongWords{"OptionGivenTwice",
+                   {"verify", "--timeout", "1s", "--timeout", "2s"},
+                   "verify: --timeout is given more than once",
+                   "leave out all but one"},
+        WrongWords{"SwitchWithAnotherWord",
+                   {"diff", "a.pb", "b.pb", "--stat=often"},
+                   "diff: --stat: \"often\" is neither true nor false",
+                   "--stat alone means true"},
+        WrongWords{"OptionsThatExcludeEachOther",
+                   {"encrypt-password", "--password-stdin", "--password-file", "x"},
+                   "encrypt-password: --password-file and --password-stdin exclude each other",
+                   "leave out one of them"},
+        WrongWords{"MissingArgument",
+                   {"show"},
+                   "show: FILE is required",
+                   "kestrelctl show --help shows options and examples"}),
+    [](const auto& row) { return std::string(row.param.name); });
 
 TEST(Usage, NoCommandIsWrong) { EXPECT_EQ(Finished({}).status, 2); }
 
