@@ -9,7 +9,10 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kestrelvisor::ctl {
@@ -37,7 +40,7 @@ constexpr const char* kDescription =
     "changed-block tracking off on a virtual machine.";
 
 constexpr const char* kFooter =
-    "kestrelctl COMMAND --help shows a command's options and examples. Results go to\n"
+    "kestrelctl help COMMAND shows a command's options and examples. Results go to\n"
     "standard output, everything else to standard error. With -o json a failure is an\n"
     "object on standard output too.\n"
     "\n"
@@ -62,23 +65,39 @@ constexpr const char* kFooter =
     "  SSL_CERT_DIR, OPENSSL_CONF[_INCLUDE], OPENSSL_MODULES, OPENSSL_ENGINES\n"
     "                                    obeyed with --use-environment alone";
 
+constexpr std::string_view kHelpWord = "help";
+
 std::vector<std::string> commandNames(const CLI::App& app) {
   std::vector<std::string> names;
   for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
   return names;
 }
 
+using CommandWords = std::vector<const char*>;
+
+// The words of a command line, the program's name first. "help scan" is another way to say "scan
+// --help", and so is "help" alone for "--help".
+CommandWords withHelpAsOption(int argc, const char* const* argv) {
+  CommandWords words(argv, argv + argc);
+  if (argc < 2 || words[1] != kHelpWord) return words;
+  words.erase(words.begin() + 1);
+  const bool isOfCommand = words.size() > 1 && words[1] != kHelpWord;
+  words.insert(words.begin() + (isOfCommand ? 2 : 1), "--help");
+  return words;
+}
+
 // CLI11 would only say that something is missing or too much.
-void refuseUnknownCommand(const CLI::App& app, int argc, const char* const* argv) {
+void refuseUnknownCommand(const CLI::App& app, const CommandWords& words) {
   constexpr const char* kHelp = "kestrelctl --help shows commands and examples";
-  if (argc < 2) throw wrongUsage("no command is named", kHelp);
-  const std::string first = argv[1];
-  const std::vector<std::string> names = commandNames(app);
+  if (words.size() < 2) throw wrongUsage("no command is named", kHelp);
+  const std::string first = words[1];
+  std::vector<std::string> names = commandNames(app);
   const bool known = std::find(names.begin(), names.end(), first) != names.end();
   if (known || first == "-h" || first == "--help" || first == "--version") return;
   if (!first.empty() && first.front() == '-') {
     throw wrongUsage("the command comes before its options, but " + first + " comes first", kHelp);
   }
+  names.emplace_back(kHelpWord);
   const std::string nearest = nearestWord(first, names);
   throw wrongUsage("there is no command \"" + first + "\"",
                    nearest.empty() ? kHelp : "did you mean \"kestrelctl " + nearest + "\"?");
@@ -118,9 +137,9 @@ std::string helpText(std::string page) {
 }
 
 // Whether a command is to run: help and version have said all.
-bool parse(CLI::App& app, int argc, const char* const* argv) {
+bool parse(CLI::App& app, const CommandWords& words) {
   try {
-    app.parse(argc, argv);
+    app.parse(static_cast<int>(words.size()), words.data());
   } catch (const CLI::CallForHelp&) {
     const CLI::App* const named = namedApp(app);
     printResult(helpText(named == nullptr ? app.help() : named->help("kestrelctl")));
@@ -146,8 +165,9 @@ std::unique_ptr<Command> readCommandLine(int argc, const char* const* argv) {
   std::vector<std::unique_ptr<Command>> commands = allCommands();
   for (const auto& command : commands) addCommand(app, *command);
 
-  refuseUnknownCommand(app, argc, argv);
-  if (!parse(app, argc, argv)) return nullptr;
+  const CommandWords words = withHelpAsOption(argc, argv);
+  refuseUnknownCommand(app, words);
+  if (!parse(app, words)) return nullptr;
   const CLI::App& named = *namedApp(app);
   const auto chosen = std::find_if(commands.begin(), commands.end(), [&](const auto& command) {
     return named.get_name() == command->words().name;

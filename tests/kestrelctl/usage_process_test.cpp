@@ -48,6 +48,25 @@ TEST(Usage, EachCommandHasHelpWithExamples) {
   }
 }
 
+TEST(Usage, HelpIsACommandToo) {
+  EXPECT_EQ(Finished({"help"}).output, Finished({"--help"}).output);
+  EXPECT_EQ(Finished({"help", "help"}).output, Finished({"--help"}).output);
+  EXPECT_EQ(Finished({"help", "--help"}).output, Finished({"--help"}).output);
+  for (const char* const command : kCommands) {
+    const Finished run({"help", command});
+    EXPECT_EQ(run.status, 0) << command;
+    EXPECT_EQ(run.output, Finished({command, "--help"}).output);
+  }
+}
+
+TEST(Usage, HelpForAMistypedCommandNamesTheNearest) {
+  const Finished run({"help", "scna"});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, HasSubstr("did you mean \"kestrelctl scan\"?"));
+  EXPECT_THAT(Finished({"hlep"}).talk, HasSubstr("did you mean \"kestrelctl help\"?"));
+}
+
 // The page of the program and that of each command.
 std::vector<std::string> helpPages() {
   std::vector<std::string> pages{Finished({"--help"}).output};
