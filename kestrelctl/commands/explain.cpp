@@ -23,11 +23,9 @@ constexpr const char* kExamples =
 
 using Rows = std::vector<const Explanation*>;
 
-std::string kindNames() {
-  std::string names;
-  for (const KindOfCode& kind : kindsOfCode()) {
-    names += (names.empty() ? "" : ", ") + std::string(kind.name);
-  }
+std::vector<std::string> kindNames() {
+  std::vector<std::string> names;
+  for (const KindOfCode& kind : kindsOfCode()) names.emplace_back(kind.name);
   return names;
 }
 
@@ -48,19 +46,31 @@ Rows allRows() {
 
 const KindOfCode& readKind(const std::string& word) {
   if (const KindOfCode* const kind = kindNamed(word)) return *kind;
-  std::vector<std::string> names;
-  for (const KindOfCode& kind : kindsOfCode()) names.emplace_back(kind.name);
+  const std::vector<std::string> names = kindNames();
   const std::string meant = nearestWord(word, names);
-  throw wrongUsage("explain: there is no kind of code \"" + word + "\"",
-                   meant.empty() ? "the kinds are " + kindNames() : "did you mean " + meant + "?");
+  throw wrongUsage(
+      "explain: there is no kind of code \"" + word + "\"",
+      meant.empty() ? "the kinds are " + joined(names) : "did you mean " + meant + "?");
 }
 
-Failure unknownCode(const std::string& code, const Rows& known) {
+// known are the codes that were looked through; otherwise says where more can be found.
+Failure unknownCode(const std::string& what, const std::string& code, const Rows& known,
+                    const std::string& otherwise) {
   const std::string meant = nearestWord(code, knownCodes(known));
-  return wrongUsage("explain: nothing is known about the code \"" + code + "\"",
-                    meant.empty()
-                        ? "the kinds are " + kindNames() + "; explain KIND lists the codes of one"
-                        : "did you mean " + meant + "?");
+  return wrongUsage("explain: " + what + " \"" + code + "\"",
+                    meant.empty() ? otherwise : "did you mean " + meant + "?");
+}
+
+Failure unknownCode(const std::string& code) {
+  return unknownCode(
+      "nothing is known about the code", code, allRows(),
+      "the kinds are " + joined(kindNames()) + "; explain KIND lists the codes of one");
+}
+
+Failure unknownCodeOf(const KindOfCode& kind, const std::string& code) {
+  const std::string name = kind.name;
+  return unknownCode("the kind " + name + " has no code", code, explanationsOf(kind.kind),
+                     "kestrelctl explain " + name + " lists its codes");
 }
 
 class ExplainCommand : public Command {
@@ -96,12 +106,12 @@ Rows ExplainCommand::chosenRows() const {
   if (words_.size() == 1) {
     if (const KindOfCode* const kind = kindNamed(words_[0])) return explanationsOf(kind->kind);
     const Rows rows = explanationsOf(words_[0]);
-    if (rows.empty()) throw unknownCode(words_[0], allRows());
+    if (rows.empty()) throw unknownCode(words_[0]);
     return rows;
   }
   const KindOfCode& kind = readKind(words_[0]);
   const Explanation* const row = explanationOf(kind.kind, words_[1]);
-  if (row == nullptr) throw unknownCode(words_[1], explanationsOf(kind.kind));
+  if (row == nullptr) throw unknownCodeOf(kind, words_[1]);
   return {row};
 }
 

@@ -131,6 +131,15 @@ TEST(Explain, UnknownCodeIsWrongUsageAndNamesTheNearest) {
   EXPECT_THAT(Finished({"explain", "nonsense"}).talk, HasSubstr("the kinds are exit, status"));
 }
 
+TEST(Explain, UnknownCodeOfAKindTellsWhereThoseOfTheKindAre) {
+  const Finished run({"explain", "exit", "255"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("explain: the kind exit has no code \"255\""),
+                              HasSubstr("kestrelctl explain exit lists its codes")));
+
+  EXPECT_THAT(Finished({"explain", "status", "1044"}).talk, HasSubstr("did you mean 104?"));
+}
+
 TEST(Explain, UnknownKindNamesTheNearest) {
   const Finished run({"explain", "crul", "60"});
 
