@@ -15,7 +15,7 @@ constexpr std::size_t kMostSystemsNamed = 3;
 // What was seen of machines that changed while the scan ran may be otherwise the next time.
 constexpr const char* kScanAgain = "; scan again to be sure";
 
-// "Linux 998, Other 7 and 2 others".
+// "Linux number 998, Other number 7 and 2 others".
 std::string namesOf(const std::vector<MachineLedger::UnknownSystem>& systems) {
   const std::size_t named = std::min(systems.size(), kMostSystemsNamed);
   std::string names;

@@ -83,9 +83,9 @@ std::string shortened(std::string text) {
 std::string systemOf(const Json::Value& machine) {
   const Json::Value& options = member(machine, "osOptions");
   const std::string type = text(options, "osType");
-  std::string system =
-      type.empty() ? text(options, "guestOSName") : type + " " + text(options, "osVersion");
-  return shortened(std::move(system));
+  if (type.empty()) return shortened(text(options, "guestOSName"));
+  const std::string number = text(options, "osVersion");
+  return shortened(type + (number.empty() ? " without a number" : " number " + number));
 }
 
 std::optional<UrnHash> identityOf(const Json::Value& object) {

@@ -131,7 +131,7 @@ TEST_F(ScanAccounting, UnknownGuestSystemIsAWarning) {
 
   EXPECT_EQ(run.status, 0);
   EXPECT_THAT(run.talk, HasSubstr("warning: the manager's list of guest systems lacks that of 1 "
-                                  "machine: Linux 99887\n"));
+                                  "machine: Linux number 99887\n"));
 }
 
 TEST_F(ScanAccounting, WarningIsWrappedOnATerminal) {
