@@ -44,9 +44,13 @@ int levelNumber(const std::string& word) {
 }
 
 void checkUser(const std::string& user) {
-  if (user.empty()) throw wrongUsage("--user: no name is given");
+  if (user.empty()) {
+    throw wrongUsage("--user: no name is given",
+                     "name an account; a variable that is not set gives none");
+  }
   if (std::any_of(user.begin(), user.end(), isControlByte)) {
-    throw wrongUsage("--user: a line end or control character in the name");
+    throw wrongUsage("--user: a line end or control character in the name",
+                     "give the account's name alone, on one line");
   }
 }
 

@@ -63,7 +63,11 @@ void readFromStandardInput(const Deadline& deadline, std::string& password) {
       throw wrongUsage("--password-stdin: " + systemError());
     }
   }
-  if (filled > kLongestPassword) throw wrongUsage("--password-stdin: the password is too long");
+  if (filled > kLongestPassword) {
+    throw wrongUsage("--password-stdin: the password is too long",
+                     "it may have " + std::to_string(kLongestPassword) +
+                         " bytes, and standard input must hold nothing else");
+  }
   password.resize(filled);
 }
 
@@ -104,7 +108,10 @@ void dropClosingLineEnd(std::string& password) {
 }
 
 void refuseUnusable(const std::string& password) {
-  if (password.empty()) throw wrongUsage("the password is empty");
+  if (password.empty()) {
+    throw wrongUsage("the password is empty",
+                     "see to it that its source gives the password on its first line");
+  }
   constexpr std::string_view kForbidden("\r\n\0", 3);
   if (password.find_first_of(kForbidden) != std::string::npos) {
     throw wrongUsage("the password holds a line end or a NUL",

@@ -28,7 +28,7 @@ Failure unusable(const std::string& path, const std::string& problem) {
 }
 
 Failure cannotRead(const std::string& path, int error) {
-  return wrongUsage(shownName(path) + " cannot be read: " + std::generic_category().message(error));
+  return unusable(path, "cannot be read: " + std::generic_category().message(error));
 }
 
 Descriptor openReply(const std::string& path) {

@@ -109,7 +109,10 @@ void DisableCbtCommand::confirm() const {
     throw wrongUsage("disable-cbt asks first, and there is no terminal to ask on",
                      "--yes goes ahead without asking; --dry-run shows the request alone");
   }
-  if (!isYes(answer)) throw wrongUsage("disable-cbt: not confirmed, so nothing was sent");
+  if (!isYes(answer)) {
+    throw wrongUsage("disable-cbt: not confirmed, so nothing was sent",
+                     "only y or yes goes ahead; --yes goes ahead without asking");
+  }
 }
 
 ExitCode DisableCbtCommand::showRequest() const {

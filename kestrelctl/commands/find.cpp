@@ -176,7 +176,9 @@ void FindCommand::finishSource(const CLI::App& app) {
       throw wrongUsage("find: neither a reply nor a manager is named",
                        "--reply FILE looks in a kept reply, --manager URL asks a manager");
     }
-    if (app.count("--user") == 0) throw wrongUsage("find: --user is required with --manager");
+    if (app.count("--user") == 0)
+      throw wrongUsage("find: --user is required with --manager",
+                       "--user NAME names an account on it");
     request_ = arguments_.read(app);
     request_.kind = OperationKind::scan;
     return;

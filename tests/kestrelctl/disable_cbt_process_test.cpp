@@ -46,7 +46,8 @@ TEST_F(DisableCbtQuestion, AnythingElseSendsNothing) {
     program.type(answer);
 
     EXPECT_EQ(program.wait(), 2) << answer;
-    EXPECT_THAT(program.shown(), HasSubstr("not confirmed, so nothing was sent"));
+    EXPECT_THAT(program.shown(), AllOf(HasSubstr("not confirmed, so nothing was sent"),
+                                       HasSubstr("--yes goes ahead without asking")));
   }
   EXPECT_THAT(manager.journal(), IsEmpty());
   EXPECT_TRUE(isOn());

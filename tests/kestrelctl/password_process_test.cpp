@@ -55,7 +55,10 @@ TEST_F(Password, FileWithSeveralLinesIsRefused) {
 }
 
 TEST_F(Password, EmptyOneIsRefused) {
-  EXPECT_EQ(Finished(verifyWith({"--password-stdin"}), {"\n", {}}).status, 2);
+  const Finished run(verifyWith({"--password-stdin"}), {"\n", {}});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("the password is empty"), HasSubstr("on its first line")));
 }
 
 TEST_F(Password, ComesFromStandardInput) {

@@ -72,7 +72,8 @@ TEST_F(Show, FileThatIsNotThereIsWrongUsage) {
   const Finished run({"show", folder.file("missing")});
 
   EXPECT_EQ(run.status, 2);
-  EXPECT_THAT(run.talk, HasSubstr("missing cannot be read: No such file or directory"));
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("missing cannot be read: No such file or directory"),
+                              HasSubstr("kestrelctl scan --save FILE keeps a reply")));
 }
 
 TEST_F(Show, ResultThatFindsNoRoomIsPartialAndTellsWhy) {

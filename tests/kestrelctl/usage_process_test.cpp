@@ -290,7 +290,15 @@ TEST(Usage, LineEndsInAddressAndUserAreRefused) {
   EXPECT_EQ(Finished({"verify", "--manager", "http://vrm\r\nX: y", "--user", "backup"}).status, 2);
   const Finished run({"verify", "--manager", "http://vrm", "--user", "backup\r\nX-Auth-Key: y"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_THAT(run.talk, HasSubstr("--user: a line end"));
+  EXPECT_THAT(run.talk,
+              AllOf(HasSubstr("--user: a line end"), HasSubstr("name alone, on one line")));
+}
+
+TEST(Usage, EmptyUserIsWrong) {
+  const Finished run({"verify", "--manager", "https://vrm", "--user", ""});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("--user: no name is given"), HasSubstr("name an account")));
 }
 
 TEST(Usage, TwoCommandsAreWrong) {
