@@ -66,10 +66,11 @@ void refusePlaintext(const ConnectionOptions& connection) {
                    "name the manager with https://, or say --allow-plaintext");
 }
 
-// Programs that read the objects would find lines of the log between them.
+// Programs know the objects by the brace that begins them, as no line of our own talk does. A line
+// of the log may begin with anything.
 void refuseMixedLines(const OperationRequest& request) {
   if (request.progress != ProgressMode::jsonl || !request.log.goesToTalk()) return;
-  throw wrongUsage("--progress jsonl and the log cannot share standard error",
+  throw wrongUsage("--progress jsonl: lines of the log could be taken for its objects",
                    "--log-file FILE puts the log elsewhere");
 }
 
