@@ -2,10 +2,16 @@
 #include "kestrelctl/command_options.h"
 #include "kestrelctl/commands/commands.h"
 #include "kestrelctl/console.h"
+#include "kestrelctl/documents/operation_documents.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/file_replacement.h"
 #include "kestrelctl/libraries.h"
 #include "platform/reference/password_cipher.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -13,7 +19,9 @@ namespace {
 constexpr const char* kExamples =
     "Examples:\n"
     "  kestrelctl encrypt-password --new-key backup.key   # makes the key and uses it\n"
-    "  KESTRELVISOR_PASSWORD_KEY_FILE=backup.key kestrelctl encrypt-password\n";
+    "  KESTRELVISOR_PASSWORD_KEY_FILE=backup.key kestrelctl encrypt-password\n"
+    "  pass show vrm | kestrelctl encrypt-password --new-key backup.key \\\n"
+    "      --password-stdin -o json | jq -r .cipher\n";
 
 // Makes a key, keeps it in a new file and uses it.
 void makeKey(const std::string& path) {
@@ -41,11 +49,13 @@ class EncryptPasswordCommand : public Command {
 
   PasswordSource password_;
   std::string newKeyFile_;  // empty: the key comes from the environment
+  OutputFormat format_ = OutputFormat::text;
 };
 
 void EncryptPasswordCommand::declareOptions(CLI::App& app) {
   addFileOption(app, "--new-key", newKeyFile_,
                 "Make a fresh key, write it to this new file and use it");
+  addFormatOption(app, format_, {OutputFormat::text, OutputFormat::json, OutputFormat::jsonl});
   addPasswordOptions(app, password_);
 }
 
@@ -63,13 +73,16 @@ ExitCode EncryptPasswordCommand::run() {
   checkKey();
   std::string password;
   const WipeOnExit wipe(password);
-  warnOf(fetchPassword(password_, "Password to encrypt: ", std::nullopt, password).warnings);
+  const std::vector<Warning> warnings =
+      fetchPassword(password_, "Password to encrypt: ", std::nullopt, password).warnings;
+  warnOf(warnings);
   if (!newKeyFile_.empty()) makeKey(newKeyFile_);
   std::string cipher;
   std::string problem;
   if (!encryptPassword(password, cipher, problem)) throw wrongUsage(problem);
   forgetPasswordKey();
-  printResult(cipher + "\n");
+  printResult(format_ == OutputFormat::text ? cipher + "\n"
+                                            : cipherDocument(cipher, warnings, format_));
   return ExitCode::success;
 }
 

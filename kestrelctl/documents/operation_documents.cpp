@@ -57,4 +57,12 @@ std::string dryRunDocument(const OperationRequest& request, const PlannedRequest
   return jsonText(document, form);
 }
 
+std::string cipherDocument(const std::string& cipher, const std::vector<Warning>& warnings,
+                           OutputFormat form) {
+  Json::Value document = emptyJsonObject();
+  document["cipher"] = cipher;
+  document["warnings"] = jsonOf(warnings);
+  return jsonText(document, form);
+}
+
 }  // namespace kestrelvisor::ctl

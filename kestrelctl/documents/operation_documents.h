@@ -3,12 +3,14 @@
 #include "kestrelctl/cbt_request.h"
 #include "kestrelctl/operation.h"
 #include "kestrelctl/output_format.h"
+#include "kestrelctl/warning.h"
 
 #include <string>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 
-// What operations gave, as documents for programs; form is json or jsonl.
+// What commands gave, as documents for programs; form is json or jsonl.
 
 std::string verifyDocument(const OperationRequest& request, const OperationResult& result,
                            OutputFormat form);
@@ -18,6 +20,10 @@ std::string disableCbtDocument(const OperationRequest& request, const OperationR
 
 // A request that was not sent.
 std::string dryRunDocument(const OperationRequest& request, const PlannedRequest& planned,
+                           OutputFormat form);
+
+// A password that was encrypted.
+std::string cipherDocument(const std::string& cipher, const std::vector<Warning>& warnings,
                            OutputFormat form);
 
 }  // namespace kestrelvisor::ctl

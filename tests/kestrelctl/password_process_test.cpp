@@ -279,6 +279,19 @@ TEST(EncryptPassword, GivesTheFormThatThePlatformReads) {
   forgetPasswordKey();
 }
 
+TEST(EncryptPassword, GivesProgramsADocumentWithItsWarnings) {
+  const TemporaryFolder folder;
+
+  const Finished run({"encrypt-password", "--new-key", folder.file("key"), "-o", "json"},
+                     {"", {{"KESTRELVISOR_PASSWORD", kSecret}}});
+
+  ASSERT_EQ(run.status, 0) << run.talk;
+  const Json::Value document = parsedAnswer(run.output);
+  EXPECT_THAT(document["cipher"].asString(), StartsWith("kv1:"));
+  ASSERT_EQ(document["warnings"].size(), 1U);
+  EXPECT_EQ(document["warnings"][0]["kind"], "password-in-environment");
+}
+
 TEST(EncryptPassword, NeverOverwritesAKey) {
   const TemporaryFolder folder;
   const std::string key = folder.write("key", "precious");

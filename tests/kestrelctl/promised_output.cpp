@@ -19,7 +19,7 @@ struct Promise {
   const char* document;  // schema with -o json
   const char* line;      // and of each line with -o jsonl
 };
-constexpr std::array<Promise, 8> kPromises{{
+constexpr std::array<Promise, 9> kPromises{{
     {"verify", "verify", "verify"},
     {"scan", "reply", "reply-line"},
     {"show", "reply", "reply-line"},
@@ -28,6 +28,7 @@ constexpr std::array<Promise, 8> kPromises{{
     {"disable-cbt", "disable-cbt", "disable-cbt"},
     {"explain", "explain", "explain-line"},
     {"version", "version", "version"},
+    {"encrypt-password", "encrypt-password", "encrypt-password"},
 }};
 
 bool has(const Arguments& arguments, const std::string& word) {
