@@ -14,6 +14,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -86,6 +87,14 @@ void prepareChild(pid_t parent, int signalOnItsEnd, const sigset_t& mask) {
   sigprocmask(SIG_SETMASK, &mask, nullptr);
 }
 
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
 int waitForEnd(pid_t id) {
   int status = 0;
   while (waitpid(id, &status, 0) < 0 && errno == EINTR) {
@@ -98,11 +107,7 @@ ChildProcess::ChildProcess(const EndingSignals& signals, const std::string& prog
     : signals_(signals) {
   std::vector<std::string> words{program};
   words.insert(words.end(), arguments.begin(), arguments.end());
-  std::vector<char*> argv;
-  argv.reserve(words.size() + 1);
-  for (std::string& word : words) argv.push_back(word.data());
-  argv.push_back(nullptr);
-
+  const std::vector<char*> argv = pointersTo(words);
   int lifeline[2];
   if (pipe2(lifeline, O_CLOEXEC) != 0) {
     throw Failure(ExitCode::unreadableAnswer, program + " cannot be started: " + systemError());

@@ -49,6 +49,9 @@ class EndingSignals {
 // there.
 void prepareChild(pid_t parent, int signalOnItsEnd, const sigset_t& mask);
 
+// Arguments or environment in the form that exec takes. The texts must outlive the result.
+std::vector<char*> pointersTo(std::vector<std::string>& texts);
+
 // Waits for a child's end; returns its wait status.
 int waitForEnd(pid_t id);
 

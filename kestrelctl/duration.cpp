@@ -1,5 +1,6 @@
 #include "kestrelctl/duration.h"
 
+#include "kestrelctl/ascii.h"
 #include "kestrelctl/failure.h"
 
 #include <algorithm>
@@ -21,8 +22,6 @@ struct Unit {
 constexpr std::array<Unit, 4> kUnits{{{"h", 3'600'000}, {"m", 60'000}, {"s", 1'000}, {"ms", 1}}};
 constexpr const Unit* kSecond = &kUnits[2];
 constexpr std::int64_t kLongest = 365LL * 24 * 3'600'000;
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // Takes a number from the front of a text; nothing when there is none or it is beyond all use.
 std::optional<std::int64_t> takeNumber(std::string_view& text) {

@@ -22,8 +22,8 @@ std::string itemKindName(ItemKind kind) {
   return {};
 }
 
-ItemKind itemKindOf(const IndexedObject& object) {
-  switch (object.kind()) {
+ItemKind itemKindOf(ObjectKind kind) {
+  switch (kind) {
     case ObjectKind::site:
       return ItemKind::site;
     case ObjectKind::host:
@@ -35,5 +35,7 @@ ItemKind itemKindOf(const IndexedObject& object) {
   }
   return ItemKind::other;
 }
+
+ItemKind itemKindOf(const IndexedObject& object) { return itemKindOf(object.kind()); }
 
 }  // namespace kestrelvisor::ctl

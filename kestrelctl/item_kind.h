@@ -17,6 +17,7 @@ constexpr std::array<ItemKind, 7> kItemKinds{
 // "site", "machine" and so on; "other" for an object of a kind without a name.
 std::string itemKindName(ItemKind kind);
 
+ItemKind itemKindOf(ObjectKind kind);
 ItemKind itemKindOf(const IndexedObject& object);
 
 }  // namespace kestrelvisor::ctl

@@ -9,20 +9,6 @@ constexpr std::size_t kDeepestLevel = 32;
 
 }  // namespace
 
-std::string kindName(ObjectKind kind) {
-  switch (kind) {
-    case ObjectKind::site:
-      return "site";
-    case ObjectKind::host:
-      return "host";
-    case ObjectKind::cluster:
-      return "cluster";
-    case ObjectKind::machine:
-      return "machine";
-  }
-  return {};
-}
-
 ReplyIndex::ReplyIndex(const ScanEnvironmentReply& reply) : reply_(reply) {
   addObjects();
   linkParents();

@@ -13,9 +13,6 @@ namespace kestrelvisor::ctl {
 
 enum class ObjectKind : std::int32_t { site = 1, host = 5, cluster = 6, machine = 7 };
 
-// "site", "host" and so on; an empty text for a kind without a name.
-std::string kindName(ObjectKind kind);
-
 // One object of the environment, with all that the reply's lists say about it. Positions count in
 // ReplyIndex::objects.
 struct IndexedObject {

@@ -1,3 +1,4 @@
+#include "kestrelctl/ascii.h"
 #include "kestrelctl/command_options.h"
 #include "kestrelctl/commands/commands.h"
 #include "kestrelctl/commands/live_scan.h"
@@ -34,7 +35,7 @@ std::string plainWord(const std::string& text) {
   std::string word;
   for (const char c : text) {
     if (c == ' ' || c == '-' || c == '_') continue;
-    word += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    word += lowerCase(c);
   }
   return word;
 }

@@ -1,5 +1,7 @@
 #include "kestrelctl/finding/size_text.h"
 
+#include "kestrelctl/ascii.h"
+
 #include <algorithm>
 #include <array>
 #include <string>
@@ -8,10 +10,6 @@ namespace kestrelvisor::ctl {
 namespace {
 
 constexpr std::string_view kPrefixes = "kmgtp";
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 // Takes digits, a point and more digits off the front of a text; nothing when there is no digit.
 std::optional<long double> takeNumber(std::string_view& text) {
@@ -54,7 +52,7 @@ std::optional<long double> bytesOfSizeText(std::string_view text) {
   if (!number) return std::nullopt;
   if (!text.empty() && text.front() == ' ') text.remove_prefix(1);
   std::string unit(text);
-  std::transform(unit.begin(), unit.end(), unit.begin(), lower);
+  std::transform(unit.begin(), unit.end(), unit.begin(), lowerCase);
   const auto bytes = bytesOfUnit(unit);
   if (!bytes) return std::nullopt;
   return *number * *bytes;

@@ -1,5 +1,6 @@
 #include "kestrelctl/views/reply_summary.h"
 
+#include "kestrelctl/item_kind.h"
 #include "kestrelctl/terminal_text.h"
 #include "kestrelctl/views/screen_line.h"
 
@@ -20,7 +21,7 @@ std::string usersOf(const ReplyIndex& index, const datastore_record& datastore) 
   std::vector<std::string> parts;
   for (const ObjectKind kind : {ObjectKind::host, ObjectKind::cluster}) {
     const std::size_t count = index.countUsers(datastore, kind);
-    if (count > 0) parts.push_back(counted(count, kindName(kind)));
+    if (count > 0) parts.push_back(counted(count, itemKindName(itemKindOf(kind))));
   }
   return parts.empty() ? "nobody" : joined(parts);
 }

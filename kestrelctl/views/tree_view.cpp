@@ -1,5 +1,6 @@
 #include "kestrelctl/views/tree_view.h"
 
+#include "kestrelctl/item_kind.h"
 #include "kestrelctl/reply_selection.h"
 #include "kestrelctl/terminal_text.h"
 #include "kestrelctl/views/reply_summary.h"
@@ -57,8 +58,9 @@ std::size_t narrowed(std::size_t width, std::size_t& missing, std::size_t least)
 }
 
 std::string kindOf(const IndexedObject& object) {
-  const std::string name = kindName(object.kind());
-  return name.empty() ? "type " + std::to_string(object.row->type()) : name;
+  const ItemKind kind = itemKindOf(object);
+  return kind == ItemKind::other ? "type " + std::to_string(object.row->type())
+                                 : itemKindName(kind);
 }
 
 // "10.32.1.11, x86 Intel, 2 CPUs"
@@ -74,7 +76,7 @@ std::string countsBelow(const ReplyIndex& index, std::size_t position) {
   std::vector<std::string> parts;
   for (const ObjectKind kind : {ObjectKind::cluster, ObjectKind::host}) {
     const std::size_t below = index.countBelow(position, kind);
-    if (below > 0) parts.push_back(counted(below, kindName(kind)));
+    if (below > 0) parts.push_back(counted(below, itemKindName(itemKindOf(kind))));
   }
   parts.push_back(counted(index.countBelow(position, ObjectKind::machine), "machine"));
   return joined(parts);

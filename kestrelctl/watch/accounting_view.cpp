@@ -7,33 +7,28 @@
 namespace kestrelvisor::ctl {
 namespace {
 
-void add(std::string& list, const std::string& item) { list += (list.empty() ? "" : ", ") + item; }
-
-void addUnlessNone(std::string& list, std::uint64_t count, const std::string& words) {
-  if (count > 0) add(list, grouped(count) + " " + words);
+// Empty for 0.
+std::string unlessNone(std::uint64_t count, const std::string& words) {
+  return count > 0 ? grouped(count) + " " + words : "";
 }
 
-void addCountUnlessNone(std::string& list, std::uint64_t count, const std::string& noun) {
-  if (count > 0) add(list, counted(count, noun));
+std::string countedUnlessNone(std::uint64_t count, const std::string& noun) {
+  return count > 0 ? counted(count, noun) : "";
 }
 
-void addUnexplained(std::string& list, std::int64_t difference) {
-  if (difference > 0) add(list, grouped(static_cast<std::uint64_t>(difference)) + " unexplained");
-  if (difference < 0) {
-    add(list, grouped(static_cast<std::uint64_t>(-difference)) + " more than counted");
-  }
+std::string unexplainedOf(std::int64_t difference) {
+  if (difference > 0) return grouped(static_cast<std::uint64_t>(difference)) + " unexplained";
+  if (difference == 0) return {};
+  return grouped(static_cast<std::uint64_t>(-difference)) + " more than counted";
 }
 
 // Everything but the recorded machines.
 std::string othersOf(const Accounting& accounting) {
-  std::string others;
-  addCountUnlessNone(others, accounting.templates, "template");
-  addCountUnlessNone(others, accounting.linkedClones, "linked clone");
-  if (const std::string losses = lossesOf(accounting); !losses.empty()) add(others, losses);
   // Where as many came as went, the numbers alone would tell of nothing.
-  if (accounting.unexplained() <= 0) addUnlessNone(others, accounting.vanished, "gone or moved");
-  addUnexplained(others, accounting.unexplained());
-  return others;
+  const std::uint64_t vanished = accounting.unexplained() <= 0 ? accounting.vanished : 0;
+  return joined({countedUnlessNone(accounting.templates, "template"),
+                 countedUnlessNone(accounting.linkedClones, "linked clone"), lossesOf(accounting),
+                 unlessNone(vanished, "gone or moved"), unexplainedOf(accounting.unexplained())});
 }
 
 std::vector<std::string> linesOf(const std::string& text) {
@@ -46,11 +41,9 @@ std::vector<std::string> linesOf(const std::string& text) {
 }  // namespace
 
 std::string lossesOf(const Accounting& accounting) {
-  std::string losses;
-  addUnlessNone(losses, accounting.outOfScope, "in a place that is not part of the result");
-  addUnlessNone(losses, accounting.unreadableUuid, "with an unreadable UUID");
-  addUnlessNone(losses, accounting.unreadData, "whose data were not told");
-  return losses;
+  return joined({unlessNone(accounting.outOfScope, "in a place that is not part of the result"),
+                 unlessNone(accounting.unreadableUuid, "with an unreadable UUID"),
+                 unlessNone(accounting.unreadData, "whose data were not told")});
 }
 
 std::vector<std::string> accountingSummary(const Accounting& accounting) {

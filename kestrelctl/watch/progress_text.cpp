@@ -2,19 +2,14 @@
 
 #include "kestrelctl/documents/json_text.h"
 #include "kestrelctl/terminal_text.h"
+#include "kestrelctl/watch/rounded.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace kestrelvisor::ctl {
 namespace {
 
-constexpr double kLongestDuration = 1e9;  // beyond that nobody waits
 constexpr unsigned kDecimals = 3;
-
-std::uint64_t rounded(double number) {
-  return static_cast<std::uint64_t>(std::llround(std::clamp(number, 0.0, kLongestDuration)));
-}
 
 std::string objectsText(const ScanCounts& counts) {
   std::string text = grouped(counts.objects);
@@ -27,7 +22,7 @@ std::string objectsText(const ScanCounts& counts) {
 std::string roughDuration(double seconds) {
   constexpr std::uint64_t kMinute = 60;
   constexpr std::uint64_t kHour = 60 * kMinute;
-  const std::uint64_t whole = rounded(std::ceil(std::min(seconds, kLongestDuration)));
+  const std::uint64_t whole = rounded(std::ceil(seconds));
   if (whole < kMinute) return std::to_string(whole) + " s";
   if (whole < kHour) {
     return std::to_string(whole / kMinute) + " min " + std::to_string(whole % kMinute) + " s";

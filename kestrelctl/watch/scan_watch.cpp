@@ -1,10 +1,10 @@
 #include "kestrelctl/watch/scan_watch.h"
 
+#include "kestrelctl/watch/rounded.h"
 #include "kestrelctl/watch/scan_warnings.h"
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <exception>
 
 namespace kestrelvisor::ctl {
@@ -12,10 +12,6 @@ namespace {
 
 // Stands between an answer and the line that tells what it was for.
 constexpr std::string_view kParser = "KestrelVisor_rest_api::getJSonObjFromJsonStr()";
-
-std::uint64_t rounded(double number) {
-  return static_cast<std::uint64_t>(std::llround(std::max(number, 0.0)));
-}
 
 }  // namespace
 

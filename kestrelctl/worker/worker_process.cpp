@@ -33,14 +33,6 @@ struct Start {
   pid_t parent;
 };
 
-// The strings behind it must outlive the result.
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
 template <class Resource>
 void limit(Resource resource, rlim_t most) {
   rlimit now{};
