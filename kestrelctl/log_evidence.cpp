@@ -11,7 +11,7 @@ constexpr std::string_view kRefusedUrlMark = "Request refused: its URL ";
 constexpr std::string_view kRefusedUrlEnd = ". ";
 
 // What stands behind the last occurrence of a mark.
-std::optional<std::string> behind(std::string_view text, std::string_view mark) {
+std::optional<std::string> behindLast(std::string_view text, std::string_view mark) {
   const std::size_t found = text.rfind(mark);
   if (found == std::string_view::npos) return std::nullopt;
   return std::string(text.substr(found + mark.size()));
@@ -66,9 +66,9 @@ void LogEvidence::take(const LogRecord& record) {
     text.remove_prefix(kRefusedUrlMark.size());
     refusedUrl_ = text.substr(0, text.find(kRefusedUrlEnd));
   } else if (text.starts_with("checkLoginAgainAndCert: logIn is failed")) {
-    loginCode_ = behind(text, "reason is ");
+    loginCode_ = behindLast(text, "reason is ");
   } else if (text.starts_with("Failed to disable the CBT for VM")) {
-    cbtCode_ = behind(text, "error code: ");
+    cbtCode_ = behindLast(text, "error code: ");
   }
 }
 

@@ -20,7 +20,7 @@ constexpr std::array<std::string_view, 5> kWithinRequest{
     "getLoginErrorCode()"};
 
 // What stands behind the first occurrence of a mark; empty without it.
-std::string_view behind(std::string_view text, std::string_view mark) {
+std::string_view behindFirst(std::string_view text, std::string_view mark) {
   const std::size_t found = text.find(mark);
   return found == std::string_view::npos ? std::string_view() : text.substr(found + mark.size());
 }
@@ -104,13 +104,13 @@ void SessionLedger::takeFailedTransfer(std::string_view text) {
 
 void SessionLedger::takeRefusal(std::string_view text) {
   if (loggingIn_) refused_ = true;
-  const std::string_view code = behind(text, "error code is ");
+  const std::string_view code = behindFirst(text, "error code is ");
   code_ = code.substr(0, code.find('('));
 }
 
 // A request other than a login, by its last line.
 void SessionLedger::takeFailedRequest(std::string_view text) {
-  url_ = behind(text, "url=");
+  url_ = behindFirst(text, "url=");
   const bool refused = text.starts_with("Get response failed");
   const bool isGone = refused && code_ == kSessionGone;
   if (url_.ends_with(kSessionPath)) {
