@@ -24,6 +24,13 @@ void ScanWatch::take(const LogRecord& record) {
 }
 
 void ScanWatch::read(const LogRecord& record) {
+  if (record.level < kLowestLevel || record.function == kParser) return;
+  settleAnswer();
+  if (const auto answer = answerIn(record.text)) return takeAnswer(*answer);
+  readLine(record);
+}
+
+void ScanWatch::readLine(const LogRecord& record) {
   struct Line {
     std::string_view function;
     std::string_view start;
@@ -47,9 +54,6 @@ void ScanWatch::read(const LogRecord& record) {
       {"KestrelVisorPublic::CreateVMAndDiskTable()", "Failed to get VM[",
        &ScanWatch::refuseMachine},
   };
-  if (record.level < kLowestLevel || record.function == kParser) return;
-  settleAnswer();
-  if (const auto answer = answerIn(record.text)) return takeAnswer(*answer);
   for (const Line& line : kLines) {
     if (record.function != line.function || !record.text.starts_with(line.start)) continue;
     return (this->*line.take)(std::string_view(record.text).substr(line.start.size()));

@@ -38,6 +38,7 @@ class ScanWatch {
 
  private:
   void read(const LogRecord& record);
+  void readLine(const LogRecord& record);
   // An answer counts when what it was for has been taken in: exchanges and yield go up together.
   void takeAnswer(std::string_view answer);
   void settleAnswer();
