@@ -59,7 +59,11 @@ void showComparison(const ReplyComparison& comparison, OutputFormat format, Comp
       return linesOf(comparison, detail, sink);
     case OutputFormat::name:
       return sink(namesOf(comparison));
-    default:
+    case OutputFormat::text:
+    case OutputFormat::tree:
+    case OutputFormat::table:
+    case OutputFormat::wide:
+    case OutputFormat::protobuf:
       break;
   }
   if (comparison.isSame()) return;

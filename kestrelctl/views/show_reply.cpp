@@ -41,9 +41,11 @@ void showReply(const ReplyIndex& index, OutputFormat format, const ReplyNotes& n
       return sink(namesView(index, machinesOf(index)));
     case OutputFormat::protobuf:
       return sink(protobufOf(index.reply()));
-    default:
-      return sink(treeView(index, rendering));
+    case OutputFormat::text:
+    case OutputFormat::tree:
+      break;
   }
+  sink(treeView(index, rendering));
 }
 
 void showFound(const ReplyIndex& index, const ReplySelection& found, OutputFormat format,
@@ -57,9 +59,13 @@ void showFound(const ReplyIndex& index, const ReplySelection& found, OutputForma
       return foundJsonLinesView(index, found, warnings, sink);
     case OutputFormat::name:
       return sink(namesView(index, found));
-    default:
-      return tablesView(index, found, TableWidth::cut, rendering, sink);
+    case OutputFormat::text:
+    case OutputFormat::tree:
+    case OutputFormat::table:
+    case OutputFormat::protobuf:
+      break;
   }
+  tablesView(index, found, TableWidth::cut, rendering, sink);
 }
 
 std::string protobufOf(const ScanEnvironmentReply& reply) {

@@ -18,14 +18,15 @@ wire::Job::Kind wireKind(OperationKind kind) {
   for (const Kind& row : kKinds) {
     if (row.ours == kind) return row.theirs;
   }
-  return wire::Job::VERIFY;
+  throw BrokenChannel("an operation that has no word");
 }
 
-OperationKind kindOf(wire::Job::Kind kind) {
+// Protobuf drops a kind that it does not know.
+OperationKind kindOf(const wire::Job& job) {
   for (const Kind& row : kKinds) {
-    if (row.theirs == kind) return row.ours;
+    if (job.has_kind() && row.theirs == job.kind()) return row.ours;
   }
-  return OperationKind::verify;
+  throw BrokenChannel("an operation that nobody knows");
 }
 
 void fill(wire::Job::Connection& wired, const ConnectionOptions& connection) {
@@ -100,7 +101,7 @@ wire::Job jobOf(const OperationRequest& request) {
 
 OperationRequest requestOf(const wire::Job& job) {
   OperationRequest request;
-  request.kind = kindOf(job.kind());
+  request.kind = kindOf(job);
   request.connection = connectionOf(job.connection());
   if (job.log().has_level()) request.log.level = job.log().level();
   request.log.file = job.log().file();

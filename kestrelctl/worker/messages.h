@@ -15,6 +15,7 @@ namespace kestrelvisor::ctl {
 
 // Without what is the asking side's own: where the password comes from, and the time limit.
 wire::Job jobOf(const OperationRequest& request);
+// Throws BrokenChannel for an operation that nobody knows.
 OperationRequest requestOf(const wire::Job& job);
 
 wire::Event readyEvent();

@@ -188,6 +188,13 @@ TEST(WorkerMessages, CarryWhatIsNotSaidAsThat) {
   EXPECT_FALSE(read.log.level);
 }
 
+TEST(WorkerMessages, DoNotTakeAnUnknownOperationForAnother) {
+  EXPECT_THROW(requestOf(wire::Job()), BrokenChannel);
+  wire::Job later;
+  readMessage("\x08\x09", later);  // a kind of which this program knows nothing
+  EXPECT_THROW(requestOf(later), BrokenChannel);
+}
+
 // The password travels alone: no message has a place for it.
 TEST(WorkerMessages, LeaveOutWhereThePasswordComesFrom) {
   OperationRequest request;
