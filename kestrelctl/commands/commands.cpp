@@ -1,5 +1,8 @@
 #include "kestrelctl/commands/commands.h"
 
+#include <memory>
+#include <vector>
+
 namespace kestrelvisor::ctl {
 
 std::vector<std::unique_ptr<Command>> allCommands() {

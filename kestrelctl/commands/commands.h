@@ -2,6 +2,8 @@
 
 #include "kestrelctl/command.h"
 
+#include <memory>
+
 namespace kestrelvisor::ctl {
 
 std::unique_ptr<Command> makeVerifyCommand();

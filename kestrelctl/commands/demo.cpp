@@ -3,6 +3,8 @@
 #include "kestrelctl/command_options.h"
 #include "kestrelctl/commands/commands.h"
 
+#include <memory>
+
 namespace kestrelvisor::ctl {
 namespace {
 

@@ -6,6 +6,9 @@
 #include "kestrelctl/reply_file.h"
 #include "kestrelctl/views/comparison_views.h"
 
+#include <memory>
+#include <string>
+
 namespace kestrelvisor::ctl {
 namespace {
 

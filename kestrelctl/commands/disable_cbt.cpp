@@ -9,7 +9,9 @@
 #include "kestrelctl/terminal_text.h"
 
 #include <algorithm>
+#include <memory>
 #include <regex>
+#include <string>
 
 namespace kestrelvisor::ctl {
 namespace {

@@ -6,6 +6,7 @@
 #include "kestrelctl/suggestion.h"
 #include "kestrelctl/terminal_text.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 

@@ -7,11 +7,17 @@
 #include "kestrelctl/finding/reply_filter.h"
 #include "kestrelctl/finding/size_text.h"
 #include "kestrelctl/reply_file.h"
+#include "kestrelctl/reply_index.h"
 #include "kestrelctl/reply_warnings.h"
 #include "kestrelctl/views/show_reply.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 namespace {

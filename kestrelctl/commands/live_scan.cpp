@@ -1,7 +1,10 @@
 #include "kestrelctl/commands/live_scan.h"
 
+#include "kestrelctl/reply_index.h"
 #include "kestrelctl/reply_warnings.h"
 #include "kestrelctl/watch/progress_display.h"
+
+#include <vector>
 
 namespace kestrelvisor::ctl {
 

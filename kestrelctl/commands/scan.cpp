@@ -4,8 +4,12 @@
 #include "kestrelctl/console.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/file_replacement.h"
+#include "kestrelctl/reply_index.h"
 #include "kestrelctl/views/show_reply.h"
 #include "kestrelctl/watch/accounting_view.h"
+
+#include <memory>
+#include <string>
 
 namespace kestrelvisor::ctl {
 namespace {

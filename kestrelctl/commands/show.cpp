@@ -5,6 +5,9 @@
 #include "kestrelctl/reply_warnings.h"
 #include "kestrelctl/views/show_reply.h"
 
+#include <memory>
+#include <string>
+
 namespace kestrelvisor::ctl {
 namespace {
 

@@ -3,6 +3,8 @@
 #include "kestrelctl/console.h"
 #include "kestrelctl/documents/operation_documents.h"
 
+#include <memory>
+
 namespace kestrelvisor::ctl {
 namespace {
 

@@ -3,6 +3,8 @@
 #include "kestrelctl/console.h"
 #include "kestrelctl/documents/versions.h"
 
+#include <memory>
+
 namespace kestrelvisor::ctl {
 namespace {
 
