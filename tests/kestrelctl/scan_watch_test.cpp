@@ -318,8 +318,9 @@ TEST(ScanWatch, NamesTheMostFrequentUnknownGuestSystems) {
 
   ASSERT_EQ(warnings.size(), 1U);
   EXPECT_EQ(warnings[0].kind, "unknown-guest-systems");
-  EXPECT_THAT(warnings[0].text, AllOf(HasSubstr("that of 10 machines: Linux 900, Linux 904,"),
-                                      HasSubstr(" and 4 others")));
+  EXPECT_THAT(warnings[0].text,
+              AllOf(HasSubstr("that of 10 machines: Linux number 900, Linux number 904,"),
+                    HasSubstr(" and 4 others")));
 }
 
 TEST(ScanWatch, GuestSystemMayBeNamedOnlyOrNotAtAll) {
