@@ -15,8 +15,11 @@
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -61,6 +64,27 @@ class TlsOptions {
 bool isIpv4(const std::string& text) {
   in_addr address;
   return inet_pton(AF_INET, text.c_str(), &address) == 1;
+}
+
+// No static object of this has a destructor: logouts at process exit still ask for the key.
+constexpr std::string_view kPinStart = "sha256//";
+constexpr std::size_t kPinSize = 52;
+constinit std::mutex publicKeyMutex;
+constinit std::array<char, kPinSize + 1> publicKey{};  // empty: any
+
+bool isPin(std::string_view text) {
+  constexpr std::string_view kDigits =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  if (text.size() != kPinSize || text.substr(0, kPinStart.size()) != kPinStart) return false;
+  return text.back() == '=' &&  // 32 bytes end so
+         text.substr(kPinStart.size()).find_first_not_of(kDigits) == kPinSize - 1 - kPinStart.size();
+}
+
+// libcurl copies the text; null lets any key pass.
+void demandPublicKey(TlsOptions& options) {
+  const std::lock_guard lock(publicKeyMutex);
+  options.set(CURLOPT_PINNEDPUBLICKEY,
+              publicKey[0] == '\0' ? static_cast<const char*>(nullptr) : publicKey.data());
 }
 
 constexpr unsigned int kHostFlags = X509_CHECK_FLAG_NEVER_CHECK_SUBJECT;
@@ -192,6 +216,14 @@ void trustNothing(CURL* curl) {
 
 }  // namespace
 
+bool keepToPublicKey(std::string_view pin) {
+  if (!pin.empty() && !isPin(pin)) return false;
+  const std::lock_guard lock(publicKeyMutex);
+  publicKey.fill('\0');
+  std::copy(pin.begin(), pin.end(), publicKey.begin());
+  return true;
+}
+
 void renewTrust() {
   forgetSystemTrust();
   forgetTlsShares();
@@ -219,6 +251,7 @@ void SecuritySS::enrichSSL(void* curl, std::string& cert) {
   } else {
     options.trustOnly(cert);
   }
+  kestrelvisor::demandPublicKey(options);
   options.share(cert);
   if (options.result() == CURLE_OK) return;
 

@@ -1,11 +1,14 @@
 #include "platform/contract/security.h"
 #include "platform/reference/logging.h"
+#include "platform/reference/tls.h"
 #include "tests/platform/quiet_log.h"
 #include "tests/platform/tls_server.h"
 #include "tests/support/test_headers.h"
 
 #include <curl/curl.h>
 #include <dlfcn.h>
+#include <openssl/sha.h>
+#include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 
 #include <clocale>
@@ -247,7 +250,8 @@ INSTANTIATE_TEST_SUITE_P(Platform, RefusedOption,
                          ::testing::Values(CURLOPT_SSLVERSION, CURLOPT_SSL_ENABLE_ALPN,
                                            CURLOPT_SSL_VERIFYPEER, CURLOPT_SSL_VERIFYHOST,
                                            CURLOPT_SSL_CTX_FUNCTION, CURLOPT_CAINFO,
-                                           CURLOPT_CAINFO_BLOB, CURLOPT_CAPATH, CURLOPT_SHARE));
+                                           CURLOPT_CAINFO_BLOB, CURLOPT_CAPATH, CURLOPT_SHARE,
+                                           CURLOPT_PINNEDPUBLICKEY));
 
 class SubjectName : public TlsEnrichment, public ::testing::WithParamInterface<const char*> {
  protected:
@@ -516,6 +520,80 @@ TEST_F(TlsEnrichment, SaysSoWhenThereIsNoHandle) {
 
   ASSERT_EQ(log_.size(), 1U);
   EXPECT_EQ(log_[0].level, 4);
+}
+
+std::string pinOf(const Identity& identity) {
+  unsigned char* bytes = nullptr;
+  const int size = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(identity.certificate()), &bytes);
+  std::array<unsigned char, SHA256_DIGEST_LENGTH> digest{};
+  SHA256(bytes, static_cast<std::size_t>(size), digest.data());
+  OPENSSL_free(bytes);
+  std::array<unsigned char, 45> text{};
+  EVP_EncodeBlock(text.data(), digest.data(), static_cast<int>(digest.size()));
+  return "sha256//" + std::string(text.begin(), text.end() - 1);
+}
+
+class PublicKey : public TlsEnrichment {
+ protected:
+  ~PublicKey() override { kestrelvisor::keepToPublicKey(""); }
+
+  const TlsServer tls_{server_};
+  const Identity stranger_{"server", "IP:127.0.0.1", &authority_};
+};
+
+TEST_F(PublicKey, ThatIsKeptToIsAccepted) {
+  ASSERT_TRUE(kestrelvisor::keepToPublicKey(pinOf(server_)));
+
+  EXPECT_EQ(exchangeTrusting(authority_.pem(), tls_.url()), CURLE_OK);
+}
+
+TEST_F(PublicKey, OfAnotherIsRefusedThoughItsCertificateIsTrusted) {
+  ASSERT_TRUE(kestrelvisor::keepToPublicKey(pinOf(stranger_)));
+
+  EXPECT_EQ(exchangeTrusting(authority_.pem(), tls_.url()), CURLE_SSL_PINNEDPUBKEYNOTMATCH);
+}
+
+TEST_F(PublicKey, OfAnotherIsRefusedWithoutVerificationToo) {
+  ASSERT_TRUE(kestrelvisor::keepToPublicKey(pinOf(stranger_)));
+  std::string trusted = authority_.pem();
+  SecuritySS::enrichSSL(curl_.get(), trusted);
+  curl_easy_setopt(curl_.get(), CURLOPT_SSL_VERIFYPEER, 0L);
+  curl_easy_setopt(curl_.get(), CURLOPT_SSL_VERIFYHOST, 0L);
+
+  EXPECT_EQ(exchange(tls_.url()), CURLE_SSL_PINNEDPUBKEYNOTMATCH);
+}
+
+TEST_F(PublicKey, OfAnotherIsRefusedInAResumedSession) {
+  ASSERT_EQ(exchangeTrusting(authority_.pem(), tls_.url()), CURLE_OK);
+  takeFreshHandle();
+  ASSERT_TRUE(kestrelvisor::keepToPublicKey(pinOf(stranger_)));
+
+  EXPECT_EQ(exchangeTrusting(authority_.pem(), tls_.url()), CURLE_SSL_PINNEDPUBKEYNOTMATCH);
+}
+
+TEST_F(PublicKey, MakesNoCertificateTrusted) {
+  ASSERT_TRUE(kestrelvisor::keepToPublicKey(pinOf(server_)));
+
+  EXPECT_EQ(exchangeTrusting("", tls_.url()), CURLE_PEER_FAILED_VERIFICATION);
+}
+
+TEST_F(PublicKey, IsLetGoByAnEmptyText) {
+  ASSERT_TRUE(kestrelvisor::keepToPublicKey(pinOf(stranger_)));
+  ASSERT_TRUE(kestrelvisor::keepToPublicKey(""));
+
+  EXPECT_EQ(exchangeTrusting(authority_.pem(), tls_.url()), CURLE_OK);
+}
+
+TEST_F(PublicKey, InAnotherFormChangesNothing) {
+  ASSERT_TRUE(kestrelvisor::keepToPublicKey(pinOf(stranger_)));
+  const std::string good = pinOf(server_);
+  for (const std::string& text :
+       {"sha256//" + std::string(43, 'A'), good + "A", good.substr(1), good + ";" + good,
+        "sha256//" + std::string(43, '!') + "=", "/" + good.substr(1), good.substr(0, 51) + "A"}) {
+    EXPECT_FALSE(kestrelvisor::keepToPublicKey(text)) << text;
+  }
+
+  EXPECT_EQ(exchangeTrusting(authority_.pem(), tls_.url()), CURLE_SSL_PINNEDPUBKEYNOTMATCH);
 }
 
 }  // namespace
