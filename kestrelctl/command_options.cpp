@@ -20,10 +20,12 @@ std::string problemOfFileName(const std::string& name) {
 
 const std::map<OutputFormat, std::string>& formatNames() {
   static const std::map<OutputFormat, std::string> names{
-      {OutputFormat::text, "text"}, {OutputFormat::table, "table"},
-      {OutputFormat::wide, "wide"}, {OutputFormat::tree, "tree"},
-      {OutputFormat::json, "json"}, {OutputFormat::jsonl, "jsonl"},
-      {OutputFormat::name, "name"}, {OutputFormat::protobuf, "protobuf"}};
+      {OutputFormat::text, "text"},        {OutputFormat::table, "table"},
+      {OutputFormat::wide, "wide"},        {OutputFormat::tree, "tree"},
+      {OutputFormat::json, "json"},        {OutputFormat::jsonl, "jsonl"},
+      {OutputFormat::yaml, "yaml"},        {OutputFormat::csv, "csv"},
+      {OutputFormat::dot, "dot"},          {OutputFormat::name, "name"},
+      {OutputFormat::protobuf, "protobuf"}};
   return names;
 }
 
@@ -103,8 +105,13 @@ void addPasswordOptions(CLI::App& app, PasswordSource& source) {
 }
 
 std::vector<OutputFormat> formatsOfReplies() {
-  return {OutputFormat::tree,  OutputFormat::table, OutputFormat::wide,    OutputFormat::json,
-          OutputFormat::jsonl, OutputFormat::name,  OutputFormat::protobuf};
+  return {OutputFormat::tree,  OutputFormat::table,   OutputFormat::wide, OutputFormat::json,
+          OutputFormat::jsonl, OutputFormat::yaml,    OutputFormat::csv,  OutputFormat::dot,
+          OutputFormat::name,  OutputFormat::protobuf};
+}
+
+std::vector<OutputFormat> formsOfDocument(OutputFormat forPeople) {
+  return {forPeople, OutputFormat::json, OutputFormat::jsonl, OutputFormat::yaml};
 }
 
 void addFormatOption(CLI::App& app, OutputFormat& target, std::vector<OutputFormat> formats) {

@@ -21,6 +21,9 @@ void addPasswordOptions(CLI::App& app, PasswordSource& source);
 // What a whole reply can be shown as; the tree comes first.
 std::vector<OutputFormat> formatsOfReplies();
 
+// What a result can be shown as that is one document: the form for people comes first.
+std::vector<OutputFormat> formsOfDocument(OutputFormat forPeople);
+
 // Offers these formats; the first is the default and becomes the target's value.
 void addFormatOption(CLI::App& app, OutputFormat& target, std::vector<OutputFormat> formats);
 

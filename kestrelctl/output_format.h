@@ -10,6 +10,9 @@ enum class OutputFormat {
   tree,      // indented by what stands in what
   json,      // one document
   jsonl,     // a document on each line
+  yaml,      // the document of json in another spelling
+  csv,       // a line of cells for each thing, for spreadsheets
+  dot,       // a graph, for Graphviz
   name,      // a line each: what other commands take as an argument
   protobuf,  // the reply as it came
 };

@@ -44,7 +44,7 @@ void DiffCommand::declareOptions(CLI::App& app) {
   addFileOption(app, "NEW", newFile_, "The later one, likewise")->required()->type_name("");
   addFormatOption(app, format_,
                   {OutputFormat::table, OutputFormat::wide, OutputFormat::json, OutputFormat::jsonl,
-                   OutputFormat::name});
+                   OutputFormat::yaml, OutputFormat::name});
   app.add_flag("--stat", countsOnly_, "Only how much was added, removed, moved and so on");
 }
 

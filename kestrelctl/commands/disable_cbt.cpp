@@ -88,7 +88,7 @@ void DisableCbtCommand::declareOptions(CLI::App& app) {
       ->type_name("");
   app.add_flag("-y,--yes", yes_, "Do not ask whether it is meant");
   app.add_flag("--dry-run", dryRun_, "Show the request and send nothing; needs no password");
-  addFormatOption(app, format_, {OutputFormat::text, OutputFormat::json, OutputFormat::jsonl});
+  addFormatOption(app, format_, formsOfDocument(OutputFormat::text));
   arguments_.declare(app);
 }
 

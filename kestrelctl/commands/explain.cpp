@@ -99,7 +99,7 @@ void ExplainCommand::declareOptions(CLI::App& app) {
       ->type_name("");
   addFormatOption(app, format_,
                   {OutputFormat::table, OutputFormat::wide, OutputFormat::json, OutputFormat::jsonl,
-                   OutputFormat::name});
+                   OutputFormat::yaml, OutputFormat::name});
 }
 
 Rows ExplainCommand::chosenRows() const {

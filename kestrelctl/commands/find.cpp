@@ -115,7 +115,7 @@ void FindCommand::declareOptions(CLI::App& app) {
                 "standard input");
   addFormatOption(app, format_,
                   {OutputFormat::table, OutputFormat::wide, OutputFormat::json, OutputFormat::jsonl,
-                   OutputFormat::name});
+                   OutputFormat::yaml, OutputFormat::csv, OutputFormat::name});
   declareFilter(app);
   declareSizes(app);
   declareLive(app);

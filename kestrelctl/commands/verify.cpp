@@ -32,7 +32,7 @@ class VerifyCommand : public Command {
 };
 
 void VerifyCommand::declareOptions(CLI::App& app) {
-  addFormatOption(app, format_, {OutputFormat::name, OutputFormat::json, OutputFormat::jsonl});
+  addFormatOption(app, format_, formsOfDocument(OutputFormat::name));
   arguments_.declare(app);
 }
 

@@ -20,7 +20,7 @@ class VersionCommand : public Command {
                  CommandGroup::support}) {}
 
   void declareOptions(CLI::App& app) override {
-    addFormatOption(app, format_, {OutputFormat::text, OutputFormat::json, OutputFormat::jsonl});
+    addFormatOption(app, format_, formsOfDocument(OutputFormat::text));
   }
   ExitCode run() override {
     printResult(format_ == OutputFormat::text ? versionText(KESTRELCTL_VERSION)

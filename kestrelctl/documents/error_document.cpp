@@ -4,6 +4,7 @@
 #include "kestrelctl/explanations/advice.h"
 
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -26,6 +27,7 @@ const char* exitName(ExitCode code) {
 std::optional<OutputFormat> formNamed(std::string_view name) {
   if (name == "json") return OutputFormat::json;
   if (name == "jsonl") return OutputFormat::jsonl;
+  if (name == "yaml") return OutputFormat::yaml;
   return std::nullopt;
 }
 
@@ -71,7 +73,8 @@ Json::Value factsOf(const Failure& failure) {
 }  // namespace
 
 std::optional<OutputFormat> errorFormOf(int argc, const char* const* argv) {
-  std::optional<OutputFormat> form;
+  const char* const wanted = std::getenv("KESTRELVISOR_OUTPUT");
+  std::optional<OutputFormat> form = formNamed(wanted == nullptr ? "" : wanted);
   for (int i = 1; i < argc; ++i) {
     const std::string_view argument = argv[i];
     if (argument == "--") break;

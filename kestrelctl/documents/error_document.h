@@ -9,8 +9,9 @@
 
 namespace kestrelvisor::ctl {
 
-// The form in which a command line wants its errors: json or jsonl when that is what its results
-// are to come in, nothing otherwise. The command line need not be one that can be understood.
+// The form in which a command line wants its errors: json, jsonl or yaml when that is what its
+// results are to come in, nothing otherwise. What it leaves open KESTRELVISOR_OUTPUT tells. The
+// command line need not be one that can be understood.
 std::optional<OutputFormat> errorFormOf(int argc, const char* const* argv);
 
 // A failure as one object for programs.

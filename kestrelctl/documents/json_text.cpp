@@ -1,5 +1,6 @@
 #include "kestrelctl/documents/json_text.h"
 
+#include "kestrelctl/documents/yaml_text.h"
 #include "kestrelctl/terminal_text.h"
 
 namespace kestrelvisor::ctl {
@@ -12,7 +13,8 @@ Json::StreamWriterBuilder jsonWriter(OutputFormat form) {
 }
 
 std::string jsonText(const Json::Value& document, OutputFormat form) {
-  return harmlessJson(Json::writeString(jsonWriter(form), document)) + "\n";
+  const std::string text = harmlessJson(Json::writeString(jsonWriter(form), document)) + "\n";
+  return form == OutputFormat::yaml ? YamlText().add(text) : text;
 }
 
 Json::Value emptyJsonList() { return {Json::arrayValue}; }

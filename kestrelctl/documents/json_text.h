@@ -19,7 +19,7 @@ namespace kestrelvisor::ctl {
 // How documents are written: in UTF-8, indented lines for json, a line for jsonl.
 Json::StreamWriterBuilder jsonWriter(OutputFormat form);
 
-// A document as it is printed.
+// A document as it is printed, in YAML for yaml.
 std::string jsonText(const Json::Value& document, OutputFormat form);
 
 Json::Value emptyJsonList();

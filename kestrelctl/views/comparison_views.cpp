@@ -5,6 +5,7 @@
 #include "kestrelctl/views/json_document.h"
 #include "kestrelctl/views/json_lines.h"
 #include "kestrelctl/views/name_view.h"
+#include "kestrelctl/views/yaml_view.h"
 
 #include <set>
 
@@ -55,6 +56,8 @@ void showComparison(const ReplyComparison& comparison, OutputFormat format, Comp
   switch (format) {
     case OutputFormat::json:
       return documentOf(comparison, detail, sink);
+    case OutputFormat::yaml:
+      return yamlView([&](const Sink& json) { documentOf(comparison, detail, json); }, sink);
     case OutputFormat::jsonl:
       return linesOf(comparison, detail, sink);
     case OutputFormat::name:

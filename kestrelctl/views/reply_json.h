@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kestrelctl/output_format.h"
 #include "kestrelctl/reply_selection.h"
 #include "kestrelctl/views/reply_notes.h"
 #include "kestrelctl/views/sink.h"

@@ -1,10 +1,13 @@
 #include "kestrelctl/views/show_reply.h"
 
 #include "kestrelctl/failure.h"
+#include "kestrelctl/views/csv_view.h"
+#include "kestrelctl/views/dot_view.h"
 #include "kestrelctl/views/name_view.h"
 #include "kestrelctl/views/reply_json.h"
 #include "kestrelctl/views/reply_tables.h"
 #include "kestrelctl/views/tree_view.h"
+#include "kestrelctl/views/yaml_view.h"
 
 #include <unistd.h>
 
@@ -35,6 +38,12 @@ void showReply(const ReplyIndex& index, OutputFormat format, const ReplyNotes& n
       return tablesView(index, everythingOf(index), TableWidth::uncut, rendering, sink);
     case OutputFormat::json:
       return jsonView(index, notes, sink);
+    case OutputFormat::yaml:
+      return yamlView([&](const Sink& json) { jsonView(index, notes, json); }, sink);
+    case OutputFormat::csv:
+      return csvView(index, everythingOf(index), sink);
+    case OutputFormat::dot:
+      return dotView(index, sink);
     case OutputFormat::jsonl:
       return jsonLinesView(index, notes, sink);
     case OutputFormat::name:
@@ -55,6 +64,10 @@ void showFound(const ReplyIndex& index, const ReplySelection& found, OutputForma
       return tablesView(index, found, TableWidth::uncut, rendering, sink);
     case OutputFormat::json:
       return foundJsonView(index, found, warnings, sink);
+    case OutputFormat::yaml:
+      return yamlView([&](const Sink& json) { foundJsonView(index, found, warnings, json); }, sink);
+    case OutputFormat::csv:
+      return csvView(index, found, sink);
     case OutputFormat::jsonl:
       return foundJsonLinesView(index, found, warnings, sink);
     case OutputFormat::name:

@@ -13,7 +13,8 @@ namespace kestrelvisor::ctl {
 void showReply(const ReplyIndex& index, OutputFormat format, const ReplyNotes& notes,
                const Rendering& rendering, const Sink& sink);
 
-// Shows what was found of a reply, in one of the formats table, wide, json, jsonl and name.
+// Shows what was found of a reply, in one of the formats table, wide, json, jsonl, yaml, csv and
+// name.
 void showFound(const ReplyIndex& index, const ReplySelection& found, OutputFormat format,
                const std::vector<Warning>& warnings, const Rendering& rendering, const Sink& sink);
 

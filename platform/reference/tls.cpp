@@ -77,7 +77,8 @@ bool isPin(std::string_view text) {
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   if (text.size() != kPinSize || text.substr(0, kPinStart.size()) != kPinStart) return false;
   return text.back() == '=' &&  // 32 bytes end so
-         text.substr(kPinStart.size()).find_first_not_of(kDigits) == kPinSize - 1 - kPinStart.size();
+         text.substr(kPinStart.size()).find_first_not_of(kDigits) ==
+             kPinSize - 1 - kPinStart.size();
 }
 
 // libcurl copies the text; null lets any key pass.

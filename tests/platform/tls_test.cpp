@@ -1,16 +1,19 @@
+#include "platform/reference/tls.h"
+
 #include "platform/contract/security.h"
 #include "platform/reference/logging.h"
-#include "platform/reference/tls.h"
 #include "tests/platform/quiet_log.h"
 #include "tests/platform/tls_server.h"
 #include "tests/support/test_headers.h"
 
 #include <curl/curl.h>
 #include <dlfcn.h>
+#include <openssl/evp.h>
 #include <openssl/sha.h>
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 
+#include <array>
 #include <clocale>
 #include <csignal>
 #include <functional>
