@@ -3,6 +3,7 @@
 #include "kestrelctl/console.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/help_formatter.h"
+#include "kestrelctl/option_twins.h"
 #include "kestrelctl/suggestion.h"
 #include "kestrelctl/usage_errors.h"
 
@@ -53,8 +54,9 @@ constexpr const char* kFooter =
     "  5  the manager cannot be reached\n"
     "\n"
     "Environment:\n"
-    "  KESTRELVISOR_MANAGER              stands in for --manager\n"
-    "  KESTRELVISOR_USER                 stands in for --user\n"
+    "  KESTRELVISOR_MANAGER, ...         stands in for --manager, and so for each\n"
+    "                                    option: KESTRELVISOR_CA_CERT for --ca-cert\n"
+    "  KESTRELVISOR_CONTEXT              stands in for --context\n"
     "  KESTRELVISOR_PASSWORD             the password, when no option names a source;\n"
     "                                    with a warning: others may see it there\n"
     "  KESTRELVISOR_PASSWORD_KEY[_FILE]  key of passwords, see encrypt-password\n"
@@ -115,13 +117,18 @@ const char* headingOf(CommandGroup group) {
   return "Other commands";
 }
 
-void addCommand(CLI::App& app, Command& command) {
+// sources gets the variables and the context that have given options a value.
+void addCommand(CLI::App& app, Command& command, std::vector<std::string>& sources) {
   const Command::Words& words = command.words();
   CLI::App* const ours = app.add_subcommand(words.name, words.description);
   ours->formatter(std::make_shared<HelpWithExamples>(words.examples));
   ours->footer("");
   ours->group(headingOf(words.group));
+  addTwins(*ours, sources);
   command.declareOptions(*ours);
+  // Where no manager is asked it is taken, too, but says nothing.
+  const CLI::Option* const manager = ours->get_option_no_throw("--manager");
+  ours->get_option("--context")->group(manager == nullptr ? "" : manager->get_group());
 }
 
 // The application of the command that was named; null before there is one.
@@ -154,26 +161,39 @@ bool parse(CLI::App& app, const CommandWords& words) {
   return true;
 }
 
+// What a user does not see on the command line may be what is wrong.
+void tellSources(const std::vector<std::string>& sources, Failure& failure) {
+  std::string text;
+  for (const std::string& source : sources) text += (text.empty() ? "also from " : ", ") + source;
+  if (!text.empty()) failure.facts.push_back({"options", text});
+}
+
 }  // namespace
 
 std::unique_ptr<Command> readCommandLine(int argc, const char* const* argv) {
+  std::vector<std::string> sources;
   CLI::App app(kDescription, "kestrelctl");
   app.formatter(std::make_shared<HelpWithExamples>(kExamples));
   app.footer(kFooter);
   app.require_subcommand(0, 1);
   app.set_version_flag("--version", "kestrelctl " KESTRELCTL_VERSION);
   std::vector<std::unique_ptr<Command>> commands = allCommands();
-  for (const auto& command : commands) addCommand(app, *command);
+  for (const auto& command : commands) addCommand(app, *command, sources);
 
   const CommandWords words = withHelpAsOption(argc, argv);
   refuseUnknownCommand(app, words);
-  if (!parse(app, words)) return nullptr;
-  const CLI::App& named = *namedApp(app);
-  const auto chosen = std::find_if(commands.begin(), commands.end(), [&](const auto& command) {
-    return named.get_name() == command->words().name;
-  });
-  (*chosen)->finishOptions(named);
-  return std::move(*chosen);
+  try {
+    if (!parse(app, words)) return nullptr;
+    const CLI::App& named = *namedApp(app);
+    const auto chosen = std::find_if(commands.begin(), commands.end(), [&](const auto& command) {
+      return named.get_name() == command->words().name;
+    });
+    (*chosen)->finishOptions(named);
+    return std::move(*chosen);
+  } catch (Failure& failure) {
+    tellSources(sources, failure);
+    throw;
+  }
 }
 
 }  // namespace kestrelvisor::ctl

@@ -45,6 +45,12 @@ int levelNumber(const std::string& word) {
   return static_cast<int>(found - kWords.begin());
 }
 
+// Not every command has every option.
+bool isGiven(const CLI::App& app, const char* name) {
+  const CLI::Option* const option = app.get_option_no_throw(name);
+  return option != nullptr && option->count() > 0;
+}
+
 void checkUser(const std::string& user) {
   if (user.empty()) {
     throw wrongUsage("--user: no name is given",
@@ -129,27 +135,35 @@ void addFormatOption(CLI::App& app, OutputFormat& target, std::vector<OutputForm
 
 void OperationArguments::declare(CLI::App& app) {
   declareManager(app);
+  declareUser(app);
+  declareAddressRules(app);
+  declareEnvironment(app);
   declarePlaintext(app);
-  declareCertificate(app);
+  declareTrust(app);
+  declareStrictness(app);
   declareTimeLimit(app);
   addPasswordOptions(app, request_.connection.password);
   declareLog(app);
 }
 
 void OperationArguments::declareManager(CLI::App& app) {
-  ConnectionOptions& connection = request_.connection;
   app.add_option("--manager", manager_,
                  "https://HOST[:PORT] or http://HOST[:PORT], an IPv6 address in brackets; port "
-                 "7443 unless told (KESTRELVISOR_MANAGER)")
+                 "7443 unless told")
       ->required()
       ->type_name("URL")
-      ->envname("KESTRELVISOR_MANAGER")
       ->group(kManagerGroup);
-  app.add_option("--user", connection.user, "Account on the manager (KESTRELVISOR_USER)")
+}
+
+void OperationArguments::declareUser(CLI::App& app) {
+  app.add_option("--user", request_.connection.user, "Account on the manager")
       ->required()
       ->type_name("NAME")
-      ->envname("KESTRELVISOR_USER")
       ->group(kManagerGroup);
+}
+
+void OperationArguments::declareAddressRules(CLI::App& app) {
+  ConnectionOptions& connection = request_.connection;
   CLI::Option* const keep =
       app.add_flag("--keep-address", connection.keepAddress,
                    "Stay with the host of --manager where the manager reports another "
@@ -160,7 +174,10 @@ void OperationArguments::declareManager(CLI::App& app) {
                "Go to whatever address the manager reports for its site, and log in there")
       ->excludes(keep)
       ->group(kManagerGroup);
-  app.add_flag("--use-environment", connection.useEnvironment,
+}
+
+void OperationArguments::declareEnvironment(CLI::App& app) {
+  app.add_flag("--use-environment", request_.connection.useEnvironment,
                "Obey the environment's proxies and other settings of libcurl and OpenSSL; they "
                "are ignored otherwise")
       ->group(kManagerGroup);
@@ -173,11 +190,14 @@ void OperationArguments::declarePlaintext(CLI::App& app) {
       ->group(kManagerGroup);
 }
 
-void OperationArguments::declareCertificate(CLI::App& app) {
+void OperationArguments::declareTrust(CLI::App& app) {
   addFileOption(app, "--ca-cert", request_.connection.certificateFile,
                 "Trust this certificate or CA alone, a PEM file; without it the system's "
                 "trust store")
       ->group(kManagerGroup);
+}
+
+void OperationArguments::declareStrictness(CLI::App& app) {
   app.add_flag("--strict-tls,!--no-strict-tls", strictTls_,
                "Refuse a manager whose certificate is not trusted; --no-strict-tls goes on "
                "after a refused certificate")
@@ -216,12 +236,18 @@ void OperationArguments::declareProgress(CLI::App& app) {
 }
 
 OperationRequest OperationArguments::read(const CLI::App& app) const {
-  OperationRequest request = request_;
-  request.connection.manager = readManagerAddress(manager_);
+  OperationRequest request = readDoor(app);
   checkUser(request.connection.user);
   if (!allowPlaintext_) refusePlaintext(request.connection);
-  if (app.count("--strict-tls") > 0) request.connection.strictTls = strictTls_;
-  if (app.count("--timeout") > 0) request.timeLimit = readDuration("--timeout", timeLimit_);
+  return request;
+}
+
+OperationRequest OperationArguments::readDoor(const CLI::App& app) const {
+  OperationRequest request = request_;
+  ConnectionOptions& connection = request.connection;
+  connection.manager = readManagerAddress(manager_);
+  if (isGiven(app, "--strict-tls")) connection.strictTls = strictTls_;
+  if (isGiven(app, "--timeout")) request.timeLimit = readDuration("--timeout", timeLimit_);
   if (!logLevel_.empty()) request.log.level = levelNumber(logLevel_);
   refuseMixedLines(request);
   return request;

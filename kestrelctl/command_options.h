@@ -35,11 +35,17 @@ class OperationArguments {
   void declareProgress(CLI::App& app);
   // What the options say, looked at as a whole. Throws a Failure of wrong usage.
   OperationRequest read(const CLI::App& app) const;
+  // Likewise, with nobody to log in.
+  OperationRequest readDoor(const CLI::App& app) const;
 
  private:
   void declareManager(CLI::App& app);
+  void declareUser(CLI::App& app);
+  void declareAddressRules(CLI::App& app);
+  void declareEnvironment(CLI::App& app);
   void declarePlaintext(CLI::App& app);
-  void declareCertificate(CLI::App& app);
+  void declareTrust(CLI::App& app);
+  void declareStrictness(CLI::App& app);
   void declareTimeLimit(CLI::App& app);
   void declareLog(CLI::App& app);
 

@@ -219,11 +219,20 @@ void showEverything(const DemoOptions& options, const EndingSignals& signals,
 // What the user has set up for real managers is none of the simulator's business, the password
 // least of all, and must not change what is shown.
 void forgetOwnSettings() {
-  for (const char* variable :
-       {"KESTRELVISOR_MANAGER", "KESTRELVISOR_USER", "KESTRELVISOR_PASSWORD",
-        "KESTRELVISOR_PASSWORD_KEY", "KESTRELVISOR_PASSWORD_KEY_FILE", "KESTRELVISOR_CONFIG"}) {
-    unsetenv(variable);
+  constexpr std::string_view kOurs = "KESTRELVISOR_";
+  std::vector<std::string> names;
+  for (char* const* entry = environ; *entry != nullptr; ++entry) {
+    const std::string_view variable = *entry;
+    if (variable.substr(0, kOurs.size()) != kOurs) continue;
+    names.emplace_back(variable.substr(0, variable.find('=')));
   }
+  for (const std::string& name : names) unsetenv(name.c_str());
+}
+
+// What the commands keep for later, and what is kept for real managers, has no part in it either.
+void useOwnFolders(const TemporaryFolder& folder) {
+  setenv("XDG_CONFIG_HOME", folder.file("settings").c_str(), 1);
+  setenv("XDG_CACHE_HOME", folder.file("cache").c_str(), 1);
 }
 
 }  // namespace
@@ -237,6 +246,7 @@ ExitCode runDemo(const DemoOptions& options) {
 
   const EndingSignals signals;
   const TemporaryFolder folder;
+  useOwnFolders(folder);
   writePassword(folder.file("password"));
   announce("A simulated manager on this machine, over HTTPS");
   Simulator simulator(signals, program, inventory, folder);

@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <memory>
 #include <set>
 #include <string>
@@ -61,12 +60,6 @@ long double bytesOf(const char* option, const std::string& text) {
                    "a number and its unit, like 100GiB, 1.5TiB or 500GB");
 }
 
-// Whether the environment alone says what an option would.
-bool isFromEnvironment(const CLI::Option& option) {
-  const char* const text = std::getenv(option.get_envname().c_str());
-  return text != nullptr && option.results() == std::vector<std::string>{text};
-}
-
 // For those who look for a part of a name, as many tools do.
 std::string hintOfWholeText(const ReplyFilter& filter) {
   for (const auto* patterns :
@@ -95,9 +88,7 @@ class FindCommand : public Command {
   void declareLive(CLI::App& app);
   void finishFilter(const CLI::App& app);
   void finishSource(const CLI::App& app);
-  void refuseLiveOptions() const;
 
-  std::vector<const CLI::Option*> liveOptions_;  // those that need a manager
   OperationArguments arguments_;
   OperationRequest request_;  // used when no file is named
   std::string replyFile_;
@@ -121,13 +112,15 @@ void FindCommand::declareOptions(CLI::App& app) {
   declareLive(app);
 }
 
+// Whoever limits a search that asks nobody, or names a password for it, has meant another one.
 void FindCommand::declareLive(CLI::App& app) {
   const auto own = static_cast<std::ptrdiff_t>(app.get_options().size());
   arguments_.declare(app);
   arguments_.declareProgress(app);
   for (const char* option : {"--manager", "--user"}) app.get_option(option)->required(false);
   const std::vector<CLI::Option*> all = app.get_options();
-  liveOptions_.assign(all.begin() + own, all.end());
+  CLI::Option* const reply = app.get_option("--reply");
+  for (auto option = all.begin() + own; option != all.end(); ++option) reply->excludes(*option);
 }
 
 void FindCommand::declareFilter(CLI::App& app) {
@@ -188,17 +181,6 @@ void FindCommand::finishSource(const CLI::App& app) {
                        "--user NAME names an account on it");
     request_ = arguments_.read(app);
     request_.kind = OperationKind::scan;
-    return;
-  }
-  refuseLiveOptions();
-}
-
-// Whoever limits a search that asks nobody, or names a password for it, has meant another one.
-void FindCommand::refuseLiveOptions() const {
-  for (const CLI::Option* const option : liveOptions_) {
-    if (option->empty() || isFromEnvironment(*option)) continue;
-    throw wrongUsage("find: --reply and " + option->get_name() + " exclude each other",
-                     "--reply FILE looks in a kept reply, --manager URL asks a manager");
   }
 }
 

@@ -48,6 +48,7 @@ TEST_F(Forms, OfYamlSayWhatThoseOfJsonSay) {
   expectSameInYaml({"diff", reply, reply});
   expectSameInYaml({"explain"});
   expectSameInYaml({"version"});
+  expectSameInYaml({"contexts"});
   expectSameInYaml(command({"verify"}));
   expectSameInYaml({"verify"});  // a failure
 }

@@ -1,3 +1,4 @@
+#include "tests/kestrelctl/help_page.h"
 #include "tests/kestrelctl/json_answer.h"
 #include "tests/kestrelctl/program.h"
 #include "tests/support/test_headers.h"
@@ -5,9 +6,10 @@
 
 #include <curl/curl.h>
 
-#include <array>
 #include <regex>
+#include <set>
 #include <sstream>
+#include <vector>
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -17,10 +19,6 @@ using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::Lt;
 using ::testing::StartsWith;
-
-constexpr std::array<const char*, 10> kCommands{
-    "verify",           "scan", "show",   "find", "diff", "disable-cbt", "explain",
-    "encrypt-password", "demo", "version"};
 
 // A text with one blank between its words, however its lines are broken.
 std::string wordsOf(const std::string& text) {
