@@ -1,5 +1,6 @@
 #include "kestrelctl/command_options.h"
 
+#include "kestrelctl/certificates/pin_file.h"
 #include "kestrelctl/duration.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/terminal_text.h"
@@ -146,6 +147,13 @@ void OperationArguments::declare(CLI::App& app) {
   declareLog(app);
 }
 
+void OperationArguments::declareDoor(CLI::App& app) {
+  declareManager(app);
+  declareEnvironment(app);
+  declareTrust(app);
+  declareTimeLimit(app);
+}
+
 void OperationArguments::declareManager(CLI::App& app) {
   app.add_option("--manager", manager_,
                  "https://HOST[:PORT] or http://HOST[:PORT], an IPv6 address in brackets; port "
@@ -246,6 +254,7 @@ OperationRequest OperationArguments::readDoor(const CLI::App& app) const {
   OperationRequest request = request_;
   ConnectionOptions& connection = request.connection;
   connection.manager = readManagerAddress(manager_);
+  if (connection.manager.https) connection.publicKeyPin = keptPin(connection.manager);
   if (isGiven(app, "--strict-tls")) connection.strictTls = strictTls_;
   if (isGiven(app, "--timeout")) request.timeLimit = readDuration("--timeout", timeLimit_);
   if (!logLevel_.empty()) request.log.level = levelNumber(logLevel_);

@@ -33,6 +33,8 @@ class OperationArguments {
   void declare(CLI::App& app);
   // Of commands that take their time. Beside declare.
   void declareProgress(CLI::App& app);
+  // Of commands that go as far as a manager's door, without an account. Instead of declare.
+  void declareDoor(CLI::App& app);
   // What the options say, looked at as a whole. Throws a Failure of wrong usage.
   OperationRequest read(const CLI::App& app) const;
   // Likewise, with nobody to log in.

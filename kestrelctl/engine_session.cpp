@@ -10,6 +10,7 @@
 #include "kestrelctl/watch/scan_watch.h"
 #include "platform/reference/configuration.h"
 #include "platform/reference/password_cipher.h"
+#include "platform/reference/tls.h"
 #include "platform/reference/url.h"
 
 #include <string>
@@ -55,6 +56,10 @@ void prepareTransport(const ConnectionOptions& options) {
   }
   if (options.keepAddress && !keepToHost(options.manager.host)) {
     throw wrongUsage("--keep-address: " + options.manager.host + " cannot be kept");
+  }
+  if (!keepToPublicKey(options.publicKeyPin)) {
+    throw wrongUsage("the public key that is kept for the manager has no form that can be used",
+                     "kestrelctl cert pin --replace keeps the key anew");
   }
   const bool anyServer = options.followAddress;
   if (!allowOnlyServers(anyServer ? std::vector<std::string>() : serversOf(options.manager))) {

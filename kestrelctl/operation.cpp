@@ -1,6 +1,7 @@
 #include "kestrelctl/operation.h"
 
 #include "base/wipe_string.h"
+#include "kestrelctl/certificates/kept_key.h"
 #include "kestrelctl/console.h"
 #include "kestrelctl/foreign_settings.h"
 #include "kestrelctl/terminal_text.h"
@@ -25,6 +26,13 @@ void givePassword(const ConnectionOptions& connection, Supervision& supervision)
   supervision.give(password);
 }
 
+OperationResult performSupervised(const OperationRequest& request, const ProgressSink& progress) {
+  Supervision supervision(request, progress);
+  supervision.waitUntilReady();
+  givePassword(request.connection, supervision);
+  return supervision.waitForResult();
+}
+
 }  // namespace
 
 std::string nameOf(OperationKind kind, const std::string& machineUri) {
@@ -41,10 +49,12 @@ std::string nameOf(OperationKind kind, const std::string& machineUri) {
 
 OperationResult perform(const OperationRequest& request, const ProgressSink& progress) {
   if (!request.connection.useEnvironment) forgetForeignSettings();
-  Supervision supervision(request, progress);
-  supervision.waitUntilReady();
-  givePassword(request.connection, supervision);
-  return supervision.waitForResult();
+  try {
+    return performSupervised(request, progress);
+  } catch (Failure& failure) {
+    tellPins(request.connection, failure);
+    throw;
+  }
 }
 
 }  // namespace kestrelvisor::ctl

@@ -25,6 +25,7 @@ struct ConnectionOptions {
   bool keepAddress = false;       // replace what the manager reports by the host that was named
   bool followAddress = false;     // let the manager report any address
   bool useEnvironment = false;    // obey the variables of libcurl and OpenSSL
+  std::string publicKeyPin;       // the manager's public key must be this one; empty: any
 };
 
 struct LogSettings {
@@ -63,7 +64,7 @@ std::string nameOf(OperationKind kind, const std::string& machineUri = {});
 
 // Fetches the password and lets the engine work, in a process of its own; progress gets the counts
 // of a scan meanwhile. Throws a Failure or Interrupted, which have the warnings
-// then.
+// then. A Failure over another public key than the one that is kept tells both.
 OperationResult perform(const OperationRequest& request, const ProgressSink& progress = {});
 
 }  // namespace kestrelvisor::ctl

@@ -39,6 +39,7 @@ void fill(wire::Job::Connection& wired, const ConnectionOptions& connection) {
   wired.set_keep_address(connection.keepAddress);
   wired.set_follow_address(connection.followAddress);
   wired.set_use_environment(connection.useEnvironment);
+  wired.set_public_key_pin(connection.publicKeyPin);
 }
 
 ConnectionOptions connectionOf(const wire::Job::Connection& wired) {
@@ -52,6 +53,7 @@ ConnectionOptions connectionOf(const wire::Job::Connection& wired) {
   connection.keepAddress = wired.keep_address();
   connection.followAddress = wired.follow_address();
   connection.useEnvironment = wired.use_environment();
+  connection.publicKeyPin = wired.public_key_pin();
   return connection;
 }
 

@@ -154,6 +154,7 @@ OperationRequest fullRequest() {
   request.connection.keepAddress = true;
   request.connection.followAddress = true;
   request.connection.useEnvironment = true;
+  request.connection.publicKeyPin = "sha256//x";
   request.log = {2, "log"};
   request.machineUri = "/service/x";
   request.keepsTesterDump = true;
@@ -173,6 +174,7 @@ TEST(WorkerMessages, CarryARequest) {
   EXPECT_TRUE(read.connection.keepAddress);
   EXPECT_TRUE(read.connection.followAddress);
   EXPECT_TRUE(read.connection.useEnvironment);
+  EXPECT_EQ(read.connection.publicKeyPin, "sha256//x");
   EXPECT_EQ(read.log.level, 2);
   EXPECT_EQ(read.log.file, "log");
   EXPECT_EQ(read.machineUri, "/service/x");

@@ -19,7 +19,7 @@ struct Promise {
   const char* document;  // schema with -o json
   const char* line;      // and of each line with -o jsonl
 };
-constexpr std::array<Promise, 10> kPromises{{
+constexpr std::array<Promise, 11> kPromises{{
     {"verify", "verify", "verify"},
     {"scan", "reply", "reply-line"},
     {"show", "reply", "reply-line"},
@@ -29,6 +29,7 @@ constexpr std::array<Promise, 10> kPromises{{
     {"explain", "explain", "explain-line"},
     {"version", "version", "version"},
     {"encrypt-password", "encrypt-password", "encrypt-password"},
+    {"cert", "cert", "cert"},
     {"contexts", "contexts", "contexts"},
 }};
 

@@ -1,0 +1,150 @@
+#include "kestrelctl/certificates/certificate_views.h"
+
+#include "kestrelctl/documents/json_text.h"
+#include "kestrelctl/terminal_text.h"
+
+#include <json/value.h>
+
+#include <cmath>
+
+namespace kestrelvisor::ctl {
+namespace {
+
+constexpr std::size_t kLabelWidth = 11;
+constexpr std::size_t kDateSize = 10;
+
+// A line under a heading; a text that does not fit goes on in the same column.
+class Lines {
+ public:
+  explicit Lines(const Rendering& rendering) : rendering_(rendering) {}
+
+  void add(const char* label, const std::string& text) {
+    constexpr std::size_t kIndent = kLabelWidth + 4;
+    constexpr std::size_t kWidth = 80 - kIndent;
+    std::string broken;
+    for (const char c : wrapped(printable(text, rendering_.utf8), kWidth)) {
+      broken += c;
+      if (c == '\n') broken.append(kIndent, ' ');
+    }
+    text_ += "  " + rendering_.bold(padRight(label, kLabelWidth)) + "  " + broken + "\n";
+  }
+  void addHeading(const std::string& text) { text_ += "\n" + rendering_.bold(text) + "\n"; }
+  const std::string& text() const { return text_; }
+
+ private:
+  const Rendering& rendering_;
+  std::string text_;
+};
+
+std::string joined(const std::vector<std::string>& words) {
+  constexpr std::size_t kMost = 20;
+  std::string text;
+  for (std::size_t i = 0; i < words.size() && i < kMost; ++i) {
+    text += (i > 0 ? ", " : "") + words[i];
+  }
+  if (words.size() > kMost) text += " and " + grouped(words.size() - kMost) + " more";
+  return words.empty() ? "none" : text;
+}
+
+std::string dateText(Certificate::Time time) { return timeText(time).substr(0, kDateSize); }
+
+std::string validity(const Certificate& certificate, Certificate::Time now) {
+  const std::string range =
+      "from " + dateText(certificate.notBefore) + " to " + dateText(certificate.notAfter);
+  if (now < certificate.notBefore) return range + ", not valid yet";
+  const long long days = daysUntil(certificate.notAfter, now);
+  if (days < 0) return range + ", expired";
+  return range + ", " + counted(static_cast<std::size_t>(days), "day") + " left";
+}
+
+void addCertificate(const Certificate& certificate, Certificate::Time now, Lines& lines) {
+  lines.add("subject", certificate.subject.empty() ? "none" : certificate.subject);
+  lines.add("issuer", certificate.issuer.empty() ? "none" : certificate.issuer);
+  if (!certificate.names.empty()) lines.add("names", joined(certificate.names));
+  lines.add("valid", validity(certificate, now));
+  lines.add("key", certificate.key);
+  lines.add("SHA-256", certificate.fingerprint);
+  lines.add("pin", certificate.pin);
+}
+
+std::string problemText(const CertificateProblem& problem) {
+  return "no: " + problem.words + " (certificate " + std::to_string(problem.depth + 1) + ")";
+}
+
+std::string trustText(const Inspection& inspection) {
+  if (inspection.problems.empty()) return "yes";
+  return problemText(inspection.problems.front());
+}
+
+std::string keptText(const ShownCertificate& shown) {
+  if (shown.keptPin.empty()) return "none; kestrelctl cert pin keeps this one";
+  return shown.keptPin == shown.inspection.chain.front().pin ? "this one" : shown.keptPin;
+}
+
+Json::Value documentOf(const Certificate& certificate) {
+  Json::Value value(Json::objectValue);
+  value["subject"] = jsonOf(certificate.subject);
+  value["issuer"] = jsonOf(certificate.issuer);
+  Json::Value& names = value["names"] = Json::Value(Json::arrayValue);
+  for (const std::string& name : certificate.names) names.append(jsonOf(name));
+  value["notBefore"] = timeText(certificate.notBefore);
+  value["notAfter"] = timeText(certificate.notAfter);
+  value["key"] = certificate.key;
+  value["fingerprint"] = certificate.fingerprint;
+  value["pin"] = certificate.pin;
+  value["pem"] = certificate.pem;
+  return value;
+}
+
+Json::Value documentOf(const CertificateProblem& problem) {
+  Json::Value value(Json::objectValue);
+  value["certificate"] = Json::UInt64{problem.depth + 1};
+  value["code"] = problem.code;
+  value["text"] = jsonOf(problem.words);
+  return value;
+}
+
+}  // namespace
+
+std::string certificateText(const ShownCertificate& shown, const Rendering& rendering) {
+  const Inspection& inspection = shown.inspection;
+  Lines lines(rendering);
+  lines.add("manager", shown.manager.url());
+  if (!inspection.address.empty()) lines.add("address", inspection.address);
+  lines.add("trusted", trustText(inspection));
+  lines.add("names host", inspection.namesHost ? "yes" : "no");
+  lines.add("kept pin", keptText(shown));
+  for (std::size_t i = 0; i < inspection.chain.size(); ++i) {
+    lines.addHeading("Certificate " + std::to_string(i + 1) +
+                     (i == 0 ? ", the manager's own" : ""));
+    addCertificate(inspection.chain[i], shown.now, lines);
+  }
+  return lines.text();
+}
+
+std::string certificateDocument(const ShownCertificate& shown, OutputFormat form) {
+  const Inspection& inspection = shown.inspection;
+  Json::Value document(Json::objectValue);
+  document["manager"] = jsonOf(shown.manager.url());
+  document["address"] = jsonOf(inspection.address);
+  document["protocol"] = inspection.protocol.empty() ? Json::Value() : inspection.protocol;
+  document["trusted"] = inspection.problems.empty();
+  document["namesHost"] = inspection.namesHost;
+  document["pin"] = inspection.chain.front().pin;
+  document["keptPin"] = shown.keptPin.empty() ? Json::Value() : jsonOf(shown.keptPin);
+  Json::Value& problems = document["problems"] = Json::Value(Json::arrayValue);
+  for (const CertificateProblem& problem : inspection.problems) {
+    problems.append(documentOf(problem));
+  }
+  Json::Value& chain = document["certificates"] = Json::Value(Json::arrayValue);
+  for (const Certificate& certificate : inspection.chain) chain.append(documentOf(certificate));
+  document["warnings"] = jsonOf(std::vector<Warning>());
+  return jsonText(document, form);
+}
+
+long long daysUntil(Certificate::Time time, Certificate::Time now) {
+  using Days = std::chrono::duration<double, std::ratio<86400>>;
+  return static_cast<long long>(std::floor(Days(time - now).count()));
+}
+
+}  // namespace kestrelvisor::ctl
