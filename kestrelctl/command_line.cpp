@@ -23,6 +23,8 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  kestrelctl demo\n"
     "      show everything against a simulated manager on this machine\n"
+    "  kestrelctl doctor --manager https://vrm.example.com --user backup\n"
+    "      find out what keeps this machine and the manager apart\n"
     "  kestrelctl verify --manager https://vrm.example.com:7443 --user backup\n"
     "      ask for the password, tell whether the manager takes it, print its GUID\n"
     "  kestrelctl scan --manager https://vrm.example.com --user backup \\\n"

@@ -32,6 +32,7 @@ class Failure : public std::runtime_error {
   std::optional<std::uint64_t> detailId;
   std::string managerCode;  // the manager's or the engine's own; empty: none came
   std::string text;         // the words that came with it, without secrets
+  bool hadSession = false;  // whether a login had worked before
 };
 
 inline Failure wrongUsage(const std::string& what, std::string hint = {}) {

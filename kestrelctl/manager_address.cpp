@@ -108,13 +108,14 @@ struct AddressListFree {
 };
 using AddressList = std::unique_ptr<addrinfo, AddressListFree>;
 
-// A name that cannot be resolved has no addresses; the engine's first request tells why.
-AddressList resolved(const std::string& host) {
+AddressList resolved(const std::string& host, std::string& problem) {
   addrinfo wanted{};
   wanted.ai_socktype = SOCK_STREAM;
   addrinfo* list = nullptr;
-  if (getaddrinfo(host.c_str(), nullptr, &wanted, &list) != 0) return nullptr;
-  return AddressList(list);
+  const int error = getaddrinfo(host.c_str(), nullptr, &wanted, &list);
+  if (error == 0) return AddressList(list);
+  problem = gai_strerror(error);
+  return nullptr;
 }
 
 std::string numericHost(const addrinfo& address) {
@@ -165,15 +166,24 @@ ManagerAddress readManagerAddress(std::string_view text) {
   return address;
 }
 
+std::vector<std::string> addressesOf(const std::string& name, std::string& problem) {
+  problem.clear();
+  const AddressList list = resolved(name, problem);
+  std::vector<std::string> addresses;
+  for (const addrinfo* entry = list.get(); entry != nullptr; entry = entry->ai_next) {
+    const std::string address = numericHost(*entry);
+    if (!address.empty()) addresses.push_back(address);
+  }
+  return addresses;
+}
+
+// A name that cannot be resolved has no addresses; the engine's first request tells why.
 std::vector<std::string> serversOf(const ManagerAddress& address) {
   const std::string port = ":" + std::to_string(address.port);
   std::vector<std::string> servers{address.host + port};
   if (address.host.front() == '[') return servers;
-  const AddressList addresses = resolved(address.host);
-  for (const addrinfo* entry = addresses.get(); entry != nullptr; entry = entry->ai_next) {
-    const std::string host = numericHost(*entry);
-    if (!host.empty()) servers.push_back(host + port);
-  }
+  std::string problem;
+  for (const std::string& host : addressesOf(address.host, problem)) servers.push_back(host + port);
   return servers;
 }
 

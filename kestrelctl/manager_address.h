@@ -25,6 +25,10 @@ struct ManagerAddress {
 // Failure that says what is wrong.
 ManagerAddress readManagerAddress(std::string_view text);
 
+// Returns the addresses that a name resolves to, an IPv6 address in brackets. When there are none
+// the list is empty and problem tells why. May take as long as the system's resolver wants.
+std::vector<std::string> addressesOf(const std::string& name, std::string& problem);
+
 // Returns the servers that an address stands for, as "HOST:PORT": the one that it names and, for a
 // name, those that it resolves to.
 std::vector<std::string> serversOf(const ManagerAddress& address);

@@ -47,6 +47,7 @@ Failure failureOf(const ManagerAddress& manager, const Inspection& inspection) {
   failure.facts.push_back({"reason", inspection.problem});
   failure.text = inspection.problem;
   failure.hint = explanationOfExit(code).remedy;
+  failure.hint += "; kestrelctl doctor looks at each step";
   return failure;
 }
 

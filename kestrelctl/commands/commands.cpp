@@ -13,6 +13,7 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeFindCommand());
   commands.push_back(makeDiffCommand());
   commands.push_back(makeDisableCbtCommand());
+  commands.push_back(makeDoctorCommand());
   commands.push_back(makeCertCommand());
   commands.push_back(makeExplainCommand());
   commands.push_back(makeContextsCommand());

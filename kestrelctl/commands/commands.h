@@ -12,6 +12,7 @@ std::unique_ptr<Command> makeShowCommand();
 std::unique_ptr<Command> makeFindCommand();
 std::unique_ptr<Command> makeDiffCommand();
 std::unique_ptr<Command> makeDisableCbtCommand();
+std::unique_ptr<Command> makeDoctorCommand();
 std::unique_ptr<Command> makeCertCommand();
 std::unique_ptr<Command> makeContextsCommand();
 std::unique_ptr<Command> makeExplainCommand();

@@ -118,9 +118,10 @@ wire::Event readyEvent() {
   return event;
 }
 
-wire::Event sessionsEvent(std::uint64_t open) {
+wire::Event sessionsEvent(std::uint64_t open, bool loggedIn) {
   wire::Event event;
   event.mutable_sessions()->set_open(open);
+  event.mutable_sessions()->set_logged_in(loggedIn);
   return event;
 }
 

@@ -19,7 +19,7 @@ wire::Job jobOf(const OperationRequest& request);
 OperationRequest requestOf(const wire::Job& job);
 
 wire::Event readyEvent();
-wire::Event sessionsEvent(std::uint64_t open);
+wire::Event sessionsEvent(std::uint64_t open, bool loggedIn);
 wire::Event changeEvent(bool outcomeUnknown);
 wire::Event progressEvent(const ScanCounts& counts);
 wire::Event eventOf(const Warning& warning);

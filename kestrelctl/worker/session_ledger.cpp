@@ -76,6 +76,7 @@ void SessionLedger::takeSessionLine(std::string_view text) {
     beginLogin();
   } else if (text.starts_with("Success to Login")) {
     ++known_;
+    loggedIn_ = true;
     unknown_ += brokenOff_;  // the first attempt, when the second has worked
     loggingIn_ = false;
   }

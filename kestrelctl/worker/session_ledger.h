@@ -18,6 +18,8 @@ class SessionLedger {
   void take(const LogRecord& record);
 
   std::size_t open() const { return known_ + unknown_ + (loggingIn_ ? 1 : 0); }
+  // Whether a login has worked, whatever became of its session.
+  bool hasLoggedIn() const { return loggedIn_; }
   // Whether the request that is on its way ends a session, as far as the log tells. Not where a
   // login comes right behind it: no line tells the one from the other, and the login may hang.
   bool isLoggingOut() const { return loggingOut_ && !loggingIn_; }
@@ -38,6 +40,7 @@ class SessionLedger {
   std::size_t known_ = 0;    // logins that gave a token, without those that were ended
   std::size_t unknown_ = 0;  // logins of which nobody knows, or has, the token
 
+  bool loggedIn_ = false;
   bool loggingIn_ = false;
   bool refused_ = false;       // the login, by the manager
   std::size_t brokenOff_ = 0;  // attempts at it that may have reached the manager

@@ -134,6 +134,7 @@ void Supervision::takeEvent(const wire::Event& event) {
       break;
     case wire::Event::kSessions:
       sessions_ = event.sessions().open();
+      loggedIn_ = event.sessions().logged_in();
       break;
     case wire::Event::kWarning:
       warnings_.push_back(warningOf(event.warning()));
@@ -210,6 +211,7 @@ void Supervision::throwEnd() const {
   }
   Failure end = ending_ ? timeLimitFailure() : failure_ ? *failure_ : deathFailure();
   addOwnWarnings(end.warnings);
+  end.hadSession = loggedIn_;
   throw end;
 }
 

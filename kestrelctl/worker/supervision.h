@@ -78,6 +78,7 @@ class Supervision {
   std::optional<Failure> failure_;
   std::vector<Warning> warnings_;
   std::uint64_t sessions_ = 0;
+  bool loggedIn_ = false;
   bool outcomeUnknown_ = false;  // of a change at the manager
 
   std::optional<ScanCounts> counts_;             // the latest

@@ -62,14 +62,16 @@ class LogWatch {
   void takeSessions(const LogRecord& record) {
     ledger_.take(record);
     OrderlyEnd::spareLogout(ledger_.isLoggingOut());
-    if (ledger_.open() == told_) return;
+    if (ledger_.open() == told_ && ledger_.hasLoggedIn() == toldLogin_) return;
     told_ = ledger_.open();
-    sendMessage(channel_, sessionsEvent(told_));
+    toldLogin_ = ledger_.hasLoggedIn();
+    sendMessage(channel_, sessionsEvent(told_, toldLogin_));
   }
 
   Channel& channel_;
   SessionLedger ledger_;
   std::size_t told_ = 0;
+  bool toldLogin_ = false;
   LogObserver observer_;  // last: it uses the others
 };
 

@@ -204,6 +204,16 @@ TEST_F(Cert, ChangedCertificateIsNotLetPassByLeniency) {
   EXPECT_TRUE(manager->journal().empty());
 }
 
+TEST_F(Cert, ChangedCertificateFailsTheDoctorsChain) {
+  ASSERT_EQ(run({"cert", "pin"}).status, 0);
+  serve();
+
+  const Finished finished = run({"doctor", "-q"});
+
+  EXPECT_EQ(finished.status, 6);
+  EXPECT_THAT(finished.output, HasSubstr("FAIL  chain         the public key is not the kept one"));
+}
+
 TEST_F(Cert, PinTakesThePlaceOfAnotherOnlyWhenTold) {
   ASSERT_EQ(run({"cert", "pin"}).status, 0);
   serve();

@@ -43,6 +43,7 @@ TEST_F(ContextsOfAUser, StandInForOptions) {
 
   EXPECT_EQ(run({"verify", "--context", "good"}).status, 0);
   EXPECT_EQ(run({"scan", "--context", "good", "-o", "name"}).status, 0);
+  EXPECT_EQ(run({"doctor", "--context", "good", "-q"}).status, 0);
 }
 
 TEST_F(ContextsOfAUser, AreNamedByTheEnvironmentToo) {

@@ -40,6 +40,16 @@ TEST_F(Ledger, CountsALoginThatIsOnItsWay) {
   take(kCheck, "send request to KestrelVisor with rest version = 6.5");
 
   EXPECT_EQ(ledger.open(), 1U);
+  EXPECT_FALSE(ledger.hasLoggedIn());
+}
+
+TEST_F(Ledger, KnowsThatALoginHasWorkedWhateverBecameOfIt) {
+  logIn();
+  take(kExit, "Enter vrmip: 127.0.0.1");
+  take(kExit, "Exit vrm: 127.0.0.1");
+
+  EXPECT_EQ(ledger.open(), 0U);
+  EXPECT_TRUE(ledger.hasLoggedIn());
 }
 
 TEST_F(Ledger, CountsDownWithTheLogoutsAtTheEnd) {

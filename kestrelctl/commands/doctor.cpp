@@ -1,0 +1,88 @@
+#include "kestrelctl/command_options.h"
+#include "kestrelctl/commands/commands.h"
+#include "kestrelctl/console.h"
+#include "kestrelctl/diagnosis/checks.h"
+#include "kestrelctl/diagnosis/diagnosis_views.h"
+#include "kestrelctl/diagnosis/examination.h"
+#include "kestrelctl/foreign_settings.h"
+#include "kestrelctl/libraries.h"
+
+namespace kestrelvisor::ctl {
+namespace {
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  kestrelctl doctor --manager https://vrm.example.com --user backup\n"
+    "      look at each step from the name to the list of sites\n"
+    "  kestrelctl doctor --manager https://vrm.example.com\n"
+    "      the same without a login\n"
+    "  kestrelctl doctor -q --context prod && echo well\n"
+    "  kestrelctl doctor -o json --context prod \\\n"
+    "      | jq -r '.checks[] | select(.verdict == \"fail\") | .remedy'\n"
+    "  The exit status is that with which an operation would end over the first\n"
+    "  check that fails.\n";
+
+class DoctorCommand : public Command {
+ public:
+  DoctorCommand()
+      : Command({"doctor", "Find out what keeps this machine and a manager apart", kExamples}) {}
+
+  void declareOptions(CLI::App& app) override;
+  void finishOptions(const CLI::App& app) override;
+  ExitCode run() override;
+
+ private:
+  void tell(const CheckResult& result) const;
+
+  OperationArguments arguments_;
+  OperationRequest request_;
+  OutputFormat format_ = OutputFormat::text;
+  bool quiet_ = false;
+};
+
+void DoctorCommand::declareOptions(CLI::App& app) {
+  app.add_flag("-q,--quiet", quiet_, "Show only what fails or deserves a warning");
+  addFormatOption(app, format_, formsOfDocument(OutputFormat::text));
+  arguments_.declare(app);
+  app.get_option("--user")->required(false)->description(
+      "Account on the manager; without it no login is tried");
+  app.get_option("--timeout")
+      ->description(
+          "Time for all checks together, such as 30s or 2m; a plain number counts seconds. A "
+          "minute unless told, of which each step gets 10 seconds at most");
+}
+
+void DoctorCommand::finishOptions(const CLI::App& app) {
+  request_ = app.count("--user") > 0 ? arguments_.read(app) : arguments_.readDoor(app);
+}
+
+void DoctorCommand::tell(const CheckResult& result) const {
+  const Verdict verdict = result.finding.verdict;
+  const bool isWorthIt = verdict == Verdict::warn || verdict == Verdict::fail;
+  if (format_ != OutputFormat::text || (quiet_ && !isWorthIt)) return;
+  printResult(findingText(result, renderingOfResults()));
+}
+
+ExitCode DoctorCommand::run() {
+  const std::vector<std::string> proxies = proxiesThatAreSet();  // before they are forgotten
+  prepareLibraries(request_.connection.useEnvironment);
+  Examination examination({request_, proxies});
+  std::vector<CheckResult> results;
+  for (const Check& check : checks()) {
+    results.push_back({check, check.look(examination)});
+    tell(results.back());
+  }
+  warnOf(examination.warnings());
+  if (format_ != OutputFormat::text) {
+    printResult(diagnosisDocument(request_.connection, results, examination.warnings(), format_));
+  } else if (!quiet_) {
+    say(diagnosisSummary(results));
+  }
+  return exitCodeOf(results);
+}
+
+}  // namespace
+
+std::unique_ptr<Command> makeDoctorCommand() { return std::make_unique<DoctorCommand>(); }
+
+}  // namespace kestrelvisor::ctl
