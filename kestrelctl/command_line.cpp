@@ -1,5 +1,6 @@
 #include "kestrelctl/command_line.h"
 
+#include "kestrelctl/command_description.h"
 #include "kestrelctl/console.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/help_formatter.h"
@@ -196,6 +197,18 @@ std::unique_ptr<Command> readCommandLine(int argc, const char* const* argv) {
     tellSources(sources, failure);
     throw;
   }
+}
+
+std::vector<CompletedCommand> describeCommands() {
+  std::vector<std::string> sources;
+  CLI::App app(kDescription, "kestrelctl");
+  const std::vector<std::unique_ptr<Command>> commands = allCommands();
+  for (const auto& command : commands) addCommand(app, *command, sources);
+  std::vector<CompletedCommand> described;
+  for (const CLI::App* command : std::as_const(app).get_subcommands({})) {
+    described.push_back(describe(*command));
+  }
+  return described;
 }
 
 }  // namespace kestrelvisor::ctl

@@ -90,6 +90,11 @@ CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
   return app.add_option(name, target, description)->type_name("FILE")->check(problemOfFileName);
 }
 
+// In the form of the words of a check, of which the help shows nothing.
+void offerWords(CLI::Option& argument, const std::string& words) {
+  argument.type_name(":{" + words + "}");
+}
+
 void addPasswordOptions(CLI::App& app, PasswordSource& source) {
   const char* const group = "Password (never on the command line)";
   CLI::Option* const file =

@@ -16,6 +16,9 @@ namespace kestrelvisor::ctl {
 CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
                            const char* description);
 
+// Lets shells offer these words, parted by commas, for an argument that the command itself checks.
+void offerWords(CLI::Option& argument, const std::string& words);
+
 void addPasswordOptions(CLI::App& app, PasswordSource& source);
 
 // What a whole reply can be shown as; the tree comes first.

@@ -82,7 +82,7 @@ void ContextsCommand::declareOptions(CLI::App& app) {
       app.add_option("ACTION", words_,
                      "list (the default), show NAME, add NAME or remove NAME; add keeps what the "
                      "options say");
-  action->expected(0, 2)->type_name("");
+  offerWords(*action->expected(0, 2), "list,show,add,remove");
   addFormatOption(app, format_, formsOfDocument(OutputFormat::table));
   app.add_flag("--replace", replace_, "Let add take the place of a context of that name");
   declareSettings(app);

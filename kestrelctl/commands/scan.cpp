@@ -1,6 +1,7 @@
 #include "kestrelctl/command_options.h"
 #include "kestrelctl/commands/commands.h"
 #include "kestrelctl/commands/live_scan.h"
+#include "kestrelctl/completion/name_index.h"
 #include "kestrelctl/console.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/file_replacement.h"
@@ -32,7 +33,7 @@ class ScanCommand : public Command {
   ExitCode run() override;
 
  private:
-  void keep(const OperationResult& result) const;
+  void keep(const OperationResult& result, const ReplyIndex& index) const;
 
   OperationArguments arguments_;
   OperationRequest request_;
@@ -65,9 +66,10 @@ void ScanCommand::finishOptions(const CLI::App& app) {
 }
 
 // A failure takes the scan's warnings along: programs get nothing but the failure then.
-void ScanCommand::keep(const OperationResult& result) const try {
+void ScanCommand::keep(const OperationResult& result, const ReplyIndex& index) const try {
   if (!saveFile_.empty()) {
     replaceFile(saveFile_, protobufOf(result.reply));
+    keepNames(index);
     say("The reply is kept in " + saveFile_ + ".");
   }
   if (!testerDumpFile_.empty()) replaceFile(testerDumpFile_, result.testerDump);
@@ -80,11 +82,11 @@ ExitCode ScanCommand::run() {
   if (!saveFile_.empty()) checkReplaceable("--save", saveFile_);
   if (!testerDumpFile_.empty()) checkReplaceable("--tester-dump", testerDumpFile_);
   const OperationResult result = scanWithProgress(request_);
-  keep(result);
+  const ReplyIndex index(result.reply);
+  keep(result, index);
   warnOf(result.warnings);
   const Accounting& accounting = result.accounting.value();
-  showReply(ReplyIndex(result.reply), format_, {accounting, result.warnings}, renderingOfResults(),
-            printResult);
+  showReply(index, format_, {accounting, result.warnings}, renderingOfResults(), printResult);
   for (const std::string& line : accountingSummary(accounting)) say(line);
   return strict_ && accounting.isIncomplete() ? ExitCode::partial : ExitCode::success;
 }
