@@ -4,6 +4,7 @@
 #include "kestrelctl/certificates/kept_key.h"
 #include "kestrelctl/console.h"
 #include "kestrelctl/foreign_settings.h"
+#include "kestrelctl/support/last_log.h"
 #include "kestrelctl/terminal_text.h"
 #include "kestrelctl/worker/supervision.h"
 
@@ -49,6 +50,7 @@ std::string nameOf(OperationKind kind, const std::string& machineUri) {
 
 OperationResult perform(const OperationRequest& request, const ProgressSink& progress) {
   if (!request.connection.useEnvironment) forgetForeignSettings();
+  if (!request.log.file.empty()) rememberLog(request.log.file);
   try {
     return performSupervised(request, progress);
   } catch (Failure& failure) {

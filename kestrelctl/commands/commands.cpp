@@ -18,6 +18,7 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeExplainCommand());
   commands.push_back(makeContextsCommand());
   commands.push_back(makeEncryptPasswordCommand());
+  commands.push_back(makeSupportBundleCommand());
   commands.push_back(makeCompletionCommand());
   commands.push_back(makeDemoCommand());
   commands.push_back(makeVersionCommand());

@@ -17,6 +17,7 @@ std::unique_ptr<Command> makeCertCommand();
 std::unique_ptr<Command> makeContextsCommand();
 std::unique_ptr<Command> makeExplainCommand();
 std::unique_ptr<Command> makeEncryptPasswordCommand();
+std::unique_ptr<Command> makeSupportBundleCommand();
 std::unique_ptr<Command> makeCompletionCommand();
 std::unique_ptr<Command> makeDemoCommand();
 std::unique_ptr<Command> makeVersionCommand();

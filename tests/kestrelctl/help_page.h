@@ -7,10 +7,10 @@
 
 namespace kestrelvisor::ctl::test {
 
-inline constexpr std::array<const char*, 14> kCommands{
-    "verify",           "scan",       "show", "find",     "diff",
-    "disable-cbt",      "doctor",     "cert", "contexts", "explain",
-    "encrypt-password", "completion", "demo", "version"};
+inline constexpr std::array<const char*, 15> kCommands{
+    "verify",           "scan",           "show",       "find",     "diff",
+    "disable-cbt",      "doctor",         "cert",       "contexts", "explain",
+    "encrypt-password", "support-bundle", "completion", "demo",     "version"};
 
 // The long names of options in a help page, each where its line begins.
 inline std::set<std::string> optionsIn(const std::string& help) {
