@@ -65,6 +65,16 @@ TEST(Usage, HelpForAMistypedCommandNamesTheNearest) {
   EXPECT_THAT(Finished({"hlep"}).talk, HasSubstr("did you mean \"kestrelctl help\"?"));
 }
 
+TEST(ManualPages, NameEveryOptionOfTheSimulator) {
+  vrmsim::test::Process simulator(VRMSIM_EXECUTABLE, {"--help"});
+  const std::set<std::string> options = optionsIn(simulator.restOfOutput());
+
+  EXPECT_GT(options.size(), 20U);
+  const std::string manual =
+      vrmsim::test::TemporaryFolder::read(PROJECT_SOURCES "/docs/man/vrmsim.1");
+  for (const std::string& option : options) EXPECT_THAT(manual, HasSubstr("Fl -" + option));
+}
+
 // The page of the program and that of each command.
 std::vector<std::string> helpPages() {
   std::vector<std::string> pages{Finished({"--help"}).output};
