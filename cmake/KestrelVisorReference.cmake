@@ -1,0 +1,30 @@
+# The reference of the public headers: target "reference", made by Doxygen where that is installed.
+find_package(Doxygen 1.9 QUIET)
+if(NOT DOXYGEN_FOUND)
+  return()
+endif()
+
+set(public_headers)
+foreach(part contract platform engine)
+  get_target_property(headers kestrelvisor_${part} HEADER_SET)
+  list(APPEND public_headers ${headers})
+endforeach()
+
+set(DOXYGEN_PROJECT_NAME "KestrelVisor environment engine")
+set(DOXYGEN_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/reference)
+set(DOXYGEN_USE_MDFILE_AS_MAINPAGE ${PROJECT_SOURCE_DIR}/docs/reference/reference.md)
+set(DOXYGEN_STRIP_FROM_INC_PATH ${PROJECT_SOURCE_DIR})
+# Our comments are plain ones.
+set(DOXYGEN_FILTER_PATTERNS *.h=${PROJECT_SOURCE_DIR}/docs/reference/comments)
+set(DOXYGEN_JAVADOC_AUTOBRIEF YES)
+set(DOXYGEN_EXTRACT_ALL YES)
+set(DOXYGEN_MACRO_EXPANSION YES)
+set(DOXYGEN_EXPAND_ONLY_PREDEF YES)
+set(DOXYGEN_PREDEFINED __attribute__\(x\)=)
+set(DOXYGEN_WARN_AS_ERROR FAIL_ON_WARNINGS)
+set(DOXYGEN_QUIET YES)
+# The same pages whatever else the machine has, and no scripts in them.
+set(DOXYGEN_HAVE_DOT NO)
+set(DOXYGEN_SEARCHENGINE NO)
+set(DOXYGEN_HTML_DYNAMIC_MENUS NO)
+doxygen_add_docs(reference ${public_headers} ${DOXYGEN_USE_MDFILE_AS_MAINPAGE})
