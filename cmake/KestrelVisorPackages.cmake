@@ -25,7 +25,7 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 # kestrelvisor_package(component NAME name SECTION section DESCRIPTION text
 #                      [NEEDS component...] [DEPENDS text] [SUGGESTS text])
 #
-# The text's first line is the package's short description.
+# The text's first line is the package's short description; CPack sets the others in.
 macro(kestrelvisor_package component)
   cmake_parse_arguments(arg "" "NAME;SECTION;DESCRIPTION;DEPENDS;SUGGESTS" "NEEDS" ${ARGN})
   string(TOUPPER ${component} upper)
@@ -49,11 +49,11 @@ endmacro()
 
 kestrelvisor_package(library NAME libkestrelvisor1 SECTION libs
   DESCRIPTION "environment engine for KestrelVisor managers
- The engine verifies that an address and credentials reach a KestrelVisor
- virtualisation manager, scans its environment into records, and switches
- changed-block tracking off on a machine.
- .
- This package holds the engine, its messages, and the reference platform.")
+The engine verifies that an address and credentials reach a KestrelVisor
+virtualisation manager, scans its environment into records, and switches
+changed-block tracking off on a machine.
+
+This package holds the engine, its messages, and the reference platform.")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
 
 string(JOIN ", " development_needs
@@ -62,30 +62,30 @@ string(JOIN ", " development_needs
 kestrelvisor_package(development NAME libkestrelvisor-dev SECTION libdevel
   NEEDS library DEPENDS "${development_needs}" SUGGESTS "kestrelvisor-doc, vrmsim"
   DESCRIPTION "environment engine for KestrelVisor managers (development files)
- The engine verifies that an address and credentials reach a KestrelVisor
- virtualisation manager, scans its environment into records, and switches
- changed-block tracking off on a machine.
- .
- This package holds what backup products are built with: headers, messages,
- files for CMake and pkg-config, example hosts and a template for one's own.")
+The engine verifies that an address and credentials reach a KestrelVisor
+virtualisation manager, scans its environment into records, and switches
+changed-block tracking off on a machine.
+
+This package holds what backup products are built with: headers, messages,
+files for CMake and pkg-config, example hosts and a template for one's own.")
 
 kestrelvisor_package(tools NAME kestrelctl SECTION admin
   NEEDS library SUGGESTS "vrmsim"
   DESCRIPTION "see what is on a KestrelVisor manager
- kestrelctl shows whether a KestrelVisor virtualisation manager can be reached,
- what is on it, and what changed since the last scan. It switches
- changed-block tracking off on a machine.")
+kestrelctl shows whether a KestrelVisor virtualisation manager can be reached,
+what is on it, and what changed since the last scan. It switches
+changed-block tracking off on a machine.")
 
 kestrelvisor_package(simulator NAME vrmsim SECTION devel
   DESCRIPTION "KestrelVisor manager that lives on one machine
- vrmsim speaks the REST interface of a KestrelVisor virtualisation manager over
- HTTP or HTTPS, serves a site that it is given or makes up, and misbehaves on
- request. Hosts of the engine are tested with it.")
+vrmsim speaks the REST interface of a KestrelVisor virtualisation manager over
+HTTP or HTTPS, serves a site that it is given or makes up, and misbehaves on
+request. Hosts of the engine are tested with it.")
 
 kestrelvisor_package(documentation NAME kestrelvisor-doc SECTION doc
   DESCRIPTION "environment engine for KestrelVisor managers (documentation)
- The guides for those who embed the engine, run kestrelctl or test with vrmsim,
- and the reference of the public headers.")
+The guides for those who embed the engine, run kestrelctl or test with vrmsim,
+and the reference of the public headers.")
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 
 include(CPack)

@@ -24,7 +24,9 @@ function(kestrelvisor_verdict_test name change version)
   kestrelvisor_sdk_test(Interface${name}
     ${check_interface} compare $<TARGET_FILE:interface_none> 1.0.0
     $<TARGET_FILE:interface_${change}> ${version} ${CMAKE_CURRENT_SOURCE_DIR})
-  set_tests_properties(Sdk.Interface${name} PROPERTIES ${ARGN})
+  if(ARGN)
+    set_tests_properties(Sdk.Interface${name} PROPERTIES ${ARGN})
+  endif()
 endfunction()
 
 set(refused PASS_REGULAR_EXPRESSION "the version 1\\.[0-9.]+ does not tell of this change")
