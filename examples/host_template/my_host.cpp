@@ -6,6 +6,7 @@
 
 #include "engine/kestrelvisor_engine.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <exception>
 #include <fstream>

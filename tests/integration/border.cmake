@@ -10,3 +10,9 @@ kestrelvisor_border_test(ExportsTheStoredNamesAndNoOthers
   names ${library} ${CMAKE_CURRENT_SOURCE_DIR}/exported_names.txt)
 kestrelvisor_border_test(StaysUntilTheProcessEnds nodelete ${library})
 kestrelvisor_border_test(LeavesTheContractToTheHost contract ${library})
+
+# A host's own copies of spdlog's or Boost's templates may be of another version.
+add_test(NAME PlatformLibrary.ExportsNoCopiesOfOtherLibraries
+  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_border own $<TARGET_FILE:kestrelvisor_platform>)
+set_tests_properties(PlatformLibrary.ExportsNoCopiesOfOtherLibraries PROPERTIES
+  LABELS integration TIMEOUT 60)
