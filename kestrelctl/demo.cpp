@@ -26,7 +26,8 @@ namespace fs = std::filesystem;
 
 constexpr const char* kUser = "backup";
 constexpr const char* kReadyMark = "vrmsim ready: ";
-constexpr const char* kInstalledSite = "share/kestrelvisor/sites/sample.json";
+// Below the folder that holds our own: the prefix of an installation, or a build folder.
+constexpr const char* kSampleSite = "share/kestrelvisor/sites/sample.json";
 constexpr std::chrono::seconds kStart(30);
 constexpr std::size_t kLongestReadyLine = 256;
 
@@ -66,11 +67,10 @@ std::string findSimulator(const DemoOptions& options) {
 
 std::string findInventory(const DemoOptions& options) {
   if (!options.inventory.empty()) return options.inventory;
-  const fs::path installed = ownExecutable().parent_path().parent_path() / kInstalledSite;
-  for (const fs::path& path : {installed, fs::path(KESTRELCTL_SAMPLE_SITE)}) {
-    if (access(path.c_str(), R_OK) == 0) return path;
-  }
-  throw wrongUsage("the sample site is not there", "name one with --inventory FILE");
+  const fs::path path = ownExecutable().parent_path().parent_path() / kSampleSite;
+  if (access(path.c_str(), R_OK) == 0) return path;
+  throw wrongUsage("the sample site " + path.string() + " cannot be read",
+                   "name another with --inventory FILE");
 }
 
 Failure noTemporaryFolder(const std::string& why) {
