@@ -13,24 +13,33 @@ foreach(part engine platform messages)
   set_tests_properties(Sdk.InterfaceIsTheStoredOneOfThe_${part} PROPERTIES FIXTURES_REQUIRED sdk)
 endforeach()
 
-# The check of the check: a library, the same with one function more, and with one less.
-foreach(change none more less)
-  add_library(interface_${change} SHARED interface_sample.cpp)
-  target_compile_definitions(interface_${change} PRIVATE INTERFACE_${change})
+# The check of the check: a library, and the same with a function more, a function less, and a member
+# more.
+foreach(change none more less wider)
+  add_library(interface_${change} SHARED interface_sample/sample.cpp)
+  target_include_directories(interface_${change} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_compile_definitions(interface_${change} PRIVATE SAMPLE_${change})
+  set_target_properties(interface_${change} PROPERTIES OUTPUT_NAME interface
+    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/interface_${change})
 endforeach()
 
 # kestrelvisor_verdict_test(name change version)
 function(kestrelvisor_verdict_test name change version)
-  kestrelvisor_sdk_test(Interface${name}
-    ${check_interface} compare $<TARGET_FILE:interface_none> 1.0.0
-    $<TARGET_FILE:interface_${change}> ${version} ${CMAKE_CURRENT_SOURCE_DIR})
+  set(stored ${CMAKE_CURRENT_BINARY_DIR}/${name}.abi)
+  set(headers ${CMAKE_CURRENT_SOURCE_DIR}/interface_sample)
+  kestrelvisor_sdk_test(Interface${name} sh -c
+    "'${check_interface}' record '$<TARGET_FILE:interface_none>' '${headers}' '${stored}' && \
+     '${check_interface}' compare '${stored}' 1.0.0 \
+       '$<TARGET_FILE:interface_${change}>' ${version} '${headers}'")
   if(ARGN)
     set_tests_properties(Sdk.Interface${name} PROPERTIES ${ARGN})
   endif()
 endfunction()
 
 set(refused PASS_REGULAR_EXPRESSION "the version 1\\.[0-9.]+ does not tell of this change")
+kestrelvisor_verdict_test(MayStayAsItIs none 1.0.0)
 kestrelvisor_verdict_test(MayNotGrowWithinAMinorVersion more 1.0.1 ${refused})
 kestrelvisor_verdict_test(MayGrowWithANewMinorVersion more 1.1.0)
 kestrelvisor_verdict_test(MayNotShrinkWithinAMajorVersion less 1.1.0 ${refused})
 kestrelvisor_verdict_test(MayShrinkWithANewMajorVersion less 2.0.0)
+kestrelvisor_verdict_test(MayNotBeLaidOutAnewWithinAMajorVersion wider 1.1.0 ${refused})
