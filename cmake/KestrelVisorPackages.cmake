@@ -12,11 +12,11 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGE_VENDOR "KestrelVisor engine maintainers")
 set(CPACK_PACKAGE_CONTACT "${CPACK_PACKAGE_VENDOR} <maintainers@kestrelvisor.example>")
 set(CPACK_DEBIAN_PACKAGE_SOURCE kestrelvisor-engine)
+# A package is as old as what it holds: there is no revision of the packaging alone.
 file(STRINGS packaging/changelog latest LIMIT_COUNT 1)
-if(NOT latest MATCHES "\\(${PROJECT_VERSION}-([0-9]+)\\)")
+if(NOT latest MATCHES "\\(${PROJECT_VERSION}\\)")
   message(FATAL_ERROR "packaging/changelog does not begin with version ${PROJECT_VERSION}: ${latest}")
 endif()
-set(CPACK_DEBIAN_PACKAGE_RELEASE ${CMAKE_MATCH_1})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
@@ -43,7 +43,7 @@ macro(kestrelvisor_package component)
   # What Debian wants to lie in each package.
   set(papers ${CMAKE_INSTALL_DATADIR}/doc/${arg_NAME})
   install(FILES packaging/copyright DESTINATION ${papers} COMPONENT ${component})
-  kestrelvisor_install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog.Debian
+  kestrelvisor_install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog
     DESTINATION ${papers} COMPONENT ${component})
   if(EXISTS ${PROJECT_SOURCE_DIR}/packaging/${arg_NAME}.lintian-overrides)
     install(FILES packaging/${arg_NAME}.lintian-overrides RENAME ${arg_NAME}
