@@ -49,9 +49,9 @@ kestrelvisor_pkgconfig(engine "Environment engine for KestrelVisor managers"
 # --- What people read and start from ---
 
 install(DIRECTORY examples/ DESTINATION ${data_folder}/examples COMPONENT development)
-install(FILES README.md CHANGELOG.md DESTINATION ${guides_folder} COMPONENT documentation)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${guides_folder} COMPONENT documentation)
 install(DIRECTORY docs DESTINATION ${guides_folder} COMPONENT documentation
-  PATTERN man EXCLUDE PATTERN reference EXCLUDE)
+  PATTERN reference EXCLUDE)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/reference/html/ DESTINATION ${guides_folder}/reference
   COMPONENT documentation OPTIONAL)
 
