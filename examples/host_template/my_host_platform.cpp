@@ -29,7 +29,7 @@ EngineBase::~EngineBase() = default;
 // --- Log. Called at process exit too: lean on no static object with a destructor. ---
 
 namespace {
-constexpr int kLowestLevel = 3;  // warnings and errors
+constexpr int kWarning = 3;  // 4 is an error; below are progress and traces, which are dropped here
 }
 
 // Yours: hand the finished record to your log.
@@ -40,14 +40,15 @@ LogProxy::LogProxy(int level, std::string_view tag, std::uint64_t requestId,
       tag_(tag),
       function_(function),
       requestId_(requestId),
-      stream_(level >= kLowestLevel ? new std::ostringstream : nullptr) {
+      stream_(level >= kWarning ? new std::ostringstream : nullptr) {
   if (stream_ != nullptr) stream_->imbue(std::locale::classic());
 }
 
 LogProxy::~LogProxy() {
   if (stream_ == nullptr) return;
   const std::unique_ptr<std::ostringstream> stream(static_cast<std::ostringstream*>(stream_));
-  std::fprintf(stderr, "%.*s [%llu] %.*s:%d %s\n", static_cast<int>(tag_.size()), tag_.data(),
+  std::fprintf(stderr, "%s %.*s [%llu] %.*s:%d %s\n", level_ > kWarning ? "error" : "warning",
+               static_cast<int>(tag_.size()), tag_.data(),
                static_cast<unsigned long long>(requestId_), static_cast<int>(function_.size()),
                function_.data(), line_, stream->str().c_str());
 }
