@@ -66,6 +66,8 @@ void showComparison(const ReplyComparison& comparison, OutputFormat format, Comp
     case OutputFormat::tree:
     case OutputFormat::table:
     case OutputFormat::wide:
+    case OutputFormat::csv:
+    case OutputFormat::dot:
     case OutputFormat::protobuf:
       break;
   }

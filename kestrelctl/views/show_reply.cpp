@@ -75,6 +75,7 @@ void showFound(const ReplyIndex& index, const ReplySelection& found, OutputForma
     case OutputFormat::text:
     case OutputFormat::tree:
     case OutputFormat::table:
+    case OutputFormat::dot:
     case OutputFormat::protobuf:
       break;
   }
