@@ -6,11 +6,17 @@
 #include <json/value.h>
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <string>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 namespace {
 
 constexpr std::size_t kLabelWidth = 11;
+constexpr std::size_t kTextColumn = kLabelWidth + 4;
 constexpr std::size_t kDateSize = 10;
 
 // A line under a heading; a text that does not fit goes on in the same column.
@@ -19,14 +25,10 @@ class Lines {
   explicit Lines(const Rendering& rendering) : rendering_(rendering) {}
 
   void add(const char* label, const std::string& text) {
-    constexpr std::size_t kIndent = kLabelWidth + 4;
-    constexpr std::size_t kWidth = 80 - kIndent;
-    std::string broken;
-    for (const char c : wrapped(printable(text, rendering_.utf8), kWidth)) {
-      broken += c;
-      if (c == '\n') broken.append(kIndent, ' ');
-    }
-    text_ += "  " + rendering_.bold(padRight(label, kLabelWidth)) + "  " + broken + "\n";
+    text_ += "  " + rendering_.bold(padRight(label, kLabelWidth)) + "  " +
+             wrapped(printable(text, rendering_.utf8), rendering_.columnsOfProse(),
+                     {kTextColumn, kTextColumn}) +
+             "\n";
   }
   void addHeading(const std::string& text) { text_ += "\n" + rendering_.bold(text) + "\n"; }
   const std::string& text() const { return text_; }
@@ -36,14 +38,12 @@ class Lines {
   std::string text_;
 };
 
-std::string joined(const std::vector<std::string>& words) {
-  constexpr std::size_t kMost = 20;
-  std::string text;
-  for (std::size_t i = 0; i < words.size() && i < kMost; ++i) {
-    text += (i > 0 ? ", " : "") + words[i];
-  }
-  if (words.size() > kMost) text += " and " + grouped(words.size() - kMost) + " more";
-  return words.empty() ? "none" : text;
+std::string namesText(const std::vector<std::string>& names) {
+  constexpr std::ptrdiff_t kMost = 20;
+  const std::ptrdiff_t more = std::ssize(names) - kMost;
+  if (more <= 0) return joined(names);
+  return joined({names.begin(), names.begin() + kMost}) + " and " +
+         grouped(static_cast<std::uint64_t>(more)) + " more";
 }
 
 std::string dateText(Certificate::Time time) { return timeText(time).substr(0, kDateSize); }
@@ -60,7 +60,7 @@ std::string validity(const Certificate& certificate, Certificate::Time now) {
 void addCertificate(const Certificate& certificate, Certificate::Time now, Lines& lines) {
   lines.add("subject", certificate.subject.empty() ? "none" : certificate.subject);
   lines.add("issuer", certificate.issuer.empty() ? "none" : certificate.issuer);
-  if (!certificate.names.empty()) lines.add("names", joined(certificate.names));
+  if (!certificate.names.empty()) lines.add("names", namesText(certificate.names));
   lines.add("valid", validity(certificate, now));
   lines.add("key", certificate.key);
   lines.add("SHA-256", certificate.fingerprint);

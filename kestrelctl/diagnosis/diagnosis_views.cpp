@@ -13,7 +13,6 @@ namespace {
 
 constexpr std::size_t kTitleWidth = 12;
 constexpr std::size_t kTextColumn = 4 + 2 + kTitleWidth + 2;
-constexpr std::size_t kTextWidth = 80 - kTextColumn;
 
 struct VerdictWords {
   const char* shown;
@@ -33,7 +32,7 @@ std::string coloured(Verdict verdict, const Rendering& rendering) {
     case Verdict::fail:
       return rendering.red(word);
     case Verdict::warn:
-      return rendering.yellow(word);
+      return rendering.magenta(word);
     case Verdict::skip:
       return rendering.dim(word);
     case Verdict::pass:
@@ -43,13 +42,10 @@ std::string coloured(Verdict verdict, const Rendering& rendering) {
 }
 
 // Lines that begin in the column of the texts, the first one without its indentation.
-std::string inTextColumn(const std::string& text, bool utf8) {
-  std::string lines;
-  for (const char c : wrapped(printable(text, utf8), kTextWidth)) {
-    lines += c;
-    if (c == '\n') lines.append(kTextColumn, ' ');
-  }
-  return lines + "\n";
+std::string inTextColumn(const std::string& text, const Rendering& rendering) {
+  return wrapped(printable(text, rendering.utf8), rendering.columnsOfProse(),
+                 {kTextColumn, kTextColumn}) +
+         "\n";
 }
 
 std::size_t countOf(const std::vector<CheckResult>& results, Verdict verdict) {
@@ -75,10 +71,9 @@ std::string findingText(const CheckResult& result, const Rendering& rendering) {
   const Finding& finding = result.finding;
   std::string text = coloured(finding.verdict, rendering) + "  " +
                      padRight(result.check.title, kTitleWidth) + "  " +
-                     inTextColumn(finding.text, rendering.utf8);
+                     inTextColumn(finding.text, rendering);
   if (finding.remedy.empty()) return text;
-  return text + std::string(kTextColumn, ' ') +
-         inTextColumn("-> " + finding.remedy, rendering.utf8);
+  return text + std::string(kTextColumn, ' ') + inTextColumn("-> " + finding.remedy, rendering);
 }
 
 std::string diagnosisSummary(const std::vector<CheckResult>& results) {
