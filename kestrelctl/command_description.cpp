@@ -1,8 +1,13 @@
 #include "kestrelctl/command_description.h"
 
+#include "kestrelctl/command_options.h"
+
 #include <algorithm>
 #include <array>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -21,15 +26,6 @@ constexpr std::array<Named, 6> kNamed{{{"--context", "context"},
                                        {"--datastore", "datastore"},
                                        {"VM_URI", "uri"}}};
 constexpr std::array<std::string_view, 3> kFileArguments{"FILE", "OLD", "NEW"};
-
-// The words between braces that a check of membership adds to the type: "FORM:{json,jsonl}".
-std::vector<std::string> choicesOf(const CLI::Option& option) {
-  const std::string type = option.get_type_name();
-  const std::size_t open = type.find('{');
-  const std::size_t close = type.find('}', open);
-  if (open == std::string::npos || close == std::string::npos) return {};
-  return CLI::detail::split(type.substr(open + 1, close - open - 1), ',');
-}
 
 bool isFile(const CLI::Option& option, std::string_view name) {
   const bool named =

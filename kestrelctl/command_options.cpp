@@ -95,6 +95,15 @@ void offerWords(CLI::Option& argument, const std::string& words) {
   argument.type_name(":{" + words + "}");
 }
 
+// A check of membership adds them to the type: "FORM:{json,jsonl}".
+std::vector<std::string> choicesOf(const CLI::Option& option) {
+  const std::string type = option.get_type_name();
+  const std::size_t open = type.find('{');
+  const std::size_t close = type.find('}', open);
+  if (open == std::string::npos || close == std::string::npos) return {};
+  return CLI::detail::split(type.substr(open + 1, close - open - 1), ',');
+}
+
 void addPasswordOptions(CLI::App& app, PasswordSource& source) {
   const char* const group = "Password (never on the command line)";
   CLI::Option* const file =

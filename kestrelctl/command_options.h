@@ -19,6 +19,9 @@ CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
 // Lets shells offer these words, parted by commas, for an argument that the command itself checks.
 void offerWords(CLI::Option& argument, const std::string& words);
 
+// The words that an option or argument is known to take; none where it takes any.
+std::vector<std::string> choicesOf(const CLI::Option& option);
+
 void addPasswordOptions(CLI::App& app, PasswordSource& source);
 
 // What a whole reply can be shown as; the tree comes first.

@@ -1,5 +1,6 @@
 #include "kestrelctl/usage_errors.h"
 
+#include "kestrelctl/command_options.h"
 #include "kestrelctl/suggestion.h"
 #include "kestrelctl/terminal_text.h"
 
@@ -43,15 +44,6 @@ const CLI::Option* optionOf(const CLI::App& command, std::string_view words) {
     if (rest.starts_with(":") || rest.starts_with(" ")) return option;
   }
   return nullptr;
-}
-
-// A type is told as "FORM:{json,jsonl}" where the option takes some words only.
-std::vector<std::string> choicesOf(const CLI::Option& option) {
-  const std::string type = option.get_type_name();
-  const std::size_t open = type.find('{');
-  const std::size_t close = type.find('}', open);
-  if (open == std::string::npos || close == std::string::npos) return {};
-  return CLI::detail::split(type.substr(open + 1, close - open - 1), ',');
 }
 
 Problem missingValue(const CLI::Option& option) {
