@@ -19,7 +19,7 @@ struct ShownCertificate {
 // Lines for people.
 std::string certificateText(const ShownCertificate& shown, const Rendering& rendering);
 
-// A document for programs; form is json or jsonl.
+// A document for programs; form is json, jsonl or yaml.
 std::string certificateDocument(const ShownCertificate& shown, OutputFormat form);
 
 // Whole days from now on, rounded down; below 0 for a time that has passed.

@@ -55,7 +55,7 @@ class EncryptPasswordCommand : public Command {
 void EncryptPasswordCommand::declareOptions(CLI::App& app) {
   addFileOption(app, "--new-key", newKeyFile_,
                 "Make a fresh key, write it to this new file and use it");
-  addFormatOption(app, format_, {OutputFormat::text, OutputFormat::json, OutputFormat::jsonl});
+  addFormatOption(app, format_, formsOfDocument(OutputFormat::text));
   addPasswordOptions(app, password_);
 }
 

@@ -14,7 +14,7 @@ std::string contextTable(const Contexts& contexts, const Rendering& rendering);
 // A line for each setting of one.
 std::string contextText(const ContextSettings& settings, const Rendering& rendering);
 
-// A document for programs; form is json or jsonl.
+// A document for programs; form is json, jsonl or yaml.
 std::string contextDocument(const Contexts& contexts, OutputFormat form);
 
 }  // namespace kestrelvisor::ctl

@@ -24,7 +24,7 @@ std::string diagnosisSummary(const std::vector<CheckResult>& results);
 // That of the first check that failed; success when none did.
 ExitCode exitCodeOf(const std::vector<CheckResult>& results);
 
-// A document for programs; form is json or jsonl.
+// A document for programs; form is json, jsonl or yaml.
 std::string diagnosisDocument(const ConnectionOptions& connection,
                               const std::vector<CheckResult>& results,
                               const std::vector<Warning>& warnings, OutputFormat form);

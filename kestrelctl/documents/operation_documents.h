@@ -10,7 +10,7 @@
 
 namespace kestrelvisor::ctl {
 
-// What commands gave, as documents for programs; form is json or jsonl.
+// What commands gave, as documents for programs; form is json, jsonl or yaml.
 
 std::string verifyDocument(const OperationRequest& request, const OperationResult& result,
                            OutputFormat form);

@@ -20,7 +20,7 @@ std::string kindTable(const Rendering& rendering);
 // A line for each code: its kind and itself, as explain takes them.
 std::string codeNames(const std::vector<const Explanation*>& rows);
 
-// For programs; form is json or jsonl.
+// For programs; form is json, jsonl or yaml.
 std::string explanationDocument(const std::vector<const Explanation*>& rows, OutputFormat form);
 
 }  // namespace kestrelvisor::ctl

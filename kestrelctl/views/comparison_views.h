@@ -9,8 +9,8 @@ namespace kestrelvisor::ctl {
 
 enum class ComparisonDetail { differences, counts };
 
-// Shows a comparison in one of the formats table, wide, json, jsonl and name; the counts alone in
-// any but the last. Formats for people show nothing where nothing differs.
+// Shows a comparison in one of the formats table, wide, json, jsonl, yaml and name; the counts
+// alone in any but the last. Formats for people show nothing where nothing differs.
 void showComparison(const ReplyComparison& comparison, OutputFormat format, ComparisonDetail detail,
                     const Rendering& rendering, const Sink& sink);
 

@@ -292,6 +292,17 @@ TEST(EncryptPassword, GivesProgramsADocumentWithItsWarnings) {
   EXPECT_EQ(document["warnings"][0]["kind"], "password-in-environment");
 }
 
+TEST(EncryptPassword, TakesItsFormFromTheEnvironmentToo) {
+  const TemporaryFolder folder;
+
+  const Finished run({"encrypt-password", "--new-key", folder.file("key"), "--password-stdin"},
+                     {kSecret, {{"KESTRELVISOR_OUTPUT", "yaml"}}});
+
+  ASSERT_EQ(run.status, 0) << run.talk;
+  EXPECT_THAT(run.output, StartsWith("cipher: \"kv1:"));
+  EXPECT_THAT(run.output, ::testing::EndsWith("\"\nwarnings: []\n"));
+}
+
 TEST(EncryptPassword, NeverOverwritesAKey) {
   const TemporaryFolder folder;
   const std::string key = folder.write("key", "precious");

@@ -235,7 +235,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongWords{"MissingChoice",
                    {"version", "-o"},
                    "version: --output needs a value",
-                   "write it as --output FORM, which is one of json, jsonl, text"},
+                   "write it as --output FORM, which is one of json, jsonl, text, yaml"},
         WrongWords{"MistypedChoice",
                    {"show", "a.pb", "-o", "jsno"},
                    "show: --output cannot be \"jsno\"",
