@@ -25,8 +25,8 @@ TEST(CsvView, HasALineForEachThing) {
             "machine,web,cna,east,Debian,general,,41943040,,1,lun,,guid-4,/service/vms/4\r\n"
             "machine,database,cna,east,Windows,general,,1610612736,,1,lun,,guid-5,"
             "/service/vms/5\r\n"
-            "disk,,web,,,,,41943040,,,lun,,,\r\n"
-            "disk,,database,,,,,1610612736,,,lun,,,\r\n");
+            "disk,,web,,,,,41943040,,,lun,,disk-4,\r\n"
+            "disk,,database,,,,,1610612736,,,lun,,disk-5,\r\n");
 }
 
 TEST(CsvView, OfNothingHasItsHeadings) {
