@@ -38,7 +38,7 @@ struct FormWord {
 
 // "-o", "-ojson", "-o=json", and behind flags, which take no value: "-io", "-iojson".
 std::optional<FormWord> shortFormWord(std::string_view argument) {
-  constexpr std::string_view kFlags = "iy";
+  constexpr std::string_view kFlags = "iqy";
   const std::size_t option = argument.find_first_not_of(kFlags, 1);
   if (option == std::string_view::npos || argument[option] != 'o') return std::nullopt;
   std::string_view value = argument.substr(option + 1);

@@ -19,6 +19,7 @@ TEST(ErrorForm, IsFoundInEachWayToSayIt) {
   EXPECT_EQ(formOf({"--output=json", "scan"}), OutputFormat::json);
   EXPECT_EQ(formOf({"find", "-io", "json"}), OutputFormat::json);
   EXPECT_EQ(formOf({"find", "-iojsonl"}), OutputFormat::jsonl);
+  EXPECT_EQ(formOf({"doctor", "-qoyaml"}), OutputFormat::yaml);
   EXPECT_EQ(formOf({"disable-cbt", "/vm", "-yojson"}), OutputFormat::json);
 }
 
