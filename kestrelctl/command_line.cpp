@@ -208,6 +208,10 @@ std::vector<CompletedCommand> describeCommands() {
   for (const CLI::App* command : std::as_const(app).get_subcommands({})) {
     described.push_back(describe(*command));
   }
+  described.push_back({std::string(kHelpWord),
+                       "Show the options and examples of a command",
+                       {},
+                       {Completed::By::words, commandNames(app), {}}});
   return described;
 }
 

@@ -97,6 +97,8 @@ TEST_F(Completion, OfBashOffersCommands) {
   EXPECT_THAT(bashOffers("kestrelctl ''"),
               IsSupersetOf({"scan", "verify", "doctor", "cert", "contexts", "--help"}));
   EXPECT_THAT(bashOffers("kestrelctl ver"), ElementsAre("verify", "version"));
+  EXPECT_THAT(bashOffers("kestrelctl he"), ElementsAre("help"));
+  EXPECT_THAT(bashOffers("kestrelctl help ver"), ElementsAre("verify", "version"));
 }
 
 TEST_F(Completion, OfBashOffersOptions) {
