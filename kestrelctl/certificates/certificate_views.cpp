@@ -138,7 +138,7 @@ std::string certificateDocument(const ShownCertificate& shown, OutputFormat form
   }
   Json::Value& chain = document["certificates"] = Json::Value(Json::arrayValue);
   for (const Certificate& certificate : inspection.chain) chain.append(documentOf(certificate));
-  document["warnings"] = jsonOf(std::vector<Warning>());
+  document["warnings"] = jsonOf(shown.warnings);
   return jsonText(document, form);
 }
 

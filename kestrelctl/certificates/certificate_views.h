@@ -3,8 +3,10 @@
 #include "kestrelctl/certificates/inspection.h"
 #include "kestrelctl/console.h"
 #include "kestrelctl/output_format.h"
+#include "kestrelctl/warning.h"
 
 #include <string>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 
@@ -14,6 +16,7 @@ struct ShownCertificate {
   Inspection inspection;  // with a chain
   std::string keptPin;    // empty: none is kept
   Certificate::Time now;
+  std::vector<Warning> warnings;
 };
 
 // Lines for people.

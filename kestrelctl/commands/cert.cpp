@@ -63,7 +63,7 @@ class CertCommand : public Command {
  private:
   ShownCertificate look() const;
   void show(const ShownCertificate& shown) const;
-  void keep(const ShownCertificate& shown) const;
+  void keep(ShownCertificate& shown) const;
   ExitCode forget() const;
 
   OperationArguments arguments_;
@@ -105,8 +105,8 @@ ShownCertificate CertCommand::look() const {
   if (!connection.certificateFile.empty()) {
     inspection.trusted = readCertificateFile(connection.certificateFile);
   }
-  ShownCertificate shown{connection.manager, inspect(inspection), connection.publicKeyPin,
-                         currentTime()};
+  ShownCertificate shown{
+      connection.manager, inspect(inspection), connection.publicKeyPin, currentTime(), {}};
   if (shown.inspection.chain.empty()) throw failureOf(connection.manager, shown.inspection);
   return shown;
 }
@@ -122,14 +122,18 @@ void CertCommand::show(const ShownCertificate& shown) const {
                                             : certificateDocument(shown, format_));
 }
 
-void CertCommand::keep(const ShownCertificate& shown) const {
+void CertCommand::keep(ShownCertificate& shown) const {
   const std::string& pin = shown.inspection.chain.front().pin;
   if (pin != shown.keptPin) keepPin(shown.manager, pin);
   say("The pin is kept in " + pinFile() + ".");
   say("Other keys of " + shown.manager.url() + " are refused.");
   if (shown.keptPin.empty() && !shown.inspection.problems.empty()) {
-    warn("nobody who is trusted vouches for this certificate: compare the pin with the manager's");
+    shown.warnings.push_back({"unverified-pin",
+                              "nobody who is trusted vouches for this certificate: compare the "
+                              "pin with the manager's"});
   }
+  shown.keptPin = pin;
+  warnOf(shown.warnings);
 }
 
 ExitCode CertCommand::forget() const {
@@ -149,10 +153,7 @@ ExitCode CertCommand::run() {
     if (format_ == OutputFormat::text) show(shown);  // programs get one document: the error
     throw otherPublicKey(shown.manager, shown.keptPin, pin);
   }
-  if (action_ == Action::pin) {
-    keep(shown);
-    shown.keptPin = pin;
-  }
+  if (action_ == Action::pin) keep(shown);
   show(shown);
   return ExitCode::success;
 }

@@ -121,6 +121,16 @@ TEST_F(Cert, PinIsKeptForTheOwnerAlone) {
   EXPECT_EQ(shown()["keptPin"], pin);
 }
 
+TEST_F(Cert, PinOfACertificateThatIsNotTrustedIsKeptWithAWarning) {
+  folder.write("manager.pem", Simulator(managerOptions(true)).certificatePem());
+
+  const Json::Value document = shown({"cert", "pin", "-o", "json"});
+
+  EXPECT_EQ(document["keptPin"], document["pin"]);
+  ASSERT_EQ(document["warnings"].size(), 1U);
+  EXPECT_EQ(document["warnings"][0]["kind"], "unverified-pin");
+}
+
 TEST_F(Cert, KeptPinLetsTheSameKeyPass) {
   ASSERT_EQ(run({"cert", "pin"}).status, 0);
 
