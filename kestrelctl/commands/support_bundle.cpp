@@ -5,6 +5,8 @@
 #include "kestrelctl/support/bundle.h"
 #include "kestrelctl/support/last_log.h"
 
+#include <string>
+
 namespace kestrelvisor::ctl {
 namespace {
 
@@ -40,9 +42,12 @@ void SupportBundleCommand::declareOptions(CLI::App& app) {
 
 ExitCode SupportBundleCommand::run() {
   const bool goesToFile = file_ != "-";
-  if (goesToFile) checkReplaceable("support-bundle", file_);
-  const std::string bundle =
-      supportBundle(KESTRELCTL_VERSION, logFile_.empty() ? lastLog() : logFile_);
+  const std::string log = logFile_.empty() ? lastLog() : logFile_;
+  if (goesToFile) {
+    checkDistinct({{"the bundle", file_}, {"the log", log}});
+    checkReplaceable("support-bundle", file_);
+  }
+  const std::string bundle = supportBundle(KESTRELCTL_VERSION, log);
   if (!goesToFile) {
     printResult(bundle);
     return ExitCode::success;

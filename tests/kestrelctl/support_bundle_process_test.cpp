@@ -72,6 +72,16 @@ TEST_F(SupportBundle, TakesTheEndOfALongLog) {
   EXPECT_LT(bundle.output.size(), 1'100'000U);
 }
 
+TEST_F(SupportBundle, NeverTakesThePlaceOfItsLog) {
+  const std::string log = folder.write("host.log", "a line\n");
+
+  const Finished bundle({"support-bundle", log, "--log", log}, setting());
+
+  EXPECT_EQ(bundle.status, 2);
+  EXPECT_THAT(bundle.talk, HasSubstr("the bundle and the log name one file"));
+  EXPECT_EQ(TemporaryFolder::read(log), "a line\n");
+}
+
 // Where a user's secrets can be by carelessness, and one of each.
 TEST_F(SupportBundle, HoldsNoneOfTwentySecrets) {
   std::vector<std::string> secrets;
