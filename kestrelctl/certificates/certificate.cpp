@@ -11,6 +11,7 @@
 #include <array>
 #include <ctime>
 #include <stdexcept>
+#include <utility>
 
 namespace kestrelvisor::ctl {
 namespace {

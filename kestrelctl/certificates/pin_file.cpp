@@ -1,5 +1,6 @@
 #include "kestrelctl/certificates/pin_file.h"
 
+#include "kestrelctl/ascii.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/settings/toml_file.h"
 #include "kestrelctl/settings/user_folders.h"
@@ -14,9 +15,7 @@ constexpr const char* kPins = "pins";
 // The same for each way of writing a name.
 std::string keyOf(const ManagerAddress& manager) {
   std::string key = manager.url();
-  std::transform(key.begin(), key.end(), key.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
+  std::transform(key.begin(), key.end(), key.begin(), lowerCase);
   return key;
 }
 

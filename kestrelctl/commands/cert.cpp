@@ -14,6 +14,8 @@
 
 #include <chrono>
 #include <map>
+#include <memory>
+#include <string>
 
 namespace kestrelvisor::ctl {
 namespace {

@@ -10,6 +10,9 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 namespace {

@@ -8,7 +8,10 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace kestrelvisor::ctl {
 namespace {

@@ -7,6 +7,10 @@
 #include "kestrelctl/foreign_settings.h"
 #include "kestrelctl/libraries.h"
 
+#include <memory>
+#include <string>
+#include <vector>
+
 namespace kestrelvisor::ctl {
 namespace {
 

@@ -5,6 +5,7 @@
 #include "kestrelctl/support/bundle.h"
 #include "kestrelctl/support/last_log.h"
 
+#include <memory>
 #include <string>
 
 namespace kestrelvisor::ctl {

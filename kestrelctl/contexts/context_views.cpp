@@ -6,6 +6,9 @@
 
 #include <json/value.h>
 
+#include <utility>
+#include <vector>
+
 namespace kestrelvisor::ctl {
 namespace {
 

@@ -5,6 +5,8 @@
 #include "kestrelctl/diagnosis/reach.h"
 #include "kestrelctl/terminal_text.h"
 
+#include <vector>
+
 namespace kestrelvisor::ctl {
 
 Finding checkProxies(Examination& examination) {

@@ -1,12 +1,12 @@
 #include "kestrelctl/settings/user_folders.h"
 
 #include "kestrelctl/failure.h"
+#include "kestrelctl/system_error.h"
 
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdlib>
-#include <system_error>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -41,7 +41,7 @@ void makeFoldersOf(const std::string& path) {
        slash = path.find('/', slash + 1)) {
     const std::string folder = path.substr(0, slash);
     if (mkdir(folder.c_str(), kForOwnerAlone) == 0 || errno == EEXIST) continue;
-    throw wrongUsage(folder + " cannot be made: " + std::generic_category().message(errno));
+    throw wrongUsage(folder + " cannot be made: " + systemError());
   }
 }
 

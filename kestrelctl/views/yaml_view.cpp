@@ -2,6 +2,8 @@
 
 #include "kestrelctl/documents/yaml_text.h"
 
+#include <string_view>
+
 namespace kestrelvisor::ctl {
 
 void yamlView(const std::function<void(const Sink& json)>& write, const Sink& sink) {
