@@ -61,7 +61,7 @@ class KestrelVisorEngine : public EngineBase {
   // library finds the accessor as "_ZN18KestrelVisorEngine23getKestrelVisorInstanceEv".
   static KestrelVisorEngine& getKestrelVisorInstance();
 
-  KestrelVisor_rest_api restApi;
+  KestrelVisor_rest_api restApi;  // asks for the REST version and the site
 };
 
 // Makes the engine and its singletons; to be called once after loading, more calls do no harm.

@@ -10,14 +10,14 @@ using EnvProxyStatus = std::int32_t;
 
 // One detail of a result.
 struct message {
-  std::uint64_t detailId = 0;
-  std::list<std::string> detailParams;
+  std::uint64_t detailId = 0;           // tells the host which text to show
+  std::list<std::string> detailParams;  // what goes into that text, in order
 };
 
 // What an operation hands back to the host.
 struct EnvProxyResult {
-  EnvProxyStatus status = 0;
-  std::list<message> details;
+  EnvProxyStatus status = 0;          // 0 success
+  std::list<message> details;         // what is to be told beyond the status, often nothing
   std::string text;                   // unused by this engine
   std::list<message> furtherDetails;  // unused by this engine
 

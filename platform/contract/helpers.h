@@ -19,6 +19,7 @@ std::string EnvProxy_string_to_uuid(std::string& text);
 // exit included.
 std::string FormatFullUrl(const std::string& url);
 
+// The host's clock.
 class DateTimeUtility {
  public:
   // Returns the current time at second resolution, in the host's encoding.

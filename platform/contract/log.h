@@ -21,8 +21,10 @@ class LogProxy {
   LogProxy(const LogProxy&) = delete;
   LogProxy& operator=(const LogProxy&) = delete;
 
+  // Adds a text that may quote the manager.
   LogProxy& operator<<(const std::string& piece);
 
+  // Adds anything else that a std::ostream takes; the first int is the result code.
   template <class Piece>
   LogProxy& operator<<(const Piece& piece) {
     if (stream_ == nullptr) return *this;  // nobody wants this record

@@ -11,6 +11,7 @@ class SecString {
   SecString(const SecString&) = delete;
   SecString& operator=(const SecString&) = delete;
 
+  // Takes a copy of text; what was there before is overwritten.
   void assign(std::string_view text);
 
   // The caller wipes what it takes.

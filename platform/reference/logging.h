@@ -11,25 +11,26 @@ namespace kestrelvisor {
 
 // Where the records of LogProxy go. Levels: 0 trace, 1 info, 2 note, 3 warning, 4 error.
 
+// How a record is written.
 enum class LogFormat {
-  // 2026-11-21T13:30:00.123Z WARN  KestrelVisorEngine [42] KestrelVisorEngine::DisableCBT():123
-  // text
+  // 2026-11-21T13:30:00.123Z WARN  TAG [42] KestrelVisorEngine::DisableCBT():123 text
   // Time in UTC, level, tag, request id, function, source line, text. A result code other than 0
   // stands in front of the text as "(code 7) ". Control characters are escaped as \n, \x1b or
   // \u2028, so a text cannot forge a line; a byte that is not UTF-8 reads \xff.
   text,
   // One object for each line, with the keys time, level (a word), tag, request, function, line,
-  // code
-  // and text. A byte that is not UTF-8 becomes U+FFFD.
+  // code and text. A byte that is not UTF-8 becomes U+FFFD.
   json,
 };
 
+// Warnings and errors.
 inline constexpr int kDefaultLogThreshold = 3;
 
+// What configureLogging sets.
 struct LogOptions {
   int threshold = kDefaultLogThreshold;  // lowest level that is written; 5 and above: none
-  LogFormat format = LogFormat::text;
-  std::string file;  // appended to; folders are made; empty: standard error
+  LogFormat format = LogFormat::text;    // of every line
+  std::string file;                      // appended to; folders are made; empty: standard error
 };
 
 // Sets threshold, format and sink for all records that end from now on. Before the first call the
@@ -44,13 +45,13 @@ bool isLogWanted(int level);
 
 // One finished record, as an observer gets it.
 struct LogRecord {
-  int level = 0;
-  std::string tag;
-  std::uint64_t requestId = 0;
-  std::string function;
-  int line = 0;
-  int code = 0;      // the first integer of the statement; the engine's is 0
-  std::string text;  // its pieces of type std::string without secrets
+  int level = 0;                // 0 to 4
+  std::string tag;              // the library or host that wrote it
+  std::uint64_t requestId = 0;  // of the host's request, 0 outside one
+  std::string function;         // the statement's, with its class
+  int line = 0;                 // the statement's, in its source file
+  int code = 0;                 // the first integer of the statement; the engine's is 0
+  std::string text;             // its pieces of type std::string without secrets
 };
 
 // Sees every record of the process from lowestLevel on, whatever the threshold, from its
@@ -71,18 +72,21 @@ class LogObserver {
   // operation.
   using OnStatement = std::function<void(int level, std::string_view function)>;
 
+  // Lower than any level.
   static constexpr int kEveryLevel = std::numeric_limits<int>::min();
 
+  // Observes until it ends. Either function may be empty.
   explicit LogObserver(OnRecord onRecord, OnStatement onStatement = nullptr,
                        int lowestLevel = kEveryLevel);
   ~LogObserver();
   LogObserver(const LogObserver&) = delete;
   LogObserver& operator=(const LogObserver&) = delete;
 
+  // What an observer was made of.
   struct Callbacks {
-    OnRecord onRecord;
-    OnStatement onStatement;
-    int lowestLevel;
+    OnRecord onRecord;        // empty: not called
+    OnStatement onStatement;  // empty: not called
+    int lowestLevel;          // records below it are not shown
   };
 
  private:
