@@ -1,5 +1,6 @@
 #include "manager_request.h"
 
+#include "base/wipe_string.h"
 #include "platform/reference/password_cipher.h"
 
 #include <cstdlib>
@@ -21,18 +22,23 @@ std::string environmentValue(const char* name) {
 
 bool readPassword(std::string& password) {
   const std::string file = environmentValue("MANAGER_PASSWORD_FILE");
-  if (file.empty()) {
-    password = environmentValue("MANAGER_PASSWORD");
-    return !password.empty();
+  if (!file.empty()) {
+    std::ifstream stream(file);
+    if (std::getline(stream, password)) return true;
+    std::cerr << file << " cannot be read, or holds no password\n";
+    return false;
   }
-  std::ifstream stream(file);
-  return static_cast<bool>(std::getline(stream, password));
+  password = environmentValue("MANAGER_PASSWORD");
+  if (!password.empty()) return true;
+  std::cerr << "set MANAGER_PASSWORD_FILE or MANAGER_PASSWORD\n";
+  return false;
 }
 
 // The engine takes passwords encrypted only. A host that stores them would keep the key as well;
 // this one makes a new key for each run.
 bool encrypt(const std::string& password, std::string& cipher) {
   std::string key;
+  const kestrelvisor::WipeOnExit wipeKey(key);
   std::string problem;
   if (kestrelvisor::generateKey(key, problem) && kestrelvisor::setPasswordKey(key, problem) &&
       kestrelvisor::encryptPassword(password, cipher, problem)) {
@@ -42,11 +48,16 @@ bool encrypt(const std::string& password, std::string& cipher) {
   return false;
 }
 
-std::string readCertificate() {
+// A file that was named must not be passed over: without it every authority of the system is
+// trusted.
+bool readCertificate(std::string& certificate) {
   const std::string file = environmentValue("MANAGER_CERT_FILE");
-  if (file.empty()) return "";
+  if (file.empty()) return true;
   std::ifstream stream(file);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  certificate.assign(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+  if (!certificate.empty()) return true;
+  std::cerr << file << " cannot be read, or holds no certificate\n";
+  return false;
 }
 
 void printResult(const std::string& operation, const EnvProxyResult& result) {
@@ -96,11 +107,11 @@ std::optional<ManagerRequest> readManagerRequest(int argc, char** argv) {
                  "  the certificate to trust in MANAGER_CERT_FILE.\n";
     return std::nullopt;
   }
+  std::string certificate;
+  if (!readCertificate(certificate)) return std::nullopt;
   std::string password;
-  if (!readPassword(password)) {
-    std::cerr << "set MANAGER_PASSWORD_FILE or MANAGER_PASSWORD\n";
-    return std::nullopt;
-  }
+  const kestrelvisor::WipeOnExit wipePassword(password);
+  if (!readPassword(password)) return std::nullopt;
   std::string cipher;
   if (!encrypt(password, cipher)) return std::nullopt;
 
@@ -110,7 +121,7 @@ std::optional<ManagerRequest> readManagerRequest(int argc, char** argv) {
   request.path.add_protocol(std::string(argv[3]) == "http" ? kHttp : kHttps);
   request.path.add_username(argv[4]);
   request.path.add_password(cipher);
-  request.path.add_cert(readCertificate());
+  request.path.add_cert(certificate);
   request.operations.assign(argv + kFirstOperation, argv + argc);
   return request;
 }

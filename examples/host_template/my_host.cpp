@@ -12,15 +12,20 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 
 namespace {
 
 constexpr std::int32_t kHttps = 2;
 
-std::string contentOf(const char* file) {
+// A file that was named must not be passed over: without it every authority of the system is
+// trusted.
+std::string certificateIn(const std::string& file) {
   std::ifstream stream(file);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  std::string certificate{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  if (certificate.empty()) throw std::runtime_error(file + " cannot be read, or is empty");
+  return certificate;
 }
 
 EnvironmentPath readPath(int argc, char** argv) {
@@ -30,7 +35,7 @@ EnvironmentPath readPath(int argc, char** argv) {
   path.add_protocol(kHttps);
   path.add_username(argv[3]);
   path.add_password(argv[4]);  // what SecuritySS::KmcDecryptInfo makes the password of
-  path.add_cert(argc > 5 ? contentOf(argv[5]) : "");
+  path.add_cert(argc > 5 ? certificateIn(argv[5]) : "");
   return path;
 }
 
@@ -57,7 +62,7 @@ int main(int argc, char** argv) {
   try {
     return scan(readPath(argc, argv));
   } catch (const std::exception& problem) {
-    std::cerr << problem.what() << "\n";  // the manager's answer made no sense
+    std::cerr << problem.what() << "\n";  // the certificate's file, or an answer without sense
     return 1;
   }
 }

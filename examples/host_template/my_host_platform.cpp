@@ -11,15 +11,17 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <fstream>
 #include <locale>
 #include <memory>
+#include <new>
 #include <sstream>
+#include <system_error>
 
 // --- Engines ---
 
@@ -47,10 +49,13 @@ LogProxy::LogProxy(int level, std::string_view tag, std::uint64_t requestId,
 LogProxy::~LogProxy() {
   if (stream_ == nullptr) return;
   const std::unique_ptr<std::ostringstream> stream(static_cast<std::ostringstream*>(stream_));
-  std::fprintf(stderr, "%s %.*s [%llu] %.*s:%d %s\n", level_ > kWarning ? "error" : "warning",
-               static_cast<int>(tag_.size()), tag_.data(),
-               static_cast<unsigned long long>(requestId_), static_cast<int>(function_.size()),
-               function_.data(), line_, stream->str().c_str());
+  try {
+    std::fprintf(stderr, "%s %.*s [%llu] %.*s:%d %s\n", level_ > kWarning ? "error" : "warning",
+                 static_cast<int>(tag_.size()), tag_.data(),
+                 static_cast<unsigned long long>(requestId_), static_cast<int>(function_.size()),
+                 function_.data(), line_, stream->str().c_str());
+  } catch (const std::bad_alloc&) {  // a record is lost; nothing may leave a destructor
+  }
 }
 
 // Such a piece may quote the manager, and with it a token. Yours: clean it, then write it.
@@ -86,6 +91,10 @@ void SecString::assign(std::string_view text) {
   value_ = text;
 }
 
+namespace {
+CURLcode refuseConnection(CURL*, void*, void*) { return CURLE_SSL_CACERT_BADFILE; }
+}  // namespace
+
 // Yours: what the request calls a password is whatever your vault gives one for. Here it names a
 // file whose first line is the password.
 int SecuritySS::KmcDecryptInfo(const std::string& cipher, SecString& plain) {
@@ -100,13 +109,23 @@ int SecuritySS::KmcDecryptInfo(const std::string& cipher, SecString& plain) {
 // The certificate of the request is the only one to be trusted; without one the system's store is.
 // Yours: your product's TLS policy. HTTP/1.1 it must be, so ALPN stays off.
 void SecuritySS::enrichSSL(void* curl, std::string& cert) {
-  curl_easy_setopt(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-  curl_easy_setopt(curl, CURLOPT_SSL_ENABLE_ALPN, 0L);
-  curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 1L);
-  curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 2L);
-  if (cert.empty()) return;
-  curl_blob trusted{cert.data(), cert.size(), CURL_BLOB_COPY};
-  curl_easy_setopt(curl, CURLOPT_CAINFO_BLOB, &trusted);
+  bool isComplete = true;
+  const auto set = [&](CURLoption option, auto value) {
+    isComplete = curl_easy_setopt(curl, option, value) == CURLE_OK && isComplete;
+  };
+  set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+  set(CURLOPT_SSL_ENABLE_ALPN, 0L);
+  set(CURLOPT_SSL_VERIFYPEER, 1L);
+  set(CURLOPT_SSL_VERIFYHOST, 2L);
+  if (!cert.empty()) {
+    curl_blob trusted{cert.data(), cert.size(), CURL_BLOB_COPY};
+    set(CURLOPT_CAINFO_BLOB, &trusted);
+    // libcurl's own file and folder would be trusted beside it.
+    set(CURLOPT_CAINFO, static_cast<const char*>(nullptr));
+    set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+  }
+  // A handle that lacks one of these must reach nobody.
+  if (!isComplete) curl_easy_setopt(curl, CURLOPT_SSL_CTX_FUNCTION, refuseConnection);
 }
 
 // --- Bounds-checked memory ---
@@ -157,6 +176,16 @@ std::uint64_t DateTimeUtility::getCurrentDateTimeWithSecondFormat() {
 // manager says where requests go.
 std::string FormatFullUrl(const std::string& url) { return url; }
 
+namespace {
+// The engine writes plain decimal digits; anything else is 0.
+std::uint64_t numberOf(const std::string& text) {
+  std::uint64_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, problem] = std::from_chars(text.data(), end, number);
+  return rest == end && problem == std::errc() ? number : 0;
+}
+}  // namespace
+
 void dumpDataStore(ScanEnvironmentReply& reply, std::map<std::string, unsigned long>& datastoreIds,
                    unsigned long& nextDatastoreId, unsigned long computerResourceId,
                    std::list<_datstore_ManagedObjectReference> datastores, std::string& /*text*/) {
@@ -167,8 +196,8 @@ void dumpDataStore(ScanEnvironmentReply& reply, std::map<std::string, unsigned l
       record.set_id(nextDatastoreId++);
       record.set_name(datastore.name);
       record.set_mo_reference(datastore.uri);
-      record.set_size(std::strtoull(datastore.capacity.c_str(), nullptr, 10));
-      record.set_freesize(std::strtoull(datastore.freeSpace.c_str(), nullptr, 10));
+      record.set_size(numberOf(datastore.capacity));
+      record.set_freesize(numberOf(datastore.freeSpace));
     }
     resource_relation_record& relation = *reply.add_resource_relation_records();
     relation.set_computer_resource_id(computerResourceId);
