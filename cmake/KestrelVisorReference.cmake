@@ -14,6 +14,7 @@ set(DOXYGEN_PROJECT_NAME "KestrelVisor environment engine")
 set(DOXYGEN_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/reference)
 set(DOXYGEN_USE_MDFILE_AS_MAINPAGE ${PROJECT_SOURCE_DIR}/docs/reference/reference.md)
 set(DOXYGEN_STRIP_FROM_INC_PATH ${PROJECT_SOURCE_DIR})
+set(DOXYGEN_EXAMPLE_PATH ${PROJECT_SOURCE_DIR}/platform/contract)
 # Our comments are plain ones.
 set(DOXYGEN_FILTER_PATTERNS *.h=${PROJECT_SOURCE_DIR}/docs/reference/comments)
 set(DOXYGEN_JAVADOC_AUTOBRIEF YES)

@@ -5,8 +5,8 @@
 #   kestrelvisor::messages   the protobuf messages
 #   kestrelvisor::contract   the headers of the contract, for a platform of one's own
 include(CMakeFindDependencyMacro)
-find_dependency(CURL)
+find_dependency(CURL 7.88)
 find_dependency(jsoncpp)
-find_dependency(Boost)
+find_dependency(Boost 1.74)
 find_dependency(Protobuf)
 include(${CMAKE_CURRENT_LIST_DIR}/kestrelvisor_engine-targets.cmake)
