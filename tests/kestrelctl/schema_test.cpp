@@ -56,6 +56,14 @@ TEST(Schemas, KnowTheWarningsThatTheGuideExplains) {
       ElementsAreArray(kinds));
 }
 
+TEST(Schemas, AllowTheLineOfProgressThatTheGuideShows) {
+  const std::set<std::string> lines =
+      found(sourceText("docs/operating.md"), R"(\n```json\n([^`]*)```)");
+  ASSERT_THAT(lines, SizeIs(1));
+
+  expectLinesConform("progress", *lines.begin());
+}
+
 TEST(SchemaCheck, FindsAKeyThatNoSchemaHas) {
   SchemaCheck check;
 
