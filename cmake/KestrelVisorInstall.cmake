@@ -40,7 +40,12 @@ function(kestrelvisor_pkgconfig part description requires)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/kestrelvisor.pc.in ${file} @ONLY)
   install(FILES ${file} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 endfunction()
-kestrelvisor_pkgconfig(messages "Messages between KestrelVisor engine and host" "protobuf >= 3.21")
+# The messages' header fits the version of Protocol Buffers that made it, and no other.
+string(REGEX MATCH "^([0-9]+)[.]([0-9]+)" protobuf ${Protobuf_VERSION})
+math(EXPR next_minor "${CMAKE_MATCH_2} + 1")
+set(next_protobuf ${CMAKE_MATCH_1}.${next_minor})
+kestrelvisor_pkgconfig(messages "Messages between KestrelVisor engine and host"
+  "protobuf >= ${protobuf}, protobuf < ${next_protobuf}")
 kestrelvisor_pkgconfig(platform "Reference host platform of the KestrelVisor engine"
   "kestrelvisor_messages = ${PROJECT_VERSION}")
 kestrelvisor_pkgconfig(engine "Environment engine for KestrelVisor managers"

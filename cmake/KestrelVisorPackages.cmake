@@ -62,7 +62,7 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/t
 
 string(JOIN ", " development_needs
   "libboost-dev (>= ${Boost_VERSION_MAJOR}.${Boost_VERSION_MINOR})" libcurl4-openssl-dev
-  libjsoncpp-dev "libprotobuf-dev (>= ${Protobuf_VERSION})")
+  libjsoncpp-dev "libprotobuf-dev (>= ${protobuf})" "libprotobuf-dev (<< ${next_protobuf})")
 kestrelvisor_package(development NAME libkestrelvisor-dev SECTION libdevel
   NEEDS library DEPENDS "${development_needs}" SUGGESTS "kestrelvisor-doc, vrmsim"
   DESCRIPTION "environment engine for KestrelVisor managers (development files)
@@ -89,7 +89,7 @@ request. Hosts of the engine are tested with it.")
 kestrelvisor_package(documentation NAME kestrelvisor-doc SECTION doc
   DESCRIPTION "environment engine for KestrelVisor managers (documentation)
 The guides for those who embed the engine, run kestrelctl or test with vrmsim,
-and the reference of the public headers.")
+and the reference of the public headers, in /usr/share/doc/kestrelvisor.")
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 
 include(CPack)
