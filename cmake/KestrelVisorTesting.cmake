@@ -1,6 +1,6 @@
 # kestrelvisor_test(name [LABEL label] [TIMEOUT seconds] SOURCES file... [LIBRARIES target...])
 #
-# One test binary whose cases ctest lists one by one, by suite and behaviour.
+# One test binary whose cases ctest lists one by one, by suite and behaviour; sanitized, in parts.
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
@@ -33,6 +33,22 @@ function(kestrelvisor_test name)
                         kestrelvisor_test_warnings)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   target_precompile_headers(${name} REUSE_FROM kestrelvisor_test_headers)
-  gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
-                       PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
+  if(KESTRELVISOR_SANITIZE)
+    kestrelvisor_add_shards(${name} ${arg_LABEL})
+  else()
+    gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
+                         PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
+  endif()
+endfunction()
+
+# A sanitized process takes longer to start and to end than most cases take: those of a binary share a
+# few, in which a finding is told with the case's name.
+function(kestrelvisor_add_shards name label)
+  set(count 8)
+  foreach(shard RANGE 1 ${count})
+    math(EXPR index "${shard} - 1")
+    add_test(NAME ${name}.${shard} COMMAND ${name})
+    set_tests_properties(${name}.${shard} PROPERTIES LABELS ${label} TIMEOUT 300
+      ENVIRONMENT "GTEST_TOTAL_SHARDS=${count};GTEST_SHARD_INDEX=${index}")
+  endforeach()
 endfunction()
