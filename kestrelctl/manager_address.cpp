@@ -3,6 +3,7 @@
 #include "kestrelctl/failure.h"
 
 #include <arpa/inet.h>
+#include <curl/curl.h>
 #include <netdb.h>
 #include <sys/socket.h>
 
@@ -93,13 +94,34 @@ std::string wholeIpv4(const std::string& host) {
   return whole.data();
 }
 
+struct UrlCleanup {
+  void operator()(CURLU* url) const noexcept { curl_url_cleanup(url); }
+  void operator()(char* text) const noexcept { curl_free(text); }
+};
+
+// A name in the form in which it is looked up and stands in certificates: bücher.example is sent as
+// xn--bcher-kva.example.
+std::string asciiName(const std::string& host) {
+  const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  if (std::all_of(host.begin(), host.end(), isAscii)) return host;
+  const std::unique_ptr<CURLU, UrlCleanup> url(curl_url());
+  char* text = nullptr;
+  if (curl_url_set(url.get(), CURLUPART_HOST, host.c_str(), 0) != CURLUE_OK ||
+      curl_url_get(url.get(), CURLUPART_HOST, &text, CURLU_PUNYCODE) != CURLUE_OK) {
+    throw wrongUsage("--manager: \"" + host + "\" is no name that can be looked up",
+                     "write it in its form of letters without marks, xn--...; other letters need "
+                     "a locale that has them");
+  }
+  return std::unique_ptr<char, UrlCleanup>(text).get();
+}
+
 // Likewise for a name or an IPv4 address.
 std::string_view takeName(std::string_view text, ManagerAddress& address) {
   const std::size_t colon = text.find(':');
   if (colon != text.rfind(':')) throw badAddress("an IPv6 address needs brackets");
   if (text.find_first_of("[]") != std::string_view::npos) throw badAddress("a stray bracket");
   if (text.find('%') != std::string_view::npos) throw badAddress("\"%\" in a name");
-  address.host = wholeIpv4(std::string(text.substr(0, colon)));
+  address.host = asciiName(wholeIpv4(std::string(text.substr(0, colon))));
   return colon == std::string_view::npos ? std::string_view() : text.substr(colon);
 }
 
@@ -144,6 +166,11 @@ bool isLoopbackOfIpv6(const std::string& host) {
 
 std::string ManagerAddress::url() const {
   return std::string(https ? kHttps : kHttp) + host + ":" + std::to_string(port);
+}
+
+std::string ManagerAddress::plainHost() const {
+  if (host.front() != '[') return host.back() == '.' ? host.substr(0, host.size() - 1) : host;
+  return host.substr(1, host.find_first_of("%]") - 1);
 }
 
 bool ManagerAddress::isLoopback() const {

@@ -16,13 +16,17 @@ struct ManagerAddress {
   std::uint16_t port = kDefaultManagerPort;
 
   std::string url() const;
+  // As a certificate holds it: without the brackets and the zone of an IPv6 address, and without
+  // the root's dot of a name.
+  std::string plainHost() const;
   // Whether it is this machine itself, by what is written: a name but "localhost" is not looked up.
   bool isLoopback() const;
 };
 
 // Reads "https://HOST:PORT" or "http://HOST:PORT"; without a scheme HTTPS is meant, without a port
-// the default one. An address gets the form in which it is sent: 127.1 becomes 127.0.0.1. Throws a
-// Failure that says what is wrong.
+// the default one. An address gets the form in which it is sent: 127.1 becomes 127.0.0.1, and a
+// name beyond ASCII its international form, by the locale. Throws a Failure that says what is
+// wrong.
 ManagerAddress readManagerAddress(std::string_view text);
 
 // Returns the addresses that a name resolves to, an IPv6 address in brackets. When there are none

@@ -3,6 +3,8 @@
 #include "kestrelctl/failure.h"
 #include "tests/support/test_headers.h"
 
+#include <clocale>
+
 namespace kestrelvisor::ctl::test {
 namespace {
 
@@ -69,6 +71,24 @@ INSTANTIATE_TEST_SUITE_P(ManagerAddress, UnreadableAddress,
                                            "https://[::1]7443", "https://vrm/service",
                                            "https://vrm?x", "https://v rm", "https://vrm\r\nX:y",
                                            "https://vrm\n", "https://a]b", "https://vrm%2e1"));
+
+class InternationalName : public ::testing::Test {
+ protected:
+  ~InternationalName() override { std::setlocale(LC_CTYPE, "C"); }
+};
+
+TEST_F(InternationalName, GetsTheFormInWhichItIsSent) {
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+
+  EXPECT_EQ(readManagerAddress("https://b\u00fccher.Example:1").url(),
+            "https://xn--bcher-kva.example:1");
+  EXPECT_EQ(readManagerAddress("https://xn--bcher-kva.example:1").url(),
+            "https://xn--bcher-kva.example:1");
+}
+
+TEST_F(InternationalName, IsRefusedWhereTheLocaleHasNoSuchLetters) {
+  EXPECT_THROW(readManagerAddress("https://b\u00fccher.example:1"), Failure);
+}
 
 TEST(ManagerAddress, TellsThisMachineByWhatIsWritten) {
   for (const char* host : {"127.0.0.1", "127.255.255.254", "[::1]", "[0:0:0:0:0:0:0:1]",
