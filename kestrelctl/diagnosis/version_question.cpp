@@ -1,6 +1,7 @@
 #include "kestrelctl/diagnosis/version_question.h"
 
 #include "kestrelctl/curl_transfer.h"
+#include "kestrelctl/explanations/advice.h"
 #include "platform/contract/security.h"
 #include "platform/reference/clock.h"
 
@@ -69,8 +70,8 @@ void readClock(CurlTransfer& transfer, Time before, Time after, VersionAnswer& a
   const std::time_t told = curl_getdate(header->value, nullptr);
   if (told < 0) return;
   const Time middle = before + (after - before) / 2;
-  answer.clockAhead = std::chrono::duration_cast<std::chrono::seconds>(
-      std::chrono::system_clock::from_time_t(told) - middle);
+  const std::chrono::sys_seconds theirs{std::chrono::seconds(told)};  // of any year
+  answer.clockAhead = theirs - std::chrono::floor<std::chrono::seconds>(middle);
 }
 
 void prepareTls(CurlTransfer& transfer, const VersionQuestion& question) {
@@ -102,9 +103,13 @@ VersionAnswer ask(const VersionQuestion& question) {
   if (question.manager.https) prepareTls(transfer, question);
   const Time before = currentTime();
   VersionAnswer answer;
-  answer.timedOut = transfer.perform() == CURLE_OPERATION_TIMEDOUT;
-  answer.problem = transfer.problem();
-  if (!answer.problem.empty()) return answer;
+  const CURLcode result = transfer.perform();
+  if (result != CURLE_OK) {
+    answer.timedOut = result == CURLE_OPERATION_TIMEDOUT;
+    answer.problem = transfer.problem();
+    answer.exitCode = exitCodeOfTransfer(curl_easy_strerror(result));
+    return answer;
+  }
   answer.status = transfer.told<long>(CURLINFO_RESPONSE_CODE);
   readClock(transfer, before, currentTime(), answer);
   if (answer.status == 200) readVersions(body, answer);

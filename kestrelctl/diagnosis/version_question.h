@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kestrelctl/exit_code.h"
 #include "kestrelctl/manager_address.h"
 
 #include <chrono>
@@ -20,10 +21,11 @@ struct VersionQuestion {
 
 struct VersionAnswer {
   bool timedOut = false;
-  std::string problem;    // of the transfer, in libcurl's words; empty: there is an answer
-  long status = 0;        // of HTTP
-  bool readable = false;  // a document with a list of versions
-  std::vector<std::string> versions;  // as told, without their prefix: "6.5"
+  std::string problem;  // of the transfer, in libcurl's words; empty: there is an answer
+  ExitCode exitCode = ExitCode::success;  // with which an operation would end over the problem
+  long status = 0;                        // of HTTP
+  bool readable = false;                  // a document with a list of versions
+  std::vector<std::string> versions;      // as told, without their prefix: "6.5"
   // How far the manager's clock is ahead of this machine's; nothing when it does not tell.
   std::optional<std::chrono::seconds> clockAhead;
 
