@@ -1,6 +1,6 @@
 #include "kestrelctl/command_options.h"
 
-#include "kestrelctl/certificates/pin_file.h"
+#include "kestrelctl/certificates/kept_key.h"
 #include "kestrelctl/duration.h"
 #include "kestrelctl/failure.h"
 #include "kestrelctl/terminal_text.h"
@@ -261,6 +261,7 @@ OperationRequest OperationArguments::read(const CLI::App& app) const {
   OperationRequest request = readDoor(app);
   checkUser(request.connection.user);
   if (!allowPlaintext_) refusePlaintext(request.connection);
+  demandKeptKey(request.connection);
   return request;
 }
 
@@ -268,7 +269,6 @@ OperationRequest OperationArguments::readDoor(const CLI::App& app) const {
   OperationRequest request = request_;
   ConnectionOptions& connection = request.connection;
   connection.manager = readManagerAddress(manager_);
-  if (connection.manager.https) connection.publicKeyPin = keptPin(connection.manager);
   if (isGiven(app, "--strict-tls")) connection.strictTls = strictTls_;
   if (isGiven(app, "--timeout")) request.timeLimit = readDuration("--timeout", timeLimit_);
   if (!logLevel_.empty()) request.log.level = levelNumber(logLevel_);

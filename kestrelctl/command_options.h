@@ -41,9 +41,10 @@ class OperationArguments {
   void declareProgress(CLI::App& app);
   // Of commands that go as far as a manager's door, without an account. Instead of declare.
   void declareDoor(CLI::App& app);
-  // What the options say, looked at as a whole. Throws a Failure of wrong usage.
+  // What the options say, looked at as a whole, and the public key that is kept for the manager.
+  // Throws a Failure of wrong usage.
   OperationRequest read(const CLI::App& app) const;
-  // Likewise, with nobody to log in.
+  // Likewise, with nobody to log in and any key.
   OperationRequest readDoor(const CLI::App& app) const;
 
  private:

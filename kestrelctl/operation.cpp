@@ -27,10 +27,13 @@ void givePassword(const ConnectionOptions& connection, Supervision& supervision)
   supervision.give(password);
 }
 
-OperationResult performSupervised(const OperationRequest& request, const ProgressSink& progress) {
+// Tells until when it may take, as soon as the network is used.
+OperationResult performSupervised(const OperationRequest& request, const ProgressSink& progress,
+                                  Deadline& deadline) {
   Supervision supervision(request, progress);
   supervision.waitUntilReady();
   givePassword(request.connection, supervision);
+  deadline = supervision.deadline();
   return supervision.waitForResult();
 }
 
@@ -51,10 +54,11 @@ std::string nameOf(OperationKind kind, const std::string& machineUri) {
 OperationResult perform(const OperationRequest& request, const ProgressSink& progress) {
   if (!request.connection.useEnvironment) forgetForeignSettings();
   if (!request.log.file.empty()) rememberLog(request.log.file);
+  Deadline deadline;
   try {
-    return performSupervised(request, progress);
+    return performSupervised(request, progress, deadline);
   } catch (Failure& failure) {
-    tellPins(request.connection, failure);
+    tellPins(request.connection, deadline, failure);
     throw;
   }
 }

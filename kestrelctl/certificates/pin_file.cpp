@@ -19,20 +19,22 @@ std::string keyOf(const ManagerAddress& manager) {
   return key;
 }
 
+// Whether it is in the form in which it is looked for.
+bool isKey(const std::string& key) {
+  try {
+    const ManagerAddress manager = readManagerAddress(key);
+    return manager.https && keyOf(manager) == key;
+  } catch (const Failure&) {
+    return false;
+  }
+}
+
 }  // namespace
 
 std::string keptPin(const ManagerAddress& manager) {
-  const std::string path = pinFile();
-  const TomlValue document = readTomlFile(path);
-  const TomlTable* const pins = tableIn(document, kPins, path);
-  if (pins == nullptr) return {};
-  const auto found = pins->find(keyOf(manager));
-  if (found == pins->end()) return {};
-  if (!found->second.is_string()) {
-    throw wrongUsage(path + ": the pin of " + manager.url() + " is no text",
-                     "correct the file, or keep the pin anew by kestrelctl cert pin --replace");
-  }
-  return found->second.as_string().str;
+  const std::map<std::string, std::string> pins = keptPins();
+  const auto found = pins.find(keyOf(manager));
+  return found == pins.end() ? std::string() : found->second;
 }
 
 void keepPin(const ManagerAddress& manager, const std::string& pin) {
@@ -48,6 +50,32 @@ bool forgetPin(const ManagerAddress& manager) {
   if (tableIn(document, kPins, path).erase(keyOf(manager)) == 0) return false;
   writeTomlFile(path, document);
   return true;
+}
+
+// What would be passed over is refused.
+std::map<std::string, std::string> keptPins() {
+  const std::string path = pinFile();
+  const TomlValue document = readTomlFile(path);
+  for (const auto& [name, value] : document.as_table()) {
+    if (name == kPins) continue;
+    throw wrongUsage(path + ": \"" + name + "\" is unknown; pins stand in the table [pins]",
+                     "correct the file");
+  }
+  std::map<std::string, std::string> pins;
+  const TomlTable* const table = tableIn(document, kPins, path);
+  if (table == nullptr) return pins;
+  for (const auto& [key, value] : *table) {
+    if (!isKey(key)) {
+      throw wrongUsage(path + ": \"" + key + "\" is no manager's URL as cert pin writes it",
+                       "write it like https://vrm.example.com:7443, in small letters");
+    }
+    if (!value.is_string()) {
+      throw wrongUsage(path + ": the pin of " + key + " is no text",
+                       "correct the file, or keep the pin anew by kestrelctl cert pin --replace");
+    }
+    pins[key] = value.as_string().str;
+  }
+  return pins;
 }
 
 std::string pinFile() { return configurationPath("pins.toml"); }

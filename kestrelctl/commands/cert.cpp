@@ -95,9 +95,13 @@ void CertCommand::declareOptions(CLI::App& app) {
 
 void CertCommand::finishOptions(const CLI::App& app) {
   request_ = arguments_.readDoor(app);
-  if (request_.connection.manager.https) return;
-  throw wrongUsage("cert: a manager over plain HTTP has no certificate",
-                   "name the manager with https://");
+  if (!request_.connection.manager.https) {
+    throw wrongUsage("cert: a manager over plain HTTP has no certificate",
+                     "name the manager with https://");
+  }
+  // What stands in the way of another pin, or is to go, need not be one.
+  if (action_ == Action::forget || replace_) return;
+  request_.connection.publicKeyPin = keptPin(request_.connection.manager);
 }
 
 ShownCertificate CertCommand::look() const {

@@ -1,3 +1,4 @@
+#include "kestrelctl/certificates/kept_key.h"
 #include "kestrelctl/command_options.h"
 #include "kestrelctl/commands/commands.h"
 #include "kestrelctl/console.h"
@@ -57,7 +58,12 @@ void DoctorCommand::declareOptions(CLI::App& app) {
 }
 
 void DoctorCommand::finishOptions(const CLI::App& app) {
-  request_ = app.count("--user") > 0 ? arguments_.read(app) : arguments_.readDoor(app);
+  if (app.count("--user") > 0) {
+    request_ = arguments_.read(app);
+  } else {
+    request_ = arguments_.readDoor(app);
+    demandKeptKey(request_.connection);
+  }
 }
 
 void DoctorCommand::tell(const CheckResult& result) const {

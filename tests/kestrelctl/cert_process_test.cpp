@@ -57,6 +57,13 @@ class Cert : public ::testing::Test {
   }
   std::string pin() const { return shown()["pin"].asString(); }
 
+  // What is kept for managers, as by hand.
+  void writePins(const std::string& text) {
+    fs::create_directories(folder.file("home/.config/kestrelctl"));
+    folder.write("home/.config/kestrelctl/pins.toml", text);
+    fs::permissions(pinFile(), fs::perms(0600));
+  }
+
   std::string pinFile() const { return folder.file("home/.config/kestrelctl/pins.toml"); }
 
   TemporaryFolder folder;
@@ -129,6 +136,51 @@ TEST_F(Cert, PinOfACertificateThatIsNotTrustedIsKeptWithAWarning) {
   EXPECT_EQ(document["keptPin"], document["pin"]);
   ASSERT_EQ(document["warnings"].size(), 1U);
   EXPECT_EQ(document["warnings"][0]["kind"], "unverified-pin");
+}
+
+TEST_F(Cert, PinThatIsNoTextCanBeReplacedAndForgotten) {
+  const std::string odd = "[pins]\n\"" + manager->url() + "\" = 5\n";
+  writePins(odd);
+  const Finished refused = verify();
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_THAT(refused.talk, HasSubstr("is no text"));
+
+  EXPECT_EQ(run({"cert", "pin", "--replace"}).status, 0);
+  EXPECT_EQ(verify().status, 0);
+
+  writePins(odd);
+  EXPECT_EQ(run({"cert", "forget"}).status, 0);
+  EXPECT_EQ(verify().status, 0);
+}
+
+TEST_F(Cert, PinsThatNobodyWouldAskForAreRefused) {
+  const std::string pin = " = \"" + this->pin() + "\"\n";
+  for (const std::string& key :
+       {manager->url() + "/", "HTTPS" + manager->url().substr(5), manager->url().substr(8),
+        "http" + manager->url().substr(5), std::string("https://vrm.example")}) {
+    writePins("[pins]\n\"" + key + "\"" + pin);
+
+    const Finished finished = verify();
+
+    EXPECT_EQ(finished.status, 2) << key;
+    EXPECT_THAT(finished.talk, HasSubstr("\"" + key + "\""));
+  }
+  writePins("[pin]\n\"" + manager->url() + "\"" + pin);
+  const Finished finished = verify();
+  EXPECT_EQ(finished.status, 2);
+  EXPECT_THAT(finished.talk, HasSubstr("\"pin\" is unknown"));
+  EXPECT_TRUE(manager->journal().empty());
+}
+
+// Whoever the manager names would not be held to a pin of its own.
+TEST_F(Cert, PinOfAnyManagerForbidsToFollowAddresses) {
+  writePins("[pins]\n\"https://elsewhere:7443\" = \"" + pin() + "\"\n");
+
+  const Finished finished = verify({"--follow-address"});
+
+  EXPECT_EQ(finished.status, 2);
+  EXPECT_THAT(finished.talk, HasSubstr("--follow-address: pins are kept"));
+  EXPECT_TRUE(manager->journal().empty());
 }
 
 TEST_F(Cert, KeptPinLetsTheSameKeyPass) {
