@@ -10,7 +10,7 @@
 
 #include <array>
 #include <ctime>
-#include <stdexcept>
+#include <new>
 #include <utility>
 
 namespace kestrelvisor::ctl {
@@ -18,10 +18,13 @@ namespace {
 
 using Digest = std::array<unsigned char, SHA256_DIGEST_LENGTH>;
 
-void demand(bool worked, const char* what) {
+constexpr const char* kUnreadable = "unreadable";
+
+// Of what nothing but want of memory can stop.
+void demand(bool worked) {
   if (worked) return;
   ERR_clear_error();
-  throw std::runtime_error(std::string("a certificate whose ") + what + " cannot be read");
+  throw std::bad_alloc();
 }
 
 OpenSslOwned<BIO> memory() {
@@ -41,8 +44,9 @@ std::string nameText(const X509_NAME* name) {
   constexpr auto kForm = static_cast<unsigned long>(XN_FLAG_RFC2253) &
                          ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB);
   const OpenSslOwned<BIO> bio = memory();
-  demand(X509_NAME_print_ex(bio.get(), name, 0, kForm) >= 0, "name");
-  return textOf(*bio);
+  if (X509_NAME_print_ex(bio.get(), name, 0, kForm) >= 0) return textOf(*bio);
+  ERR_clear_error();
+  return kUnreadable;
 }
 
 std::string addressText(const ASN1_OCTET_STRING& address) {
@@ -77,15 +81,21 @@ std::vector<std::string> alternativeNames(const X509& certificate) {
   return names;
 }
 
-Certificate::Time timeOf(const ASN1_TIME* time) {
+std::optional<Certificate::Time> timeOf(const ASN1_TIME* time) {
   std::tm parts{};
-  demand(ASN1_TIME_to_tm(time, &parts) == 1, "validity");
-  return std::chrono::system_clock::from_time_t(timegm(&parts));
+  if (ASN1_TIME_to_tm(time, &parts) == 1) {
+    return Certificate::Time(std::chrono::seconds(timegm(&parts)));
+  }
+  ERR_clear_error();
+  return std::nullopt;
 }
 
 std::string keyText(const X509& certificate) {
   const EVP_PKEY* const key = X509_get0_pubkey(&certificate);
-  demand(key != nullptr, "public key");
+  if (key == nullptr) {
+    ERR_clear_error();
+    return kUnreadable;
+  }
   const char* const kind = EVP_PKEY_get0_type_name(key);
   return std::string(kind == nullptr ? "unknown" : kind) + ", " +
          std::to_string(EVP_PKEY_get_bits(key)) + " bits";
@@ -94,7 +104,7 @@ std::string keyText(const X509& certificate) {
 std::string fingerprintOf(const X509& certificate) {
   constexpr const char* kDigits = "0123456789abcdef";
   Digest digest{};
-  demand(X509_digest(&certificate, EVP_sha256(), digest.data(), nullptr) == 1, "fingerprint");
+  demand(X509_digest(&certificate, EVP_sha256(), digest.data(), nullptr) == 1);
   std::string text;
   for (const unsigned char byte : digest) {
     text += kDigits[byte >> 4U];
@@ -114,17 +124,16 @@ std::string pinOf(const X509& certificate) {
   unsigned char* bytes = nullptr;
   const int size = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(&certificate), &bytes);
   const OpenSslOwned<unsigned char> owner(bytes);
-  demand(size > 0, "public key");
+  demand(size > 0);
   Digest digest{};
   demand(EVP_Digest(bytes, static_cast<std::size_t>(size), digest.data(), nullptr, EVP_sha256(),
-                    nullptr) == 1,
-         "public key");
+                    nullptr) == 1);
   return "sha256//" + base64(digest);
 }
 
 std::string pemOf(const X509& certificate) {
   const OpenSslOwned<BIO> bio = memory();
-  demand(PEM_write_bio_X509(bio.get(), &certificate) == 1, "whole");
+  demand(PEM_write_bio_X509(bio.get(), &certificate) == 1);
   return textOf(*bio);
 }
 
@@ -145,11 +154,16 @@ Certificate readCertificate(const X509& certificate) {
 }
 
 std::string timeText(Certificate::Time time) {
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+  const std::time_t seconds = time.time_since_epoch().count();
   std::tm parts{};
   std::array<char, 32> text{};
   if (gmtime_r(&seconds, &parts) == nullptr) return {};
   return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts)};
+}
+
+std::string dateText(const std::optional<Certificate::Time>& time) {
+  constexpr std::size_t kDateSize = 10;
+  return time ? timeText(*time).substr(0, kDateSize) : kUnreadable;
 }
 
 }  // namespace kestrelvisor::ctl

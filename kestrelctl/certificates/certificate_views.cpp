@@ -5,10 +5,10 @@
 
 #include <json/value.h>
 
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,7 +17,6 @@ namespace {
 
 constexpr std::size_t kLabelWidth = 11;
 constexpr std::size_t kTextColumn = kLabelWidth + 4;
-constexpr std::size_t kDateSize = 10;
 
 // A line under a heading; a text that does not fit goes on in the same column.
 class Lines {
@@ -46,13 +45,12 @@ std::string namesText(const std::vector<std::string>& names) {
          grouped(static_cast<std::uint64_t>(more)) + " more";
 }
 
-std::string dateText(Certificate::Time time) { return timeText(time).substr(0, kDateSize); }
-
 std::string validity(const Certificate& certificate, Certificate::Time now) {
   const std::string range =
       "from " + dateText(certificate.notBefore) + " to " + dateText(certificate.notAfter);
-  if (now < certificate.notBefore) return range + ", not valid yet";
-  const long long days = daysUntil(certificate.notAfter, now);
+  if (!certificate.notBefore || !certificate.notAfter) return range;
+  if (now < *certificate.notBefore) return range + ", not valid yet";
+  const long long days = daysUntil(*certificate.notAfter, now);
   if (days < 0) return range + ", expired";
   return range + ", " + counted(static_cast<std::size_t>(days), "day") + " left";
 }
@@ -67,18 +65,20 @@ void addCertificate(const Certificate& certificate, Certificate::Time now, Lines
   lines.add("pin", certificate.pin);
 }
 
-std::string problemText(const CertificateProblem& problem) {
-  return "no: " + problem.words + " (certificate " + std::to_string(problem.depth + 1) + ")";
-}
-
 std::string trustText(const Inspection& inspection) {
+  if (!inspection.handshaken) return "no: the greeting of TLS failed";
   if (inspection.problems.empty()) return "yes";
-  return problemText(inspection.problems.front());
+  const CertificateProblem& problem = inspection.problems.front();
+  return "no: " + problem.words + " (" + inspection.nameInPath(problem.depth) + ")";
 }
 
 std::string keptText(const ShownCertificate& shown) {
   if (shown.keptPin.empty()) return "none; kestrelctl cert pin keeps this one";
   return shown.keptPin == shown.inspection.chain.front().pin ? "this one" : shown.keptPin;
+}
+
+Json::Value documentOf(const std::optional<Certificate::Time>& time) {
+  return time ? Json::Value(timeText(*time)) : Json::Value();
 }
 
 Json::Value documentOf(const Certificate& certificate) {
@@ -87,8 +87,8 @@ Json::Value documentOf(const Certificate& certificate) {
   value["issuer"] = jsonOf(certificate.issuer);
   Json::Value& names = value["names"] = Json::Value(Json::arrayValue);
   for (const std::string& name : certificate.names) names.append(jsonOf(name));
-  value["notBefore"] = timeText(certificate.notBefore);
-  value["notAfter"] = timeText(certificate.notAfter);
+  value["notBefore"] = documentOf(certificate.notBefore);
+  value["notAfter"] = documentOf(certificate.notAfter);
   value["key"] = certificate.key;
   value["fingerprint"] = certificate.fingerprint;
   value["pin"] = certificate.pin;
@@ -96,9 +96,10 @@ Json::Value documentOf(const Certificate& certificate) {
   return value;
 }
 
-Json::Value documentOf(const CertificateProblem& problem) {
+Json::Value documentOf(const CertificateProblem& problem, const Inspection& inspection) {
   Json::Value value(Json::objectValue);
-  value["certificate"] = Json::UInt64{problem.depth + 1};
+  const auto place = inspection.placeInChain(problem.depth);
+  value["certificate"] = place ? Json::Value(Json::UInt64{*place + 1}) : Json::Value();
   value["code"] = problem.code;
   value["text"] = jsonOf(problem.words);
   return value;
@@ -127,14 +128,14 @@ std::string certificateDocument(const ShownCertificate& shown, OutputFormat form
   Json::Value document(Json::objectValue);
   document["manager"] = jsonOf(shown.manager.url());
   document["address"] = jsonOf(inspection.address);
-  document["protocol"] = inspection.protocol.empty() ? Json::Value() : inspection.protocol;
+  document["protocol"] = inspection.protocol;
   document["trusted"] = inspection.problems.empty();
   document["namesHost"] = inspection.namesHost;
   document["pin"] = inspection.chain.front().pin;
   document["keptPin"] = shown.keptPin.empty() ? Json::Value() : jsonOf(shown.keptPin);
   Json::Value& problems = document["problems"] = Json::Value(Json::arrayValue);
   for (const CertificateProblem& problem : inspection.problems) {
-    problems.append(documentOf(problem));
+    problems.append(documentOf(problem, inspection));
   }
   Json::Value& chain = document["certificates"] = Json::Value(Json::arrayValue);
   for (const Certificate& certificate : inspection.chain) chain.append(documentOf(certificate));
@@ -143,8 +144,7 @@ std::string certificateDocument(const ShownCertificate& shown, OutputFormat form
 }
 
 long long daysUntil(Certificate::Time time, Certificate::Time now) {
-  using Days = std::chrono::duration<double, std::ratio<86400>>;
-  return static_cast<long long>(std::floor(Days(time - now).count()));
+  return std::chrono::floor<std::chrono::days>(time - now).count();
 }
 
 }  // namespace kestrelvisor::ctl

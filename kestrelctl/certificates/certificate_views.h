@@ -13,7 +13,7 @@ namespace kestrelvisor::ctl {
 // What a manager shows of itself, beside what is kept of it.
 struct ShownCertificate {
   ManagerAddress manager;
-  Inspection inspection;  // with a chain
+  Inspection inspection;  // with a chain; that of a document has its handshake, too
   std::string keptPin;    // empty: none is kept
   Certificate::Time now;
   std::vector<Warning> warnings;

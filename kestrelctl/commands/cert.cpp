@@ -111,8 +111,8 @@ ShownCertificate CertCommand::look() const {
   if (!connection.certificateFile.empty()) {
     inspection.trusted = readCertificateFile(connection.certificateFile);
   }
-  ShownCertificate shown{
-      connection.manager, inspect(inspection), connection.publicKeyPin, currentTime(), {}};
+  const auto now = std::chrono::floor<std::chrono::seconds>(currentTime());
+  ShownCertificate shown{connection.manager, inspect(inspection), connection.publicKeyPin, now, {}};
   if (shown.inspection.chain.empty()) throw failureOf(connection.manager, shown.inspection);
   return shown;
 }

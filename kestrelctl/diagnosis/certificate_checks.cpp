@@ -33,8 +33,14 @@ constexpr const char* kChainRemedy =
     "them into the file of --ca-cert";
 constexpr const char* kWeakRemedy =
     "have the certificate issued anew, with a key of 2048 bits or more and SHA-256";
-constexpr const char* kIssueRemedy = "have the certificate issued anew, for a server";
-constexpr std::array<TrustRemedy, 8> kTrustRemedies{
+constexpr const char* kServerRemedy = "have the certificate issued anew, for a server";
+constexpr const char* kAuthorityRemedy =
+    "have the certificate issued anew, by authorities that may issue it: one on the way to the "
+    "trusted one oversteps what it is allowed";
+constexpr const char* kExtensionRemedy =
+    "have that certificate issued anew, without the critical extension that clients do not know";
+constexpr const char* kIssueRemedy = "have that certificate issued anew";
+constexpr std::array<TrustRemedy, 15> kTrustRemedies{
     {{X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT, kFetchRemedy},
      {X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN, kFetchRemedy},
      {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT, kChainRemedy},
@@ -42,7 +48,14 @@ constexpr std::array<TrustRemedy, 8> kTrustRemedies{
      {X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE, kChainRemedy},
      {X509_V_ERR_EE_KEY_TOO_SMALL, kWeakRemedy},
      {X509_V_ERR_CA_KEY_TOO_SMALL, kWeakRemedy},
-     {X509_V_ERR_CA_MD_TOO_WEAK, kWeakRemedy}}};
+     {X509_V_ERR_CA_MD_TOO_WEAK, kWeakRemedy},
+     {X509_V_ERR_CERT_SIGNATURE_FAILURE, kFetchRemedy},
+     {X509_V_ERR_INVALID_PURPOSE, kServerRemedy},
+     {X509_V_ERR_INVALID_CA, kAuthorityRemedy},
+     {X509_V_ERR_PATH_LENGTH_EXCEEDED, kAuthorityRemedy},
+     {X509_V_ERR_PERMITTED_VIOLATION, kAuthorityRemedy},
+     {X509_V_ERR_EXCLUDED_VIOLATION, kAuthorityRemedy},
+     {X509_V_ERR_UNHANDLED_CRITICAL_EXTENSION, kExtensionRemedy}}};
 
 const char* remedyOf(const CertificateProblem& problem) {
   const auto* const found =
@@ -51,15 +64,26 @@ const char* remedyOf(const CertificateProblem& problem) {
   return found == kTrustRemedies.end() ? kIssueRemedy : found->remedy;
 }
 
-std::string describedEnd(const Certificate& certificate, std::size_t position) {
-  return "certificate " + std::to_string(position + 1) + " ends on " +
-         timeText(certificate.notAfter).substr(0, 10);
+constexpr const char* kNoChain = "there is no certificate to judge";
+constexpr const char* kRenewRemedy = "have the certificate renewed on the manager";
+
+Finding findingOfProblem(const Inspection& inspection, const CertificateProblem& problem,
+                         Certificate::Time now, bool strict) {
+  const std::string name = inspection.nameInPath(problem.depth);
+  const std::string today = "; here it is " + dateText(now);
+  const Certificate& certificate = inspection.path.at(problem.depth);
+  if (problem.code == X509_V_ERR_CERT_HAS_EXPIRED) {
+    return refused(strict, name + " expired on " + dateText(certificate.notAfter) + today,
+                   kRenewRemedy);
+  }
+  return refused(strict, name + " is not valid before " + dateText(certificate.notBefore) + today,
+                 "check the clocks of this machine and of whoever issued the certificate");
 }
 
 }  // namespace
 
 Finding checkChain(Examination& examination) {
-  if (!hasChain(examination)) return skipped("no certificate was shown");
+  if (!hasChain(examination)) return skipped(kNoChain);
   const Inspection& connection = examination.connection();
   const std::string& kept = examination.options().publicKeyPin;
   if (hasOtherKey(examination)) {
@@ -70,17 +94,17 @@ Finding checkChain(Examination& examination) {
                   "kestrelctl cert pin --replace keeps it");
   }
   if (const CertificateProblem* const problem = connection.problemOfTrust()) {
-    return refused(examination.isStrict(),
-                   "not trusted: " + problem->words + " (certificate " +
-                       std::to_string(problem->depth + 1) + ")",
-                   remedyOf(*problem));
+    return refused(
+        examination.isStrict(),
+        "not trusted: " + problem->words + " (" + connection.nameInPath(problem->depth) + ")",
+        remedyOf(*problem));
   }
   return passed(counted(connection.chain.size(), "certificate") + ", trusted" +
                 (kept.empty() ? "" : ", with the public key that is kept"));
 }
 
 Finding checkHostName(Examination& examination) {
-  if (!hasChain(examination)) return skipped("no certificate was shown");
+  if (!hasChain(examination)) return skipped(kNoChain);
   const Inspection& connection = examination.connection();
   const std::string& host = examination.options().manager.host;
   if (connection.namesHost) return passed("the certificate holds " + host);
@@ -92,39 +116,26 @@ Finding checkHostName(Examination& examination) {
 }
 
 Finding checkDaysLeft(Examination& examination) {
-  if (!hasChain(examination)) return skipped("no certificate was shown");
-  return findingOfValidity(examination.connection(), currentTime(), examination.isStrict());
+  if (!hasChain(examination)) return skipped(kNoChain);
+  const auto now = std::chrono::floor<std::chrono::seconds>(currentTime());
+  return findingOfValidity(examination.connection(), now, examination.isStrict());
 }
 
 Finding findingOfValidity(const Inspection& inspection, Certificate::Time now, bool strict) {
   constexpr long long kSoon = 30;
-  constexpr const char* kRenew = "have the certificate renewed on the manager";
-  const std::string today = "; here it is " + timeText(now).substr(0, 10);
-  const auto& chain = inspection.chain;
-  for (std::size_t i = 0; i < chain.size(); ++i) {
-    const std::string name = "certificate " + std::to_string(i + 1);
-    if (now > chain[i].notAfter) {
-      return refused(strict,
-                     name + " expired on " + timeText(chain[i].notAfter).substr(0, 10) + today,
-                     kRenew);
-    }
-    if (now < chain[i].notBefore) {
-      return refused(
-          strict,
-          name + " is not valid before " + timeText(chain[i].notBefore).substr(0, 10) + today,
-          "check the clocks of this machine and of whoever issued the certificate");
-    }
-  }
   if (const CertificateProblem* const problem = inspection.problemOfTime()) {
-    return refused(strict, "of an authority that is not sent: " + problem->words, kRenew);
+    return findingOfProblem(inspection, *problem, now, strict);
   }
+  const auto& path = inspection.path;
   const auto first = std::min_element(
-      chain.begin(), chain.end(),
+      path.begin(), path.end(),
       [](const auto& one, const auto& other) { return one.notAfter < other.notAfter; });
-  const long long days = daysUntil(first->notAfter, now);
-  const std::string text = counted(static_cast<std::size_t>(days), "day") + " left: " +
-                           describedEnd(*first, static_cast<std::size_t>(first - chain.begin()));
-  return days < kSoon ? warned(text, kRenew) : passed(text);
+  const std::string name = inspection.nameInPath(static_cast<std::size_t>(first - path.begin()));
+  if (!first->notAfter) return skipped(name + " has an end that cannot be read");
+  const long long days = std::max(daysUntil(*first->notAfter, now), 0LL);
+  const std::string text = counted(static_cast<std::uint64_t>(days), "day") + " left: " + name +
+                           " ends on " + dateText(first->notAfter);
+  return days < kSoon ? warned(text, kRenewRemedy) : passed(text);
 }
 
 }  // namespace kestrelvisor::ctl

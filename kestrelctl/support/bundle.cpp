@@ -43,7 +43,8 @@ std::string systemText() {
   uname(&system);
   rlimit files{};
   getrlimit(RLIMIT_NOFILE, &files);
-  return heading("system") + setting("time", timeText(currentTime())) +
+  return heading("system") +
+         setting("time", timeText(std::chrono::floor<std::chrono::seconds>(currentTime()))) +
          setting("kernel", std::string(system.sysname) + " " + system.release) +
          setting("machine", system.machine) + setting("character set", nl_langinfo(CODESET)) +
          setting("open files", std::to_string(files.rlim_cur));

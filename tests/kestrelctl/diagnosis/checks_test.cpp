@@ -2,6 +2,8 @@
 
 #include "tests/support/test_headers.h"
 
+#include <openssl/x509_vfy.h>
+
 #include <set>
 
 namespace kestrelvisor::ctl {
@@ -11,7 +13,7 @@ using std::chrono::hours;
 using std::chrono::seconds;
 using ::testing::HasSubstr;
 
-const Certificate::Time kNow = std::chrono::system_clock::from_time_t(1'800'000'000);
+const Certificate::Time kNow{seconds(1'800'000'000)};
 
 Certificate certificateFor(hours since, hours until) {
   Certificate certificate;
@@ -20,9 +22,17 @@ Certificate certificateFor(hours since, hours until) {
   return certificate;
 }
 
-Finding findingOf(std::vector<Certificate> chain, bool strict = true) {
+// Of certificates that are all sent. problem: of the last one, as OpenSSL finds it.
+Finding findingOf(std::vector<Certificate> path, int problem = X509_V_OK, bool strict = true) {
   Inspection inspection;
-  inspection.chain = std::move(chain);
+  inspection.path = std::move(path);
+  for (Certificate& certificate : inspection.path) {
+    certificate.fingerprint = std::to_string(inspection.chain.size());
+    inspection.chain.push_back(certificate);
+  }
+  if (problem != X509_V_OK) {
+    inspection.problems.push_back({problem, inspection.path.size() - 1, "of time"});
+  }
   return findingOfValidity(inspection, kNow, strict);
 }
 
@@ -50,19 +60,32 @@ TEST(DaysLeft, AreThoseOfTheFirstCertificateToEnd) {
 }
 
 TEST(DaysLeft, OfAnExpiredCertificateAreAFailure) {
-  const Finding finding = findingOf({certificateFor(9 * kDay, -kDay)});
+  const Finding finding =
+      findingOf({certificateFor(9 * kDay, 9 * kDay), certificateFor(9 * kDay, -kDay)},
+                X509_V_ERR_CERT_HAS_EXPIRED);
 
   EXPECT_EQ(finding.verdict, Verdict::fail);
   EXPECT_EQ(finding.exitCode, ExitCode::refusedCertificate);
-  EXPECT_THAT(finding.text, HasSubstr("certificate 1 expired on "));
+  EXPECT_EQ(finding.text, "certificate 2 expired on 2027-01-14; here it is 2027-01-15");
 }
 
 TEST(DaysLeft, OfACertificateOfTheFutureAreAFailure) {
-  EXPECT_THAT(findingOf({certificateFor(-kDay, 9 * kDay)}).text, HasSubstr("is not valid before"));
+  EXPECT_EQ(findingOf({certificateFor(-kDay, 9 * kDay)}, X509_V_ERR_CERT_NOT_YET_VALID).text,
+            "certificate 1 is not valid before 2027-01-16; here it is 2027-01-15");
 }
 
 TEST(DaysLeft, ThatAreUsedUpAreAWarningWhereTheUserLetsThemPass) {
-  EXPECT_EQ(findingOf({certificateFor(9 * kDay, -kDay)}, false).verdict, Verdict::warn);
+  const Finding finding =
+      findingOf({certificateFor(9 * kDay, -kDay)}, X509_V_ERR_CERT_HAS_EXPIRED, false);
+
+  EXPECT_EQ(finding.verdict, Verdict::warn);
+}
+
+TEST(DaysLeft, AreNotTriedOnAnEndThatCannotBeRead) {
+  Certificate certificate = certificateFor(kDay, kDay);
+  certificate.notAfter.reset();
+
+  EXPECT_EQ(findingOf({certificate}).verdict, Verdict::skip);
 }
 
 TEST(Clock, AgreesWithinAMinute) {
