@@ -36,7 +36,7 @@ void readFromFile(const std::string& path, std::string& password) {
   std::string problem;
   if (!readSmallFile(path, kLongestPassword, problemOfPasswordFile, password, problem)) {
     throw wrongUsage("--password-file: " + problem,
-                     "a file for your eyes only; for a pipe there is --password-stdin");
+                     "name a file that you alone can read; for a pipe there is --password-stdin");
   }
 }
 

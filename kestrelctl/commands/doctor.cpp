@@ -5,6 +5,7 @@
 #include "kestrelctl/diagnosis/checks.h"
 #include "kestrelctl/diagnosis/diagnosis_views.h"
 #include "kestrelctl/diagnosis/examination.h"
+#include "kestrelctl/diagnosis/proxy_choice.h"
 #include "kestrelctl/foreign_settings.h"
 #include "kestrelctl/libraries.h"
 
@@ -46,7 +47,8 @@ class DoctorCommand : public Command {
 };
 
 void DoctorCommand::declareOptions(CLI::App& app) {
-  app.add_flag("-q,--quiet", quiet_, "Show only what fails or deserves a warning");
+  app.add_flag("-q,--quiet", quiet_,
+               "Show only what fails or deserves a warning; a document has all checks");
   addFormatOption(app, format_, formsOfDocument(OutputFormat::text));
   arguments_.declare(app);
   app.get_option("--user")->required(false)->description(
@@ -74,12 +76,15 @@ void DoctorCommand::tell(const CheckResult& result) const {
 }
 
 ExitCode DoctorCommand::run() {
-  const std::vector<std::string> proxies = proxiesThatAreSet();  // before they are forgotten
+  // Before they are forgotten.
+  const std::vector<std::string> proxies = proxiesThatAreSet();
+  const std::string proxy = proxyVariableFor(request_.connection.manager);
   prepareLibraries(request_.connection.useEnvironment);
-  Examination examination({request_, proxies});
+  Examination examination({request_, proxies, proxy});
   std::vector<CheckResult> results;
   for (const Check& check : checks()) {
-    results.push_back({check, check.look(examination)});
+    const bool hasFailed = exitCodeOf(results) != ExitCode::success;
+    results.push_back({check, findingOf(check, examination, hasFailed)});
     tell(results.back());
   }
   warnOf(examination.warnings());

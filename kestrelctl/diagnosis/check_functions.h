@@ -3,7 +3,7 @@
 #include "kestrelctl/diagnosis/examination.h"
 #include "kestrelctl/diagnosis/finding.h"
 
-// The checks themselves, in their order. Each may throw Interrupted.
+// The checks themselves, in their order. Each may throw Interrupted and TimeUsedUp.
 
 namespace kestrelvisor::ctl {
 
@@ -20,5 +20,8 @@ Finding checkSites(Examination& examination);
 Finding checkClock(Examination& examination);
 Finding checkProxies(Examination& examination);
 Finding checkPorts(Examination& examination);
+
+// Of a manager that takes no client without a certificate.
+Finding clientCertificateDemanded();
 
 }  // namespace kestrelvisor::ctl

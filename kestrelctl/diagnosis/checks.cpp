@@ -21,4 +21,14 @@ const std::vector<Check>& checks() {
   return all;
 }
 
+Finding findingOf(const Check& check, Examination& examination, bool hasFailed) {
+  constexpr const char* kPassed = "the time limit of all checks had passed";
+  try {
+    return check.look(examination);
+  } catch (const TimeUsedUp&) {
+    if (hasFailed) return skipped(kPassed);
+    return failed(ExitCode::timeLimit, kPassed, "give them more time with --timeout");
+  }
+}
+
 }  // namespace kestrelvisor::ctl

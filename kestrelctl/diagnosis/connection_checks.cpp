@@ -21,10 +21,7 @@ std::string describedConnection(Examination& examination) {
 }
 
 Finding failedHandshake(const Inspection& connection) {
-  if (connection.demandsCertificate) {
-    return failed(ExitCode::unreachable, "the manager wants a certificate of this machine",
-                  "let the manager serve its interface without certificates of clients");
-  }
+  if (connection.demandsCertificate) return clientCertificateDemanded();
   if (connection.timedOut) {
     return failed(ExitCode::timeLimit, "the manager does not answer the greeting of TLS",
                   kLoadRemedy);
@@ -38,7 +35,19 @@ Finding failedHandshake(const Inspection& connection) {
                 "check that the port speaks HTTPS, with TLS 1.2 or newer");
 }
 
+Finding noWayOverProxy(const std::string& variable, const Inspection& connection) {
+  return failed(connection.timedOut ? ExitCode::timeLimit : ExitCode::unreachable,
+                "no way over the proxy that " + variable +
+                    " names: " + (connection.timedOut ? "no answer" : connection.problem),
+                kProxyRemedy);
+}
+
 }  // namespace
+
+Finding clientCertificateDemanded() {
+  return failed(ExitCode::unreachable, "the manager wants a certificate of this machine",
+                "let the manager serve its interface without certificates of clients");
+}
 
 Finding checkName(Examination& examination) {
   const NameLookup& name = examination.name();
@@ -56,6 +65,7 @@ Finding checkConnection(Examination& examination) {
   if (!hasAddress(examination)) return skipped("there is no address to connect to");
   const Inspection& connection = examination.connection();
   if (connection.connected) return passed(describedConnection(examination));
+  if (obeysProxies(examination)) return noWayOverProxy(examination.proxy(), connection);
   if (connection.timedOut) {
     return failed(ExitCode::timeLimit, placeOf(examination) + " does not answer",
                   "check address and port, and whether a firewall between drops the packets");

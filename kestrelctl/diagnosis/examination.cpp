@@ -14,7 +14,6 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kWholeTime(60'000);   // unless the user tells
 constexpr milliseconds kTimeOfStep(10'000);  // what the engine gives a connection
-constexpr milliseconds kLeastTime(1);
 
 bool strictnessOf(const ConnectionOptions& options) {
   if (options.strictTls) return *options.strictTls;
@@ -44,7 +43,9 @@ Examination::Examination(Request request)
 }
 
 milliseconds Examination::left() const {
-  return std::max(kLeastTime, std::chrono::duration_cast<milliseconds>(end_ - Clock::now()));
+  const auto left = std::chrono::duration_cast<milliseconds>(end_ - Clock::now());
+  if (left <= left.zero()) throw TimeUsedUp{};
+  return left;
 }
 
 milliseconds Examination::patience() const { return std::min(left(), kTimeOfStep); }

@@ -13,6 +13,8 @@ Finding checkProxies(Examination& examination) {
   const std::vector<std::string>& variables = examination.proxies();
   if (variables.empty()) return passed("no variable names one");
   const std::string set = listed(variables) + (variables.size() == 1 ? " is set" : " are set");
+  const std::string& used = examination.proxy();
+  if (used.empty()) return passed(set + ", but not for this manager");
   const bool works = isConnected(examination) &&
                      (!isHttps(examination) || !examination.connection().protocol.empty());
   if (!examination.options().useEnvironment) {
@@ -20,9 +22,9 @@ Finding checkProxies(Examination& examination) {
     return warned(set + " and not obeyed",
                   "--use-environment goes that way, if the manager is behind a proxy");
   }
-  if (works) return passed(set + " and obeyed");
-  return failed(ExitCode::unreachable, set + " and obeyed, and there is no way to the manager",
-                "check the proxy, name the manager in no_proxy, or leave out --use-environment");
+  if (works) return passed(used + " is set and obeyed");
+  return failed(ExitCode::unreachable,
+                used + " is set and obeyed, and there is no way to the manager", kProxyRemedy);
 }
 
 Finding checkPorts(Examination& examination) {

@@ -5,7 +5,9 @@
 #include "kestrelctl/diagnosis/reach.h"
 #include "kestrelctl/duration.h"
 #include "kestrelctl/explanations/tables.h"
+#include "kestrelctl/terminal_text.h"
 
+#include <cstdint>
 #include <string_view>
 
 namespace kestrelvisor::ctl {
@@ -13,15 +15,19 @@ namespace {
 
 constexpr std::string_view kRoleRefused = "1006";
 
-Finding failedVersions(const VersionAnswer& versions) {
+// By TLS 1.3 the greeting is over before a manager tells that it wants a certificate.
+Finding failedRequest(const VersionAnswer& versions, bool demandsCertificate) {
   if (versions.timedOut) {
     return failed(ExitCode::timeLimit, "the manager does not answer the first request",
                   kLoadRemedy);
   }
-  if (!versions.problem.empty()) {
-    return failed(ExitCode::unreachable, "the first request failed: " + versions.problem,
-                  kAddressRemedy);
-  }
+  if (demandsCertificate) return clientCertificateDemanded();
+  const bool isRefused = versions.exitCode == ExitCode::refusedCertificate;
+  return failed(versions.exitCode, "the first request failed: " + versions.problem,
+                isRefused ? kCertificateRemedy : kAddressRemedy);
+}
+
+Finding failedVersions(const VersionAnswer& versions) {
   if (versions.status != 200) {
     return failed(ExitCode::managerFailed,
                   "GET /service/versions was answered with the HTTP status " +
@@ -37,6 +43,9 @@ Finding failedVersions(const VersionAnswer& versions) {
 // What the login failed over, in the manager's own words where there are some.
 std::string reasonOf(const Failure& failure) {
   const std::string start = nameOf(OperationKind::verify) + " failed: ";
+  if (failure.exitCode == ExitCode::timeLimit && failure.managerCode.empty()) {
+    return "no answer within the time limit of all checks";
+  }
   std::string text = failure.what();
   if (text.compare(0, start.size(), start) == 0) text.erase(0, start.size());
   if (!failure.text.empty()) text += ": " + failure.text;
@@ -57,12 +66,23 @@ bool isLoggedIn(const LoginOutcome& outcome) {
   return !outcome.failure || isOverRole(outcome) || outcome.failure->hadSession;
 }
 
+std::string distanceText(std::chrono::seconds distance) {
+  constexpr std::chrono::days kLong(2);
+  if (distance < kLong) return durationText(distance);
+  const auto days = std::chrono::floor<std::chrono::days>(distance).count();
+  return counted(static_cast<std::uint64_t>(days), "day");
+}
+
 }  // namespace
 
 Finding checkVersions(Examination& examination) {
   if (!isConnected(examination)) return skipped("there is no connection");
+  if (!isGreeted(examination)) return skipped("the greeting of TLS did not work");
   if (!isTrusted(examination)) return skipped("nothing is sent to whoever is not trusted");
   const VersionAnswer& versions = examination.versions();
+  if (!versions.problem.empty()) {
+    return failedRequest(versions, examination.connection().demandsCertificate);
+  }
   if (!isUnderstood(examination)) return failedVersions(versions);
   return passed("the manager offers " + listed(versions.versions));
 }
@@ -104,7 +124,7 @@ Finding findingOfClock(std::chrono::seconds ahead) {
   constexpr std::chrono::seconds kMuch(60);
   const std::chrono::seconds distance = ahead < ahead.zero() ? -ahead : ahead;
   if (distance <= kMuch) return passed("the two clocks agree to the minute");
-  return warned("the manager's clock is " + durationText(distance) +
+  return warned("the manager's clock is " + distanceText(distance) +
                     (ahead > ahead.zero() ? " ahead of" : " behind") + " this machine's",
                 "let both follow a time server: the validity of certificates is judged by this "
                 "machine's clock");

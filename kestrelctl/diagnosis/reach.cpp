@@ -7,7 +7,7 @@
 namespace kestrelvisor::ctl {
 
 bool obeysProxies(const Examination& examination) {
-  return examination.options().useEnvironment && !examination.proxies().empty();
+  return examination.options().useEnvironment && !examination.proxy().empty();
 }
 
 bool hasAddress(Examination& examination) {
@@ -20,8 +20,14 @@ bool isConnected(Examination& examination) {
 
 bool isHttps(const Examination& examination) { return examination.options().manager.https; }
 
+bool isGreeted(Examination& examination) {
+  if (!isConnected(examination)) return false;
+  const Inspection& connection = examination.connection();
+  return !isHttps(examination) || (connection.handshaken && isModern(connection.protocol));
+}
+
 bool hasChain(Examination& examination) {
-  return isConnected(examination) && isHttps(examination) &&
+  return isConnected(examination) && isHttps(examination) && examination.connection().handshaken &&
          !examination.connection().chain.empty();
 }
 
@@ -35,12 +41,10 @@ bool hasOtherKey(Examination& examination) {
 }
 
 bool isTrusted(Examination& examination) {
-  if (!isConnected(examination)) return false;
+  if (!isGreeted(examination)) return false;
   if (!isHttps(examination)) return true;
-  const Inspection& connection = examination.connection();
-  if (!connection.handshaken || !isModern(connection.protocol)) return false;
   if (!hasChain(examination) || hasOtherKey(examination)) return false;
-  return !examination.isStrict() || (connection.problems.empty() && connection.namesHost);
+  return !examination.isStrict() || examination.connection().isTrusted();
 }
 
 bool isUnderstood(Examination& examination) {

@@ -9,13 +9,19 @@
 
 namespace kestrelvisor::ctl {
 
+// Whether the way to the manager goes over a proxy.
 bool obeysProxies(const Examination& examination);
+inline constexpr const char* kProxyRemedy =
+    "check the proxy, name the manager in no_proxy, or leave out --use-environment";
+
 bool isHttps(const Examination& examination);
 
 // Whether there is something to connect to.
 bool hasAddress(Examination& examination);
 bool isConnected(Examination& examination);
-// Whether the manager has shown certificates.
+// Whether requests can be sent, by whatever the manager's scheme needs, to whoever it is.
+bool isGreeted(Examination& examination);
+// Whether the manager has shown certificates, and that they are its own.
 bool hasChain(Examination& examination);
 // Of one that has: whether its public key is another than the one that is kept.
 bool hasOtherKey(Examination& examination);

@@ -1,5 +1,6 @@
 #include "kestrelctl/diagnosis/checks.h"
 
+#include "kestrelctl/diagnosis/examination.h"
 #include "tests/support/test_headers.h"
 
 #include <openssl/x509_vfy.h>
@@ -88,6 +89,26 @@ TEST(DaysLeft, AreNotTriedOnAnEndThatCannotBeRead) {
   EXPECT_EQ(findingOf({certificate}).verdict, Verdict::skip);
 }
 
+TEST(Check, WithoutTimeFailsAndIsSkippedBehindAnotherFailure) {
+  OperationRequest request;
+  request.connection.manager = readManagerAddress("https://127.0.0.1:1");
+  request.timeLimit = std::chrono::milliseconds(0);
+  Examination examination({request, {}, {}});
+  for (const Check& check : checks()) {
+    if (std::string(check.key) == "ports") continue;
+    const bool asksNobody = std::string(check.key) == "proxies";
+
+    const Finding first = ctl::findingOf(check, examination, false);
+    const Finding later = ctl::findingOf(check, examination, true);
+
+    EXPECT_EQ(first.verdict, asksNobody ? Verdict::pass : Verdict::fail) << check.key;
+    EXPECT_EQ(later.verdict, asksNobody ? Verdict::pass : Verdict::skip) << check.key;
+    if (asksNobody) continue;
+    EXPECT_EQ(first.exitCode, ExitCode::timeLimit);
+    EXPECT_NE(first.remedy, "");
+  }
+}
+
 TEST(Clock, AgreesWithinAMinute) {
   for (const int ahead : {-60, -1, 0, 60}) {
     EXPECT_EQ(findingOfClock(seconds(ahead)).verdict, Verdict::pass) << ahead;
@@ -98,6 +119,9 @@ TEST(Clock, ThatGoesOtherwiseIsAWarning) {
   EXPECT_EQ(findingOfClock(seconds(61)).text,
             "the manager's clock is 1m1s ahead of this machine's");
   EXPECT_EQ(findingOfClock(seconds(-7200)).text, "the manager's clock is 2h behind this machine's");
+  EXPECT_EQ(findingOfClock(hours(47)).text, "the manager's clock is 47h ahead of this machine's");
+  EXPECT_EQ(findingOfClock(hours(-27252)).text,
+            "the manager's clock is 1,135 days behind this machine's");
   EXPECT_EQ(findingOfClock(seconds(61)).verdict, Verdict::warn);
 }
 
