@@ -15,6 +15,7 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace kestrelvisor::ctl {
@@ -41,10 +42,12 @@ const std::map<std::string, Action>& actions() {
   return words;
 }
 
-// Why there is no certificate to show.
+// Why there is no certificate that has proven to be the manager's.
 Failure failureOf(const ManagerAddress& manager, const Inspection& inspection) {
   const ExitCode code = inspection.timedOut ? ExitCode::timeLimit : ExitCode::unreachable;
-  Failure failure(code, "the manager shows no certificate");
+  Failure failure(code, inspection.chain.empty()
+                            ? "the manager shows no certificate"
+                            : "the greeting of TLS failed after the manager's certificate");
   failure.facts.push_back({"manager", manager.url()});
   failure.facts.push_back({"reason", inspection.problem});
   failure.text = inspection.problem;
@@ -63,8 +66,11 @@ class CertCommand : public Command {
   ExitCode run() override;
 
  private:
+  void refuseIdleOptions() const;
   ShownCertificate look() const;
-  void show(const ShownCertificate& shown) const;
+  std::optional<Failure> doubtOf(const ShownCertificate& shown) const;
+  void print(const ShownCertificate& shown) const;
+  void save(const ShownCertificate& shown) const;
   void keep(ShownCertificate& shown) const;
   ExitCode forget() const;
 
@@ -94,6 +100,7 @@ void CertCommand::declareOptions(CLI::App& app) {
 }
 
 void CertCommand::finishOptions(const CLI::App& app) {
+  refuseIdleOptions();
   request_ = arguments_.readDoor(app);
   if (!request_.connection.manager.https) {
     throw wrongUsage("cert: a manager over plain HTTP has no certificate",
@@ -102,6 +109,13 @@ void CertCommand::finishOptions(const CLI::App& app) {
   // What stands in the way of another pin, or is to go, need not be one.
   if (action_ == Action::forget || replace_) return;
   request_.connection.publicKeyPin = keptPin(request_.connection.manager);
+}
+
+void CertCommand::refuseIdleOptions() const {
+  if (replace_ && action_ != Action::pin) throw wrongUsage("cert: only pin takes --replace");
+  if (!saveFile_.empty() && action_ == Action::forget) {
+    throw wrongUsage("cert: forget has no certificates for --save", "leave out --save");
+  }
 }
 
 ShownCertificate CertCommand::look() const {
@@ -117,13 +131,22 @@ ShownCertificate CertCommand::look() const {
   return shown;
 }
 
-void CertCommand::show(const ShownCertificate& shown) const {
-  if (!saveFile_.empty()) {
-    std::string chain;
-    for (const Certificate& certificate : shown.inspection.chain) chain += certificate.pem;
-    replaceFile(saveFile_, chain);
-    say("The certificates are kept in " + saveFile_ + ".");
-  }
+// Why nothing is to be kept of what is shown.
+std::optional<Failure> CertCommand::doubtOf(const ShownCertificate& shown) const {
+  if (!shown.inspection.handshaken) return failureOf(shown.manager, shown.inspection);
+  const std::string& pin = shown.inspection.chain.front().pin;
+  if (shown.keptPin.empty() || shown.keptPin == pin) return std::nullopt;
+  return otherPublicKey(shown.manager, shown.keptPin, pin);
+}
+
+void CertCommand::save(const ShownCertificate& shown) const {
+  std::string chain;
+  for (const Certificate& certificate : shown.inspection.chain) chain += certificate.pem;
+  replaceFile(saveFile_, chain);
+  say("The certificates are kept in " + saveFile_ + ".");
+}
+
+void CertCommand::print(const ShownCertificate& shown) const {
   printResult(format_ == OutputFormat::text ? certificateText(shown, renderingOfResults())
                                             : certificateDocument(shown, format_));
 }
@@ -133,10 +156,10 @@ void CertCommand::keep(ShownCertificate& shown) const {
   if (pin != shown.keptPin) keepPin(shown.manager, pin);
   say("The pin is kept in " + pinFile() + ".");
   say("Other keys of " + shown.manager.url() + " are refused.");
-  if (shown.keptPin.empty() && !shown.inspection.problems.empty()) {
+  if (pin != shown.keptPin && !shown.inspection.isTrusted()) {
     shown.warnings.push_back({"unverified-pin",
-                              "nobody who is trusted vouches for this certificate: compare the "
-                              "pin with the manager's"});
+                              "nobody who is trusted vouches that this certificate is the "
+                              "manager's: compare the pin with the manager's"});
   }
   shown.keptPin = pin;
   warnOf(shown.warnings);
@@ -153,14 +176,14 @@ ExitCode CertCommand::run() {
   if (action_ == Action::forget) return forget();
   if (!saveFile_.empty()) checkReplaceable("--save", saveFile_);
   ShownCertificate shown = look();
-  const std::string pin = shown.inspection.chain.front().pin;
-  const bool isOther = !shown.keptPin.empty() && shown.keptPin != pin;
-  if (isOther && !(action_ == Action::pin && replace_)) {
-    if (format_ == OutputFormat::text) show(shown);  // programs get one document: the error
-    throw otherPublicKey(shown.manager, shown.keptPin, pin);
+  if (const std::optional<Failure> doubt = doubtOf(shown)) {
+    if (format_ == OutputFormat::text) print(shown);  // programs get one document: the error
+    if (!saveFile_.empty()) say("The certificates are not kept in " + saveFile_ + ".");
+    throw *doubt;
   }
   if (action_ == Action::pin) keep(shown);
-  show(shown);
+  if (!saveFile_.empty()) save(shown);
+  print(shown);
   return ExitCode::success;
 }
 

@@ -1,5 +1,6 @@
 #include "tests/kestrelctl/fixture.h"
 #include "tests/kestrelctl/json_answer.h"
+#include "tests/platform/tls_server.h"
 #include "tests/support/loopback_socket.h"
 
 #include <optional>
@@ -138,6 +139,82 @@ TEST_F(Cert, PinOfACertificateThatIsNotTrustedIsKeptWithAWarning) {
   EXPECT_EQ(document["warnings"][0]["kind"], "unverified-pin");
 }
 
+TEST_F(Cert, PinOfACertificateForAnotherHostIsKeptWithAWarning) {
+  serve("wrong-name");
+
+  const Json::Value document = shown({"cert", "pin", "-o", "json"});
+
+  EXPECT_EQ(document["trusted"], true);
+  EXPECT_EQ(document["warnings"][0]["kind"], "unverified-pin");
+}
+
+TEST_F(Cert, PinThatTakesThePlaceOfAnotherIsWarnedOfToo) {
+  ASSERT_EQ(run({"cert", "pin"}).status, 0);
+  const std::string trusted = TemporaryFolder::read(folder.file("manager.pem"));
+  serve();
+  folder.write("manager.pem", trusted);
+
+  const Json::Value document = shown({"cert", "pin", "--replace", "-o", "json"});
+
+  EXPECT_EQ(document["keptPin"], document["pin"]);
+  ASSERT_EQ(document["warnings"].size(), 1U);
+  EXPECT_EQ(document["warnings"][0]["kind"], "unverified-pin");
+}
+
+// By a demand for a certificate of the client, before anybody has shown the key.
+TEST_F(Cert, HandshakeThatBreaksOffLeavesNothing) {
+  serve("client-certificate-demanded");
+  const std::string file = folder.file("kept.pem");
+
+  const Finished finished = run({"cert", "pin", "--save", file});
+
+  EXPECT_EQ(finished.status, 5);
+  EXPECT_THAT(finished.output, AllOf(HasSubstr("  trusted      no: the greeting of TLS failed\n"),
+                                     HasSubstr("\nCertificate 1, the manager's own\n")));
+  EXPECT_THAT(finished.talk,
+              AllOf(HasSubstr("the greeting of TLS failed after the manager's certificate"),
+                    HasSubstr("The certificates are not kept in " + file + ".\n")));
+  EXPECT_FALSE(fs::exists(pinFile()));
+  EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(Cert, HandshakeThatBreaksOffIsAnErrorForPrograms) {
+  serve("client-certificate-demanded");
+
+  const Finished finished = run({"cert", "-o", "json"});
+
+  EXPECT_EQ(finished.status, 5);
+  EXPECT_EQ(parsedAnswer(finished.output)["error"]["exitCode"], 5);
+}
+
+TEST_F(Cert, OfAProxyThatSpeaksTlsIsNotTakenForTheManagers) {
+  const kestrelvisor::test::Identity identity("proxy", "IP:127.0.0.1");
+  const kestrelvisor::test::TlsServer proxy(identity);
+
+  const Finished finished({"cert", "pin", "--use-environment", "--manager", manager->url()},
+                          {"", {{"HOME", folder.file("home")}, {"https_proxy", proxy.url()}}});
+
+  EXPECT_EQ(finished.status, 5);
+  EXPECT_EQ(finished.output, "");
+  EXPECT_THAT(finished.talk, HasSubstr("the proxy wants to be spoken to over TLS"));
+  EXPECT_FALSE(fs::exists(pinFile()));
+}
+
+TEST_F(Cert, ChangedCertificateIsNotSavedOverTheTrustedOne) {
+  ASSERT_EQ(run({"cert", "pin"}).status, 0);
+  const std::string trusted = TemporaryFolder::read(folder.file("manager.pem"));
+  serve();
+  folder.write("manager.pem", trusted);
+
+  for (const char* form : {"text", "json"}) {
+    const Finished finished = run({"cert", "--save", folder.file("manager.pem"), "-o", form});
+
+    EXPECT_EQ(finished.status, 6);
+    EXPECT_THAT(finished.talk, HasSubstr("The certificates are not kept in "));
+    EXPECT_EQ(TemporaryFolder::read(folder.file("manager.pem")), trusted);
+  }
+}
+
 TEST_F(Cert, PinThatIsNoTextCanBeReplacedAndForgotten) {
   const std::string odd = "[pins]\n\"" + manager->url() + "\" = 5\n";
   writePins(odd);
@@ -181,6 +258,12 @@ TEST_F(Cert, PinOfAnyManagerForbidsToFollowAddresses) {
   EXPECT_EQ(finished.status, 2);
   EXPECT_THAT(finished.talk, HasSubstr("--follow-address: pins are kept"));
   EXPECT_TRUE(manager->journal().empty());
+}
+
+TEST_F(Cert, TakesNoOptionThatItsActionDoesNotUse) {
+  EXPECT_EQ(run({"cert", "--replace"}).status, 2);
+  EXPECT_EQ(run({"cert", "forget", "--replace"}).status, 2);
+  EXPECT_EQ(run({"cert", "forget", "--save", folder.file("kept.pem")}).status, 2);
 }
 
 TEST_F(Cert, KeptPinLetsTheSameKeyPass) {
