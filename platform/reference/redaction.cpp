@@ -20,6 +20,10 @@ constexpr std::string_view kPemBegin = "-----BEGIN ";
 constexpr std::string_view kPemEnd = "-----END ";
 constexpr std::string_view kPemDashes = "-----";
 constexpr std::size_t kLongestPemLabel = 64;
+constexpr std::string_view kOption = "--";
+constexpr std::string_view kCharacterData = "<![CDATA[";
+constexpr std::string_view kCharacterDataEnd = "]]>";
+constexpr std::size_t kEncodedSize = 3;  // "%3D"
 
 bool isIn(char c, std::string_view set) {
   return std::any_of(set.begin(), set.end(), [c](char one) { return one == c; });
@@ -34,7 +38,7 @@ constexpr std::array<Role, 256> kRoles = [] {
     for (const char c : characters) roles[static_cast<unsigned char>(c)] = role;
   };
   give("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.%", Role::ofName);
-  give("\"\\:\n", Role::special);
+  give("\"\\:<\n", Role::special);
   return roles;
 }();
 
@@ -116,8 +120,9 @@ class NameJudge {
 // One pass over a text of any kind: JSON, headers, URLs, settings, or a mixture.
 //
 // Names are looked for, not a grammar: a run of name characters that stands before ":" or "=",
-// possibly in quotes, and each whole JSON string before ":". What follows a secret name is replaced
-// as far as it can reach. In doubt more is replaced, up to the rest of the text when an end is
+// possibly in quotes, and each whole JSON string before ":"; besides options of command lines,
+// names before an encoded separator, and elements of XML. What follows a secret name is replaced as
+// far as it can reach. In doubt more is replaced, up to the rest of the text when an end is
 // missing. Every character is looked at a small, fixed number of times.
 class Redactor {
  public:
@@ -138,6 +143,9 @@ class Redactor {
   void step();
   void readName();
   void readQuote();
+  bool redactEncoded(std::size_t name);
+  bool redactArgument(std::size_t name);
+  bool redactElement();
   bool redactPrivateKey();
   void passColon();
   void redactValue(const Secret& secret);
@@ -155,14 +163,20 @@ class Redactor {
     while (at < text_.size() && isIn(text_[at], set)) ++at;
     return at;
   }
+  bool isBlank(std::size_t at) const { return at == text_.size() || isControlOrBlank(text_[at]); }
   bool isSeparator(std::size_t at) const { return at < text_.size() && isIn(text_[at], ":="); }
   std::optional<Delimiter> delimiterAt(std::size_t at) const;
+  bool endsString(std::size_t at) const;
+  std::size_t nextArgument(std::optional<Delimiter> quote) const;
   bool isCleanEnd(std::size_t at, char separator) const;
   bool isSecondWord(std::size_t start) const;
 
   template <class Stop>
   std::size_t endOfUnquoted(std::size_t at, Stop isStop, bool onlyBeforeStructure) const;
   std::size_t endOfWord(std::size_t at) const;
+  std::size_t endOfArgument(std::size_t at) const;
+  std::size_t endOfTag(std::size_t at) const;
+  std::size_t endOfCharacterData(std::size_t at) const;
   std::size_t endOfLiteral(std::size_t at) const;
   std::size_t endOfLine(std::size_t at) const;
   std::size_t endOfQuoted(std::size_t at, Delimiter delimiter) const;
@@ -197,6 +211,7 @@ void Redactor::step() {
   if (role == Role::ofName) return readName();
   if (c == '"' || c == '\\') return readQuote();
   if (c == ':') return passColon();
+  if (c == '<' && redactElement()) return;
   if (c == '\n') string_.reset();  // no JSON string goes past its line
   ++at_;
 }
@@ -232,6 +247,7 @@ void Redactor::readName() {
   } while (at_ < text_.size() && isNameCharacter(text_[at_]) && !startsPem(at_));
   if (isSecondWord(start)) start = lastName_;
   lastName_ = start;
+  if (redactEncoded(start) || redactArgument(start)) return;
 
   std::size_t next = at_;
   if (is(next, ']')) ++next;  // form fields: "user[password]=..."
@@ -262,6 +278,74 @@ void Redactor::readQuote() {
   if (next == text_.size() || text_[next] != ':') return;
   const NameKind kind = names_.kindOf(stringStart_, quote - stringStart_);
   if (kind != NameKind::harmless) redactValue({next, closed, kind});
+}
+
+// "password%3Dvalue", as a query within a query has it.
+bool Redactor::redactEncoded(std::size_t name) {
+  const std::string_view run = text_.substr(0, at_);
+  for (std::size_t sign = run.find('%', name); sign != run.npos; sign = run.find('%', sign + 1)) {
+    const std::string_view code = run.substr(sign, kEncodedSize);
+    if (code != "%3D" && code != "%3d" && code != "%3A" && code != "%3a") continue;
+    const NameKind kind = names_.kindOf(name, sign - name);
+    name = sign + kEncodedSize;
+    const std::size_t end = kind == NameKind::harmless ? name : endOfWord(name);
+    if (end == name) continue;
+    redact(name, end, replacementIn(std::nullopt));
+    return true;
+  }
+  return false;
+}
+
+// "--password value", or both in quotes and parted by a comma, as programs tell their arguments;
+// "Bearer value" without the name of a header.
+bool Redactor::redactArgument(std::size_t name) {
+  const std::string_view word = text_.substr(name, at_ - name);
+  const bool isScheme = word == "Bearer" || word == "bearer";
+  if (!isScheme && !startsAt(name, kOption)) return false;
+  const std::optional<Delimiter> quote = delimiterAt(at_);
+  const std::size_t value = nextArgument(quote);
+  if (isBlank(value) || startsAt(value, kOption)) return false;
+  if (quote ? isScheme : endsString(value)) return false;
+  if (!isScheme && names_.kindOf(name, at_ - name) == NameKind::harmless) return false;
+  if (quote) string_.reset();
+
+  const std::optional<Delimiter> around = delimiterAt(value);
+  std::size_t end = around ? endOfQuoted(value + around->size(), *around) : value;
+  if (!quote || !around) end = endOfArgument(end);
+  redact(value, end, replacementIn(quote ? around : std::nullopt));
+  return true;
+}
+
+// Where the argument begins that follows the one that ends at at_, with this quote behind it. The
+// end of the text when none does.
+std::size_t Redactor::nextArgument(std::optional<Delimiter> quote) const {
+  if (!quote) return isBlank(at_) ? skip(at_, " \t") : text_.size();
+  const std::size_t comma = skip(at_ + quote->size(), " \t");
+  return startsAt(comma, ",") ? skip(comma + 1, " \t") : text_.size();
+}
+
+// "<password>value</password>", with attributes or without.
+bool Redactor::redactElement() {
+  const std::size_t name = at_ + 1;
+  std::size_t end = name;
+  while (end < text_.size() && (isNameCharacter(text_[end]) || text_[end] == ':')) ++end;
+  if (names_.kindOf(name, end - name) == NameKind::harmless) return false;
+
+  const std::size_t tagEnd = endOfTag(end);
+  if (!startsAt(tagEnd, ">") || text_[tagEnd - 1] == '/') return false;
+  std::size_t close = endOfTag(tagEnd + 1);
+  while (startsAt(close, ">")) close = endOfTag(close + 1);
+  const std::size_t sign = skip(std::min(close + 1, text_.size()), "\\");
+  if (!startsAt(close, "<") || !(startsAt(sign, "/") || startsAt(close, kCharacterData)))
+    return false;
+  redact(end, startsAt(close, kCharacterData) ? endOfCharacterData(close) : close,
+         ">" + replacementIn(std::nullopt));
+  return true;
+}
+
+std::size_t Redactor::endOfCharacterData(std::size_t at) const {
+  const std::size_t end = text_.find(kCharacterDataEnd, at);
+  return end == text_.npos ? text_.size() : end + kCharacterDataEnd.size();
 }
 
 bool Redactor::redactPrivateKey() {
@@ -296,6 +380,13 @@ void Redactor::passColon() {
   }
   // A host is no name of a value, whatever it is called.
   if (endsInPort(authority)) at_ = lastName_ = end;
+}
+
+// Whether the JSON string that is open ends here.
+bool Redactor::endsString(std::size_t at) const {
+  const std::optional<Delimiter> delimiter = delimiterAt(at);
+  if (!string_ || !delimiter) return false;
+  return delimiter->quote == '"' && string_->isClosedBy(delimiter->backslashes);
 }
 
 // Whether a quoted or nested value really is at its end here.
@@ -362,6 +453,16 @@ std::size_t Redactor::endOfUnquoted(std::size_t at, Stop isStop, bool onlyBefore
 std::size_t Redactor::endOfWord(std::size_t at) const {
   return endOfUnquoted(
       at, [](char c) { return isControlOrBlank(c) || c == '&'; }, false);
+}
+
+std::size_t Redactor::endOfArgument(std::size_t at) const {
+  return endOfUnquoted(at, isControlOrBlank, false);
+}
+
+// The next sign of XML.
+std::size_t Redactor::endOfTag(std::size_t at) const {
+  return endOfUnquoted(
+      at, [](char c) { return c == '<' || c == '>'; }, true);
 }
 
 std::size_t Redactor::endOfLiteral(std::size_t at) const {

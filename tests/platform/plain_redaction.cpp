@@ -15,6 +15,10 @@ constexpr std::string_view kPemBegin = "-----BEGIN ";
 constexpr std::string_view kPemEnd = "-----END ";
 constexpr std::string_view kPemDashes = "-----";
 constexpr std::size_t kLongestPemLabel = 64;
+constexpr std::string_view kOption = "--";
+constexpr std::string_view kCharacterData = "<![CDATA[";
+constexpr std::string_view kCharacterDataEnd = "]]>";
+constexpr std::size_t kEncodedSize = 3;  // "%3D"
 
 bool isIn(char c, std::string_view set) { return set.find(c) != std::string_view::npos; }
 
@@ -60,8 +64,9 @@ std::string replacementIn(std::optional<Delimiter> quote) {
 // One pass over a text of any kind: JSON, headers, URLs, settings, or a mixture.
 //
 // Names are looked for, not a grammar: a run of name characters that stands before ":" or "=",
-// possibly in quotes, and each whole JSON string before ":". What follows a secret name is replaced
-// as far as it can reach. In doubt more is replaced, up to the rest of the text when an end is
+// possibly in quotes, and each whole JSON string before ":"; besides options of command lines,
+// names before an encoded separator, and elements of XML. What follows a secret name is replaced as
+// far as it can reach. In doubt more is replaced, up to the rest of the text when an end is
 // missing. Every character is looked at a small, fixed number of times.
 class Redactor {
  public:
@@ -79,6 +84,9 @@ class Redactor {
   void step();
   void readName();
   void readQuote();
+  bool redactEncoded(std::size_t name);
+  bool redactArgument(std::size_t name);
+  bool redactElement();
   bool redactPrivateKey();
   void passColon();
   void redactValue(const Secret& secret);
@@ -91,14 +99,20 @@ class Redactor {
   std::size_t skip(std::size_t at, std::string_view set) const {
     return std::min(text_.find_first_not_of(set, at), text_.size());
   }
+  bool isBlank(std::size_t at) const { return at == text_.size() || isControlOrBlank(text_[at]); }
   bool isSeparator(std::size_t at) const { return at < text_.size() && isIn(text_[at], ":="); }
   std::optional<Delimiter> delimiterAt(std::size_t at) const;
+  bool endsString(std::size_t at) const;
+  std::size_t nextArgument(std::optional<Delimiter> quote) const;
   bool isCleanEnd(std::size_t at, char separator) const;
   bool isSecondWord(std::size_t start) const;
 
   template <class Stop>
   std::size_t endOfUnquoted(std::size_t at, Stop isStop, bool onlyBeforeStructure) const;
   std::size_t endOfWord(std::size_t at) const;
+  std::size_t endOfArgument(std::size_t at) const;
+  std::size_t endOfTag(std::size_t at) const;
+  std::size_t endOfCharacterData(std::size_t at) const;
   std::size_t endOfLiteral(std::size_t at) const;
   std::size_t endOfLine(std::size_t at) const;
   std::size_t endOfQuoted(std::size_t at, Delimiter delimiter) const;
@@ -126,6 +140,7 @@ void Redactor::step() {
   if (isNameCharacter(c)) return readName();
   if (c == '"' || c == '\\') return readQuote();
   if (c == ':') return passColon();
+  if (c == '<' && redactElement()) return;
   if (c == '\n') string_.reset();  // no JSON string goes past its line
   ++at_;
 }
@@ -158,6 +173,7 @@ void Redactor::readName() {
   } while (at_ < text_.size() && isNameCharacter(text_[at_]) && !startsAt(at_, kPemBegin));
   if (isSecondWord(start)) start = lastName_;
   lastName_ = start;
+  if (redactEncoded(start) || redactArgument(start)) return;
 
   std::size_t next = at_;
   if (startsAt(next, "]")) ++next;  // form fields: "user[password]=..."
@@ -188,6 +204,74 @@ void Redactor::readQuote() {
   if (next == text_.size() || text_[next] != ':') return;
   const NameKind kind = kindOfName(text_.substr(stringStart_, quote - stringStart_));
   if (kind != NameKind::harmless) redactValue({next, closed, kind});
+}
+
+// "password%3Dvalue", as a query within a query has it.
+bool Redactor::redactEncoded(std::size_t name) {
+  const std::string_view run = text_.substr(0, at_);
+  for (std::size_t sign = run.find('%', name); sign != run.npos; sign = run.find('%', sign + 1)) {
+    const std::string_view code = run.substr(sign, kEncodedSize);
+    if (code != "%3D" && code != "%3d" && code != "%3A" && code != "%3a") continue;
+    const NameKind kind = kindOfName(text_.substr(name, sign - name));
+    name = sign + kEncodedSize;
+    const std::size_t end = kind == NameKind::harmless ? name : endOfWord(name);
+    if (end == name) continue;
+    redact(name, end, replacementIn(std::nullopt));
+    return true;
+  }
+  return false;
+}
+
+// "--password value", or both in quotes and parted by a comma, as programs tell their arguments;
+// "Bearer value" without the name of a header.
+bool Redactor::redactArgument(std::size_t name) {
+  const std::string_view word = text_.substr(name, at_ - name);
+  const bool isScheme = word == "Bearer" || word == "bearer";
+  if (!isScheme && !startsAt(name, kOption)) return false;
+  const std::optional<Delimiter> quote = delimiterAt(at_);
+  const std::size_t value = nextArgument(quote);
+  if (isBlank(value) || startsAt(value, kOption)) return false;
+  if (quote ? isScheme : endsString(value)) return false;
+  if (!isScheme && kindOfName(text_.substr(name, at_ - name)) == NameKind::harmless) return false;
+  if (quote) string_.reset();
+
+  const std::optional<Delimiter> around = delimiterAt(value);
+  std::size_t end = around ? endOfQuoted(value + around->size(), *around) : value;
+  if (!quote || !around) end = endOfArgument(end);
+  redact(value, end, replacementIn(quote ? around : std::nullopt));
+  return true;
+}
+
+// Where the argument begins that follows the one that ends at at_, with this quote behind it. The
+// end of the text when none does.
+std::size_t Redactor::nextArgument(std::optional<Delimiter> quote) const {
+  if (!quote) return isBlank(at_) ? skip(at_, " \t") : text_.size();
+  const std::size_t comma = skip(at_ + quote->size(), " \t");
+  return startsAt(comma, ",") ? skip(comma + 1, " \t") : text_.size();
+}
+
+// "<password>value</password>", with attributes or without.
+bool Redactor::redactElement() {
+  const std::size_t name = at_ + 1;
+  std::size_t end = name;
+  while (end < text_.size() && (isNameCharacter(text_[end]) || text_[end] == ':')) ++end;
+  if (kindOfName(text_.substr(name, end - name)) == NameKind::harmless) return false;
+
+  const std::size_t tagEnd = endOfTag(end);
+  if (!startsAt(tagEnd, ">") || text_[tagEnd - 1] == '/') return false;
+  std::size_t close = endOfTag(tagEnd + 1);
+  while (startsAt(close, ">")) close = endOfTag(close + 1);
+  const std::size_t sign = skip(std::min(close + 1, text_.size()), "\\");
+  if (!startsAt(close, "<") || !(startsAt(sign, "/") || startsAt(close, kCharacterData)))
+    return false;
+  redact(end, startsAt(close, kCharacterData) ? endOfCharacterData(close) : close,
+         ">" + replacementIn(std::nullopt));
+  return true;
+}
+
+std::size_t Redactor::endOfCharacterData(std::size_t at) const {
+  const std::size_t end = text_.find(kCharacterDataEnd, at);
+  return end == text_.npos ? text_.size() : end + kCharacterDataEnd.size();
 }
 
 bool Redactor::redactPrivateKey() {
@@ -222,6 +306,13 @@ void Redactor::passColon() {
   }
   // A host is no name of a value, whatever it is called.
   if (endsInPort(authority)) at_ = lastName_ = end;
+}
+
+// Whether the JSON string that is open ends here.
+bool Redactor::endsString(std::size_t at) const {
+  const std::optional<Delimiter> delimiter = delimiterAt(at);
+  if (!string_ || !delimiter) return false;
+  return delimiter->quote == '"' && string_->isClosedBy(delimiter->backslashes);
 }
 
 // Whether a quoted or nested value really is at its end here.
@@ -288,6 +379,16 @@ std::size_t Redactor::endOfUnquoted(std::size_t at, Stop isStop, bool onlyBefore
 std::size_t Redactor::endOfWord(std::size_t at) const {
   return endOfUnquoted(
       at, [](char c) { return isControlOrBlank(c) || c == '&'; }, false);
+}
+
+std::size_t Redactor::endOfArgument(std::size_t at) const {
+  return endOfUnquoted(at, isControlOrBlank, false);
+}
+
+// The next sign of XML.
+std::size_t Redactor::endOfTag(std::size_t at) const {
+  return endOfUnquoted(
+      at, [](char c) { return c == '<' || c == '>'; }, true);
 }
 
 std::size_t Redactor::endOfLiteral(std::size_t at) const {
