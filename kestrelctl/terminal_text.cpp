@@ -89,6 +89,9 @@ bool disturbsLine(char32_t code) {
          code == 0x200E || code == 0x200F || code == 0x061C;
 }
 
+// What YAML does not take as it is.
+bool isNoCharacter(char32_t code) { return code == 0xFFFE || code == 0xFFFF; }
+
 std::string escaped(char32_t code) {
   if (code == '\n') return "\\n";
   if (code == '\r') return "\\r";
@@ -118,8 +121,8 @@ std::string printable(std::string_view text, bool utf8) {
 
 std::string harmlessJson(std::string_view document) {
   return rewritten(document, [](const Character& character, std::string_view bytes) {
-    const bool harms =
-        (character.code >= 0x7F && isControl(character.code)) || disturbsLine(character.code);
+    const bool harms = (character.code >= 0x7F && isControl(character.code)) ||
+                       disturbsLine(character.code) || isNoCharacter(character.code);
     if (!harms) return std::string(bytes);
     std::array<char, 16> text{};
     std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(character.code));
@@ -213,10 +216,12 @@ std::string counted(std::uint64_t count, const std::string& noun) {
   return grouped(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-std::string joined(const std::vector<std::string>& parts) {
+std::string joined(const std::vector<std::string>& parts, std::string_view between) {
   std::string text;
   for (const std::string& part : parts) {
-    if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
+    if (part.empty()) continue;
+    if (!text.empty()) text += between;
+    text += part;
   }
   return text;
 }

@@ -21,8 +21,8 @@ std::string printable(std::string_view text, bool utf8);
 // One of ASCII: a line end, an escape and their like.
 bool isControlByte(char c);
 
-// A JSON document in UTF-8, in which characters that would control a terminal or end a line for
-// some readers are escaped as \u009b. Its own line ends stay.
+// A JSON document in UTF-8, in which characters that would control a terminal, end a line for some
+// readers, or are none for YAML are escaped as \u009b. Its own line ends stay.
 std::string harmlessJson(std::string_view document);
 
 // Columns that a printable text takes. Relies on LC_CTYPE for wide characters.
@@ -63,6 +63,6 @@ std::string grouped(std::uint64_t number);
 std::string counted(std::uint64_t count, const std::string& noun);
 
 // "5 hosts, 120 machines". Parts that are empty are left out.
-std::string joined(const std::vector<std::string>& parts);
+std::string joined(const std::vector<std::string>& parts, std::string_view between = ", ");
 
 }  // namespace kestrelvisor::ctl

@@ -70,13 +70,6 @@ class CsvWriter {
     return object == nullptr ? std::string() : object->row->name();
   }
 
-  template <class Datastores>
-  static std::string namesOf(const Datastores& datastores) {
-    std::string text;
-    for (const auto& name : datastores) text += (text.empty() ? "" : "; ") + name;
-    return text;
-  }
-
   std::string datastoreOf(const disk_record& disk) const {
     const datastore_record* const datastore = index_.datastoreOf(disk);
     return datastore == nullptr ? disk.datastoremoref() : datastore->name();
@@ -96,7 +89,7 @@ class CsvWriter {
     for (const datastore_record* datastore : object.datastores)
       datastores.insert(datastore->name());
     for (const disk_record* disk : object.disks) datastores.insert(datastoreOf(*disk));
-    row.datastores = namesOf(datastores);
+    row.datastores = joined({datastores.begin(), datastores.end()}, "; ");
     if (object.machine != nullptr) addMachine(object, row);
     return row;
   }
@@ -138,11 +131,24 @@ class CsvWriter {
 };
 
 // The signs with which spreadsheets let a formula begin, those of full width included.
-bool looksLikeFormula(const std::string& text) {
+bool beginsFormula(std::string_view text) {
   for (const std::string_view sign : {"=", "+", "-", "@", "\uff1d", "\uff0b", "\uff0d", "\uff20"}) {
-    if (text.compare(0, sign.size(), sign) == 0) return true;
+    if (text.substr(0, sign.size()) == sign) return true;
   }
   return false;
+}
+
+// Puts an apostrophe before each formula. In many countries spreadsheets part cells at ";",
+// whatever quotes stand around it.
+std::string withoutFormulas(std::string_view text) {
+  std::string result;
+  bool isStart = true;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (isStart && beginsFormula(text.substr(i))) result += '\'';
+    result += text[i];
+    isStart = text[i] == ';' || (isStart && (text[i] == ' ' || text[i] == '"'));
+  }
+  return result;
 }
 
 }  // namespace
@@ -152,8 +158,7 @@ void csvView(const ReplyIndex& index, const ReplySelection& selection, const Sin
 }
 
 std::string csvCell(const std::string& text) {
-  const std::string shown = printable(text, true);
-  const std::string cell = (looksLikeFormula(shown) ? "'" : "") + shown;
+  const std::string cell = withoutFormulas(printable(text, true));
   if (cell.find_first_of("\",;'") == std::string::npos) return cell;
   std::string quoted = "\"";
   for (const char c : cell) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);

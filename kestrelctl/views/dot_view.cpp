@@ -10,6 +10,7 @@ std::string quoted(const std::string& text) {
   for (const char c : printable(text, true)) {
     if (c == '"' || c == '\\') result += '\\';
     result += c;
+    if (c == '&') result += "amp;";  // Graphviz reads entities
   }
   return result + "\"";
 }

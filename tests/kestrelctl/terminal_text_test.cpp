@@ -91,6 +91,10 @@ TEST(TerminalText, EscapesInJsonWhatWouldControlATerminal) {
             R"(\u007f \u009b \u202e \u2028)");
 }
 
+TEST(TerminalText, EscapesWhatYamlDoesNotTake) {
+  EXPECT_EQ(harmlessJson("\xEF\xBF\xBD\xEF\xBF\xBE\xEF\xBF\xBF"), "\xEF\xBF\xBD\\ufffe\\uffff");
+}
+
 TEST(TerminalText, KeepsTheRestOfJson) {
   const std::string document = "{\n  \"name\" : \"\xC3\xA9 \xF0\x9F\x98\x80 \\n\"\n}\n";
   EXPECT_EQ(harmlessJson(document), document);

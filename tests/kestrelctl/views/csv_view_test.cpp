@@ -48,6 +48,13 @@ TEST(CsvCell, IsNoFormula) {
   }
 }
 
+TEST(CsvCell, IsNoFormulaBehindASemicolonEither) {
+  EXPECT_EQ(csvCell("x;=1+1;y"), "\"x;'=1+1;y\"");
+  EXPECT_EQ(csvCell("x; \"=1;@a"), "\"x; \"\"'=1;'@a\"");
+  EXPECT_EQ(csvCell(" =1"), "\" '=1\"");
+  EXPECT_EQ(csvCell("x=1; y-2"), "\"x=1; y-2\"");
+}
+
 TEST(CsvCell, StaysOnItsLine) {
   EXPECT_EQ(csvCell("a\r\n=b"), "a\\r\\n=b");
   EXPECT_EQ(csvCell("\t=1"), "\\t=1");

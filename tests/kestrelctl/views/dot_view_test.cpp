@@ -32,6 +32,13 @@ TEST(DotView, DrawsWhatStandsInWhat) {
             "}\n");
 }
 
+TEST(DotView, ShowsEntitiesToTheLetter) {
+  ScanEnvironmentReply reply;
+  test::addRow(reply, 1, 7, "a&lt;b", std::nullopt);
+
+  EXPECT_THAT(dotOf(reply), ::testing::HasSubstr("[label=\"a&amp;lt;b\", shape=box];"));
+}
+
 TEST(DotView, QuotesNames) {
   ScanEnvironmentReply reply;
   test::addRow(reply, 1, 7, "5\" \\N\n", std::nullopt);
