@@ -6,6 +6,7 @@
 #include "kestrelctl/help_formatter.h"
 #include "kestrelctl/option_twins.h"
 #include "kestrelctl/suggestion.h"
+#include "kestrelctl/terminal_text.h"
 #include "kestrelctl/usage_errors.h"
 
 #include <CLI/CLI.hpp>
@@ -59,7 +60,8 @@ constexpr const char* kFooter =
     "Environment:\n"
     "  KESTRELVISOR_MANAGER, ...         stands in for --manager, and so for each\n"
     "                                    option: KESTRELVISOR_CA_CERT for --ca-cert\n"
-    "  KESTRELVISOR_CONTEXT              stands in for --context\n"
+    "  KESTRELVISOR_CONTEXT              a context for what is left out even then;\n"
+    "                                    --context NAME comes before the variables\n"
     "  KESTRELVISOR_PASSWORD             the password, when no option names a source;\n"
     "                                    with a warning: others may see it there\n"
     "  KESTRELVISOR_PASSWORD_KEY[_FILE]  key of passwords, see encrypt-password\n"
@@ -129,9 +131,9 @@ void addCommand(CLI::App& app, Command& command, std::vector<std::string>& sourc
   ours->group(headingOf(words.group));
   addTwins(*ours, sources);
   command.declareOptions(*ours);
-  // Where no manager is asked it is taken, too, but says nothing.
-  const CLI::Option* const manager = ours->get_option_no_throw("--manager");
-  ours->get_option("--context")->group(manager == nullptr ? "" : manager->get_group());
+  // Where no manager is asked it is not offered.
+  ours->get_option("--context")
+      ->group(usesContext(*ours) ? ours->get_option("--manager")->get_group() : "");
 }
 
 // The application of the command that was named; null before there is one.
@@ -166,9 +168,7 @@ bool parse(CLI::App& app, const CommandWords& words) {
 
 // What a user does not see on the command line may be what is wrong.
 void tellSources(const std::vector<std::string>& sources, Failure& failure) {
-  std::string text;
-  for (const std::string& source : sources) text += (text.empty() ? "also from " : ", ") + source;
-  if (!text.empty()) failure.facts.push_back({"options", text});
+  if (!sources.empty()) failure.facts.push_back({"options", "also from " + joined(sources)});
 }
 
 }  // namespace

@@ -90,6 +90,11 @@ CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
   return app.add_option(name, target, description)->type_name("FILE")->check(problemOfFileName);
 }
 
+bool isSaid(const CLI::App& app, const char* name) {
+  const std::vector<CLI::Option*>& said = app.parse_order();
+  return std::find(said.begin(), said.end(), app.get_option(name)) != said.end();
+}
+
 // In the form of the words of a check, of which the help shows nothing.
 void offerWords(CLI::Option& argument, const std::string& words) {
   argument.type_name(":{" + words + "}");

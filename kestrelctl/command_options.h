@@ -16,6 +16,9 @@ namespace kestrelvisor::ctl {
 CLI::Option* addFileOption(CLI::App& app, const char* name, std::string& target,
                            const char* description);
 
+// Whether an option stands on the command line itself: a variable or a context may give it as well.
+bool isSaid(const CLI::App& app, const char* name);
+
 // Lets shells offer these words, parted by commas, for an argument that the command itself checks.
 void offerWords(CLI::Option& argument, const std::string& words);
 

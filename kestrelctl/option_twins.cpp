@@ -31,10 +31,20 @@ bool saysNothing(const CLI::Option& option, const std::string& value, const std:
   }
 }
 
-// Fills in what a command line has left out.
-class Completion {
+// What excludes it stands on the command line, or stands in for that.
+bool isExcluded(const CLI::Option& option) {
+  const auto others = option.get_excludes();
+  return std::any_of(others.begin(), others.end(),
+                     [](const CLI::Option* other) { return other->count() > 0; });
+}
+
+// Whether the command line alone may give it a value.
+bool mustBeSaid(const CLI::Option& option) { return !option.get_configurable(); }
+
+// What a command line has left out.
+class MissingValues {
  public:
-  Completion(CLI::App& command, std::vector<std::string>& sources)
+  MissingValues(CLI::App& command, std::vector<std::string>& sources)
       : command_(command), sources_(sources) {}
 
   void takeEnvironment() {
@@ -53,14 +63,8 @@ class Completion {
   }
 
  private:
-  static bool isExcluded(const CLI::Option& option) {
-    const auto others = option.get_excludes();
-    return std::any_of(others.begin(), others.end(),
-                       [](const CLI::Option* other) { return other->count() > 0; });
-  }
-
   void offer(CLI::Option& option, const std::string& value, const std::string& source) {
-    if (value.empty() || option.count() > 0 || isExcluded(option)) return;
+    if (value.empty() || option.count() > 0 || isExcluded(option) || mustBeSaid(option)) return;
     if (saysNothing(option, value, source)) return;
     option.add_result(value);
     if (sources_.empty() || sources_.back() != source) sources_.push_back(source);
@@ -76,13 +80,17 @@ bool asksForHelp(const CLI::App& command) {
   return help != nullptr && help->count() > 0;
 }
 
-void complete(CLI::App& command, std::vector<std::string>& sources, const std::string& named) {
+// named is the context of the command line. It has been said, as the variables have not: they may
+// stand there for something else.
+void fillIn(CLI::App& command, std::vector<std::string>& sources, const std::string& named) {
   if (command.count() == 0 || asksForHelp(command)) return;  // another command is meant
-  Completion completion(command, sources);
-  completion.takeEnvironment();
-  const std::string context = named.empty() ? textOf(kContextVariable) : named;
-  const bool usesContext = command.get_option_no_throw("--manager") != nullptr;
-  if (!context.empty() && (usesContext || !named.empty())) completion.takeContext(context);
+  MissingValues values(command, sources);
+  if (!named.empty()) values.takeContext(named);
+  values.takeEnvironment();
+  const std::string context = textOf(kContextVariable);
+  if (!named.empty() || context.empty() || !usesContext(command)) return;
+  sources.emplace_back(kContextVariable);  // there may be no such context
+  values.takeContext(context);
 }
 
 }  // namespace
@@ -105,7 +113,7 @@ std::string twinOf(const CLI::Option& option) {
 // read and before it demands what is missing: the first one can still fill in the others.
 void addTwins(CLI::App& command, std::vector<std::string>& sources) {
   const auto fill = [&command, &sources](const std::string& named) {
-    complete(command, sources, named);
+    fillIn(command, sources, named);
   };
   command
       .add_option_function<std::string>(
@@ -113,6 +121,11 @@ void addTwins(CLI::App& command, std::vector<std::string>& sources) {
           "Take what is not said here from this context; see kestrelctl contexts")
       ->type_name("NAME")
       ->force_callback();
+}
+
+bool usesContext(const CLI::App& command) {
+  const CLI::Option* const manager = command.get_option_no_throw("--manager");
+  return manager != nullptr && !isExcluded(*manager) && !mustBeSaid(*manager);
 }
 
 }  // namespace kestrelvisor::ctl

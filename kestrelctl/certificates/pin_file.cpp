@@ -2,6 +2,7 @@
 
 #include "kestrelctl/ascii.h"
 #include "kestrelctl/failure.h"
+#include "kestrelctl/settings/settings_lock.h"
 #include "kestrelctl/settings/toml_file.h"
 #include "kestrelctl/settings/user_folders.h"
 
@@ -39,6 +40,7 @@ std::string keptPin(const ManagerAddress& manager) {
 
 void keepPin(const ManagerAddress& manager, const std::string& pin) {
   const std::string path = pinFile();
+  const SettingsLock lock(path);
   TomlValue document = readTomlFile(path);
   tableIn(document, kPins, path)[keyOf(manager)] = TomlValue(pin);
   writeTomlFile(path, document);
@@ -46,6 +48,7 @@ void keepPin(const ManagerAddress& manager, const std::string& pin) {
 
 bool forgetPin(const ManagerAddress& manager) {
   const std::string path = pinFile();
+  const SettingsLock lock(path);
   TomlValue document = readTomlFile(path);
   if (tableIn(document, kPins, path).erase(keyOf(manager)) == 0) return false;
   writeTomlFile(path, document);

@@ -66,7 +66,7 @@ class CertCommand : public Command {
   ExitCode run() override;
 
  private:
-  void refuseIdleOptions() const;
+  void refuseIdleOptions(const CLI::App& app) const;
   ShownCertificate look() const;
   std::optional<Failure> doubtOf(const ShownCertificate& shown) const;
   void print(const ShownCertificate& shown) const;
@@ -100,7 +100,7 @@ void CertCommand::declareOptions(CLI::App& app) {
 }
 
 void CertCommand::finishOptions(const CLI::App& app) {
-  refuseIdleOptions();
+  refuseIdleOptions(app);
   request_ = arguments_.readDoor(app);
   if (!request_.connection.manager.https) {
     throw wrongUsage("cert: a manager over plain HTTP has no certificate",
@@ -111,10 +111,13 @@ void CertCommand::finishOptions(const CLI::App& app) {
   request_.connection.publicKeyPin = keptPin(request_.connection.manager);
 }
 
-void CertCommand::refuseIdleOptions() const {
+void CertCommand::refuseIdleOptions(const CLI::App& app) const {
   if (replace_ && action_ != Action::pin) throw wrongUsage("cert: only pin takes --replace");
   if (!saveFile_.empty() && action_ == Action::forget) {
     throw wrongUsage("cert: forget has no certificates for --save", "leave out --save");
+  }
+  if (action_ == Action::forget && isSaid(app, "--output")) {
+    throw wrongUsage("cert: forget has no result for -o to show", "leave out -o");
   }
 }
 

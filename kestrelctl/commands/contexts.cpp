@@ -39,6 +39,14 @@ constexpr std::array<ActionWord, 4> kActions{{{"list", Action::list, false},
                                               {"add", Action::add, true},
                                               {"remove", Action::remove, true}}};
 
+const ActionWord& actionNamed(const std::string& word) {
+  for (const ActionWord& known : kActions) {
+    if (word == known.word) return known;
+  }
+  throw wrongUsage("contexts: there is no action \"" + word + "\"",
+                   "list, show NAME, add NAME or remove NAME");
+}
+
 bool isSetting(const CLI::Option& option) {
   const std::vector<std::string>& keys = contextKeys();
   return std::any_of(keys.begin(), keys.end(),
@@ -69,11 +77,13 @@ class ContextsCommand : public Command {
   void readSettings(const CLI::App& app);
   static void refuseSettings(const CLI::App& app);
   void add() const;
+  void remove() const;
+  void printDocument(const ContextSettings& settings) const;
   void print(const Contexts& contexts) const;
 
   OperationArguments arguments_;
   OutputFormat format_ = OutputFormat::table;
-  std::vector<std::string> words_;  // nothing, or an action and a name
+  std::string word_ = "list";
   Action action_ = Action::list;
   std::string name_;
   bool replace_ = false;
@@ -82,41 +92,46 @@ class ContextsCommand : public Command {
 
 void ContextsCommand::declareOptions(CLI::App& app) {
   CLI::Option* const action =
-      app.add_option("ACTION", words_,
+      app.add_option("ACTION", word_,
                      "list (the default), show NAME, add NAME or remove NAME; add keeps what the "
                      "options say");
-  offerWords(*action->expected(0, 2), "list,show,add,remove");
+  offerWords(*action, "list,show,add,remove");
+  app.add_option("NAME", name_, "The name of a context")->type_name("");
   addFormatOption(app, format_, formsOfDocument(OutputFormat::table));
   app.add_flag("--replace", replace_, "Let add take the place of a context of that name");
   declareSettings(app);
 }
 
-// Whatever else says how to reach a manager is no option here: it could not be kept.
+// Whatever else says how to reach a manager is no option here: it could not be kept. What is kept
+// is what was said: no variable and no other context, whose password may be for another manager,
+// gets into a context unseen.
 void ContextsCommand::declareSettings(CLI::App& app) {
   const auto own = static_cast<std::ptrdiff_t>(app.get_options().size());
   arguments_.declare(app);
   const std::vector<CLI::Option*> all = app.get_options();
   for (auto option = all.begin() + own; option != all.end(); ++option) {
     (*option)->required(false);
-    if (!isSetting(**option)) app.remove_option(*option);
+    if (isSetting(**option)) {
+      (*option)->configurable(false);
+    } else {
+      app.remove_option(*option);
+    }
   }
 }
 
 void ContextsCommand::finishOptions(const CLI::App& app) {
-  if (words_.empty()) return refuseSettings(app);
-  for (const ActionWord& known : kActions) {
-    if (words_[0] != known.word) continue;
-    action_ = known.action;
-    if (known.wantsName != (words_.size() == 2)) {
-      throw wrongUsage("contexts: " + words_[0] +
-                       (known.wantsName ? " needs the name of a context" : " takes no name"));
-    }
-    if (known.wantsName) name_ = words_[1];
-    if (action_ == Action::add) return readSettings(app);
-    return refuseSettings(app);
+  if (isSaid(app, "--context")) {
+    throw wrongUsage("contexts: --context has no place here",
+                     "kestrelctl contexts show NAME shows a context");
   }
-  throw wrongUsage("contexts: there is no action \"" + words_[0] + "\"",
-                   "list, show NAME, add NAME or remove NAME");
+  const ActionWord& known = actionNamed(word_);
+  action_ = known.action;
+  if (known.wantsName == name_.empty()) {
+    throw wrongUsage("contexts: " + word_ +
+                     (known.wantsName ? " needs the name of a context" : " takes no name"));
+  }
+  if (action_ == Action::add) return readSettings(app);
+  refuseSettings(app);
 }
 
 void ContextsCommand::readSettings(const CLI::App& app) {
@@ -130,7 +145,7 @@ void ContextsCommand::readSettings(const CLI::App& app) {
   }
 }
 
-// Whoever says what a context is to hold has meant add. What stands in the environment is not said.
+// Whoever says what a context is to hold has meant add.
 void ContextsCommand::refuseSettings(const CLI::App& app) {
   for (const CLI::Option* option : app.parse_order()) {
     if (!isSetting(*option) && !option->check_lname("replace")) continue;
@@ -139,12 +154,20 @@ void ContextsCommand::refuseSettings(const CLI::App& app) {
 }
 
 void ContextsCommand::add() const {
-  if (!replace_ && readContexts().count(name_) > 0) {
-    throw wrongUsage("there is a context \"" + name_ + "\" already",
-                     "--replace takes its place; contexts show " + name_ + " shows it");
-  }
-  keepContext(name_, settings_);
+  keepContext(name_, settings_, replace_ ? Replacing::yes : Replacing::no);
   say("The context " + name_ + " is kept in " + contextFile() + ".");
+  printDocument(settings_);
+}
+
+void ContextsCommand::remove() const {
+  const ContextSettings settings = forgetContext(name_);
+  say("There is no context " + name_ + " any more.");
+  printDocument(settings);
+}
+
+// People have been told already.
+void ContextsCommand::printDocument(const ContextSettings& settings) const {
+  if (format_ != OutputFormat::table) print({{name_, settings}});
 }
 
 void ContextsCommand::print(const Contexts& contexts) const {
@@ -168,8 +191,7 @@ ExitCode ContextsCommand::run() {
       add();
       break;
     case Action::remove:
-      forgetContext(name_);
-      say("There is no context " + name_ + " any more.");
+      remove();
       break;
   }
   return ExitCode::success;

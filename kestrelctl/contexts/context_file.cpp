@@ -1,12 +1,14 @@
 #include "kestrelctl/contexts/context_file.h"
 
 #include "kestrelctl/failure.h"
+#include "kestrelctl/settings/settings_lock.h"
 #include "kestrelctl/settings/toml_file.h"
 #include "kestrelctl/settings/user_folders.h"
 #include "kestrelctl/suggestion.h"
 
 #include <algorithm>
 #include <array>
+#include <limits>
 
 namespace kestrelvisor::ctl {
 namespace {
@@ -54,12 +56,18 @@ Failure unknownKey(const std::string& context, const std::string& key) {
                                                        : "did you mean " + meant + "?");
 }
 
+// The library makes the nearest number that it knows of one that is too large.
+bool isWholeNumber(const TomlValue& value) {
+  using Limits = std::numeric_limits<toml::integer>;
+  if (!value.is_integer()) return false;
+  return value.as_integer() > Limits::min() && value.as_integer() < Limits::max();
+}
+
 // The text that the option gets.
 std::string valueOf(const std::string& context, const Key& key, const TomlValue& value) {
   if (key.kind == Kind::truth && value.is_boolean()) return value.as_boolean() ? "true" : "false";
   if (key.kind == Kind::text && value.is_string()) return value.as_string().str;
-  const bool isNumber = key.kind == Kind::text && value.is_integer();
-  if (isNumber) return std::to_string(value.as_integer());
+  if (key.kind == Kind::text && isWholeNumber(value)) return std::to_string(value.as_integer());
   throw wrongUsage(placeOf(context) + ": " + key.name + " is to be " +
                        (key.kind == Kind::truth ? "true or false" : "a text in quotes"),
                    "correct the file, or make the context anew by contexts add --replace");
@@ -97,6 +105,11 @@ const std::vector<std::string>& contextKeys() {
   return names;
 }
 
+bool isSwitch(const std::string& key) {
+  const Key* const known = keyNamed(key);
+  return known != nullptr && known->kind == Kind::truth;
+}
+
 void checkContextName(const std::string& name) {
   constexpr const char* kLetters =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.";
@@ -128,9 +141,14 @@ ContextSettings contextNamed(const std::string& name) {
                                  : "did you mean " + meant + "?");
 }
 
-void keepContext(const std::string& name, const ContextSettings& settings) {
+void keepContext(const std::string& name, const ContextSettings& settings, Replacing replacing) {
   checkContextName(name);
   const std::string path = contextFile();
+  const SettingsLock lock(path);
+  if (replacing == Replacing::no && readContexts().count(name) > 0) {
+    throw wrongUsage("there is a context \"" + name + "\" already",
+                     "--replace takes its place; contexts show " + name + " shows it");
+  }
   TomlTable table;
   for (const Key& key : kKeys) {
     const auto setting = settings.find(key.name);
@@ -141,12 +159,14 @@ void keepContext(const std::string& name, const ContextSettings& settings) {
   writeTomlFile(path, document);
 }
 
-void forgetContext(const std::string& name) {
-  static_cast<void>(contextNamed(name));  // throws when there is none
+ContextSettings forgetContext(const std::string& name) {
   const std::string path = contextFile();
+  const SettingsLock lock(path);
+  ContextSettings settings = contextNamed(name);
   TomlValue document = readTomlFile(path);
   tableIn(document, kContexts, path).erase(name);
   writeTomlFile(path, document);
+  return settings;
 }
 
 std::string contextFile() { return configurationPath("contexts.toml"); }

@@ -17,6 +17,9 @@ using Contexts = std::map<std::string, ContextSettings>;
 // The options that a context may give, in the order in which they are shown.
 const std::vector<std::string>& contextKeys();
 
+// Whether the option of one of these is a switch: its setting is "true" or "false".
+bool isSwitch(const std::string& key);
+
 // Throws a Failure of wrong usage unless it can be the name of a context: letters, digits, "-", "_"
 // and ".".
 void checkContextName(const std::string& name);
@@ -28,11 +31,15 @@ Contexts readContexts();
 // Throws a Failure of wrong usage when there is no such context.
 ContextSettings contextNamed(const std::string& name);
 
-// Keeps it in place of one of before; what the file holds besides stays. Throws a Failure.
-void keepContext(const std::string& name, const ContextSettings& settings);
+// Whether a context may take the place of one of the same name.
+enum class Replacing { no, yes };
 
-// Throws a Failure, of wrong usage when there is none.
-void forgetContext(const std::string& name);
+// Keeps a context; what the file holds besides stays. Throws a Failure, of wrong usage when one of
+// that name would have to give way.
+void keepContext(const std::string& name, const ContextSettings& settings, Replacing replacing);
+
+// Returns what it held. Throws a Failure, of wrong usage when there is none.
+ContextSettings forgetContext(const std::string& name);
 
 // The file itself; empty when there is no place for it.
 std::string contextFile();

@@ -47,7 +47,9 @@ std::string contextDocument(const Contexts& contexts, OutputFormat form) {
     Json::Value value(Json::objectValue);
     value["name"] = jsonOf(name);
     Json::Value& options = value["options"] = Json::Value(Json::objectValue);
-    for (const auto& [key, setting] : settings) options[key] = jsonOf(setting);
+    for (const auto& [key, setting] : settings) {
+      options[key] = isSwitch(key) ? Json::Value(setting == "true") : jsonOf(setting);
+    }
     list.append(std::move(value));
   }
   document["warnings"] = jsonOf(std::vector<Warning>());

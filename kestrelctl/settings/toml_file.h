@@ -13,12 +13,12 @@ using TomlValue = toml::basic_value<toml::preserve_comments, std::map, std::vect
 using TomlTable = TomlValue::table_type;
 
 // Reads a TOML file of the user's own; one that is not there is an empty table. It steers where
-// passwords go, so that only the user or root may own it and nobody else may write to it. Throws a
-// Failure of wrong usage.
+// passwords go, so that only the user or root may own it and its folder, and nobody else may write
+// to either. Throws a Failure of wrong usage.
 TomlValue readTomlFile(const std::string& path);
 
-// Gives the file a new content, for its owner alone, and makes its folder if need be. Throws a
-// Failure.
+// Gives the file a new content, for its owner alone, and makes its folder if need be. A link to it
+// stays a link. Throws a Failure.
 void writeTomlFile(const std::string& path, const TomlValue& document);
 
 // The table under a key; null when there is none. Throws a Failure when something else stands

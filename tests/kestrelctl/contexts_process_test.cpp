@@ -3,6 +3,7 @@
 #include "tests/kestrelctl/json_answer.h"
 
 #include <cctype>
+#include <memory>
 
 namespace kestrelvisor::ctl::test {
 namespace {
@@ -31,6 +32,7 @@ class ContextsOfAUser : public ManagerTest {
 
   void writeFile(const std::string& text, fs::perms mode = fs::perms(0600)) const {
     fs::create_directories(folder.file("settings/kestrelctl"));
+    fs::permissions(folder.file("settings/kestrelctl"), fs::perms(0700));
     folder.write("settings/kestrelctl/contexts.toml", text);
     fs::permissions(contextFile, mode);
   }
@@ -85,6 +87,63 @@ TEST_F(ContextsOfAUser, AreADocumentToo) {
   EXPECT_EQ(document["contexts"][0]["options"]["user"], kUser);
 }
 
+TEST_F(ContextsOfAUser, AreADocumentInWhichSwitchesAreTrueOrFalse) {
+  const Finished added = run({"contexts", "add", "x", "--manager", "https://vrm", "--keep-address",
+                              "--no-strict-tls", "-o", "json"});
+
+  const Json::Value document = parsedAnswer(added.output);
+  const Json::Value& options = document["contexts"][0]["options"];
+  EXPECT_EQ(options["keep-address"], true);
+  EXPECT_EQ(options["strict-tls"], false);
+}
+
+TEST_F(ContextsOfAUser, AreADocumentWhenTheyComeAndGo) {
+  const Finished added = run({"contexts", "add", "x", "--manager", "https://vrm", "-o", "json"});
+  const Finished removed = run({"contexts", "remove", "x", "-o", "yaml"});
+
+  EXPECT_EQ(parsedAnswer(added.output)["contexts"][0]["options"]["manager"], "https://vrm");
+  EXPECT_THAT(removed.output, AllOf(HasSubstr("name: \"x\""), HasSubstr("https://vrm")));
+}
+
+TEST_F(ContextsOfAUser, HoldNothingButWhatWasSaid) {
+  addGood("prod");
+
+  const Finished added = run({"contexts", "add", "test", "--manager", "https://test"},
+                             {{"KESTRELVISOR_CONTEXT", "prod"},
+                              {"KESTRELVISOR_USER", "stranger"},
+                              {"KESTRELVISOR_PASSWORD_COMMAND", "pass show prod"},
+                              {"KESTRELVISOR_STRICT_TLS", "false"}});
+
+  EXPECT_EQ(added.status, 0) << added.talk;
+  EXPECT_EQ(run({"contexts", "show", "test"}).output, "manager           https://test\n");
+}
+
+TEST_F(ContextsOfAUser, ThatAreNotThereAreToldWithTheVariableThatNamesThem) {
+  EXPECT_THAT(run({"verify"}, {{"KESTRELVISOR_CONTEXT", "nope"}}).talk,
+              AllOf(HasSubstr("there is no context \"nope\""),
+                    HasSubstr("also from KESTRELVISOR_CONTEXT")));
+}
+
+TEST_F(ContextsOfAUser, AreManagedWithoutOne) {
+  const Variables stale{{"KESTRELVISOR_CONTEXT", "nope"}};
+
+  EXPECT_EQ(run({"contexts"}, stale).status, 0);
+  EXPECT_EQ(run({"contexts", "add", "x", "--manager", "https://vrm"}, stale).status, 0);
+  const Finished named =
+      run({"contexts", "add", "y", "--manager", "https://vrm", "--context", "x"});
+  EXPECT_EQ(named.status, 2);
+  EXPECT_THAT(named.talk, HasSubstr("--context has no place here"));
+}
+
+TEST_F(ContextsOfAUser, AreOfNoUseWithAKeptReply) {
+  const std::string reply = folder.file("reply.pb");
+  ASSERT_EQ(run(command({"scan", "--save", reply})).status, 0);
+
+  const Finished found = run({"find", "--reply", reply}, {{"KESTRELVISOR_CONTEXT", "nope"}});
+
+  EXPECT_EQ(found.status, 0) << found.talk;
+}
+
 TEST_F(ContextsOfAUser, NoneIsSaidToBeThere) {
   const Finished list = run({"contexts"});
 
@@ -114,6 +173,22 @@ TEST_F(ContextsOfAUser, TakeThePlaceOfOthersOnlyWhenTold) {
 
   EXPECT_THAT(run({"contexts", "show", "good"}).output,
               AllOf(HasSubstr("https://other"), Not(HasSubstr(kUser))));
+}
+
+TEST_F(ContextsOfAUser, AreAllKeptThatAreAddedAtOnce) {
+  constexpr int kMany = 16;
+  const Setting setting{"", {{"XDG_CONFIG_HOME", folder.file("settings")}}};
+  std::vector<std::unique_ptr<Program>> programs;
+  for (int i = 0; i < kMany; ++i) {
+    programs.push_back(std::make_unique<Program>(
+        Arguments{"contexts", "add", "c" + std::to_string(i), "--manager", "https://vrm"},
+        setting));
+  }
+  for (const auto& program : programs) EXPECT_EQ(program->wait(), 0) << program->talk();
+
+  const Finished list = run({"contexts", "-o", "json"});
+
+  EXPECT_EQ(parsedAnswer(list.output)["contexts"].size(), static_cast<unsigned>(kMany));
 }
 
 TEST_F(ContextsOfAUser, FileNamesBecomeWhole) {
@@ -173,6 +248,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{"WithAnUnknownKey", "[contexts.x]\nmanger = \"https://vrm\"\n",
                 "did you mean manager?"},
         BadFile{"WithAWrongKind", "[contexts.x]\nmanager = true\n", "a text in quotes"},
+        BadFile{"WithANumberTooLarge", "[contexts.x]\nmanager = 12345678901234567890123\n",
+                "a text in quotes"},
         BadFile{"WithATextForATruth", "[contexts.x]\nstrict-tls = \"no\"\n", "true or false"},
         BadFile{"WithoutTables", "contexts = 7\n", "is no table"},
         BadFile{"WithAFlatContext", "[contexts]\nx = 7\n", "is no table"}),
@@ -231,7 +308,8 @@ TEST_F(ContextsOfAUser, TakeSettingsOnlyToBeAdded) {
   EXPECT_EQ(run({"contexts", "show", "good"}, {{"KESTRELVISOR_USER", "x"}}).status, 0);
 }
 
-// What an option is takes the first of these: command line, environment, context.
+// An option takes its value from the first of these: command line, the context that is named there,
+// environment, the context that is named there.
 class Twins : public ContextsOfAUser {
  protected:
   Finished verify(const Arguments& more, Variables variables = {}) const {
@@ -246,6 +324,8 @@ TEST_F(Twins, ThereIsOneForEveryOption) {
   for (const char* const command : kCommands) {
     for (const std::string& option : optionsIn(run({command, "--help"}).output)) {
       if (option == "help" || option == "context" || option == "no-strict-tls") continue;
+      const bool isKept = command == std::string("contexts") && option != "output";
+      if (isKept && option != "replace") continue;  // must be said
       std::string variable = "KESTRELVISOR_" + option;
       for (char& c : variable) c = c == '-' ? '_' : static_cast<char>(std::toupper(c));
       const Finished finished = run({command, "--nonsense"}, {{variable, "1"}});
@@ -255,19 +335,44 @@ TEST_F(Twins, ThereIsOneForEveryOption) {
   }
 }
 
-TEST_F(Twins, EnvironmentWinsOverTheContext) {
+TEST_F(Twins, WinOverTheContextOfTheEnvironment) {
   addGood();
 
-  const Finished finished = verify({"--context", "good"}, {{"KESTRELVISOR_USER", "stranger"}});
+  const Finished finished =
+      verify({}, {{"KESTRELVISOR_CONTEXT", "good"}, {"KESTRELVISOR_USER", "stranger"}});
 
   EXPECT_EQ(finished.status, 4);
   EXPECT_THAT(finished.talk, HasSubstr("as stranger"));
 }
 
-TEST_F(Twins, CommandLineWinsOverBoth) {
+TEST_F(Twins, YieldToTheContextOfTheCommandLine) {
   addGood();
 
-  EXPECT_EQ(verify({"--context", "good", "--user", kUser}, {{"KESTRELVISOR_USER", "x"}}).status, 0);
+  const Finished finished =
+      verify({"--context", "good"},
+             {{"KESTRELVISOR_USER", "stranger"}, {"KESTRELVISOR_MANAGER", "https://other"}});
+
+  EXPECT_EQ(finished.status, 0) << finished.talk;
+}
+
+TEST_F(Twins, GiveWhatTheContextOfTheCommandLineLeavesOut) {
+  ASSERT_EQ(run({"contexts", "add", "bare", "--manager", manager.url()}).status, 0);
+
+  const Finished finished =
+      verify({"--context", "bare"},
+             {{"KESTRELVISOR_USER", kUser}, {"KESTRELVISOR_PASSWORD_FILE", passwordFile}});
+
+  EXPECT_EQ(finished.status, 0) << finished.talk;
+}
+
+TEST_F(Twins, YieldToTheCommandLineAsContextsDo) {
+  addGood();
+
+  EXPECT_EQ(verify({"--context", "good", "--user", "stranger"}).status, 4);
+  EXPECT_EQ(verify({"--user", kUser},
+                   {{"KESTRELVISOR_CONTEXT", "good"}, {"KESTRELVISOR_USER", "stranger"}})
+                .status,
+            0);
 }
 
 TEST_F(Twins, WhatExcludesAnOptionOfTheCommandLineIsLeftOut) {
@@ -303,7 +408,7 @@ TEST_F(Twins, ThatCannotBeUsedAreNamed) {
       {"KESTRELVISOR_LOG_LEVEL", "loud"}, {"KESTRELVISOR_KEEP_ADDRESS", "maybe"},
       {"KESTRELVISOR_MANAGER", "a b"},    {"KESTRELVISOR_CA_CERT", "/nowhere"}};
   for (const auto& variable : cases) {
-    const Finished finished = verify({"--context", "good"}, {variable});
+    const Finished finished = verify({}, {{"KESTRELVISOR_CONTEXT", "good"}, variable});
     EXPECT_EQ(finished.status, 2) << variable.first;
     if (variable.first == "KESTRELVISOR_CA_CERT") continue;  // seen when the file is read
     EXPECT_THAT(finished.talk, HasSubstr(variable.first));

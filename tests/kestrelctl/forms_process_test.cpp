@@ -53,6 +53,13 @@ TEST_F(Forms, OfYamlSayWhatThoseOfJsonSay) {
   expectSameInYaml({"verify"});  // a failure
 }
 
+// What leaves nothing to tell takes no form; one that the environment names is for other commands.
+TEST_F(Forms, AreNotForAForgottenPin) {
+  const Arguments words{"cert", "forget", "--manager", "https://vrm", "-o", "json"};
+
+  EXPECT_THAT(Finished(words).talk, ::testing::HasSubstr("has no result for -o to show"));
+}
+
 TEST_F(Forms, OfCsvIsReadBySpreadsheets) {
   manager.changeInventory([](vrmsim::Inventory& site) { site.vms[0].name = "=1+1, \"x\""; });
 
