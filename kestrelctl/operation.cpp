@@ -32,6 +32,7 @@ OperationResult performSupervised(const OperationRequest& request, const Progres
                                   Deadline& deadline) {
   Supervision supervision(request, progress);
   supervision.waitUntilReady();
+  if (!request.log.file.empty()) rememberLog(request.log.file);  // it could be opened
   givePassword(request.connection, supervision);
   deadline = supervision.deadline();
   return supervision.waitForResult();
@@ -53,7 +54,6 @@ std::string nameOf(OperationKind kind, const std::string& machineUri) {
 
 OperationResult perform(const OperationRequest& request, const ProgressSink& progress) {
   if (!request.connection.useEnvironment) forgetForeignSettings();
-  if (!request.log.file.empty()) rememberLog(request.log.file);
   Deadline deadline;
   try {
     return performSupervised(request, progress, deadline);

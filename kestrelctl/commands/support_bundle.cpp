@@ -1,6 +1,7 @@
 #include "kestrelctl/command_options.h"
 #include "kestrelctl/commands/commands.h"
 #include "kestrelctl/console.h"
+#include "kestrelctl/failure.h"
 #include "kestrelctl/file_replacement.h"
 #include "kestrelctl/support/bundle.h"
 #include "kestrelctl/support/last_log.h"
@@ -48,7 +49,11 @@ ExitCode SupportBundleCommand::run() {
     checkDistinct({{"the bundle", file_}, {"the log", log}});
     checkReplaceable("support-bundle", file_);
   }
-  const std::string bundle = supportBundle(KESTRELCTL_VERSION, log);
+  const LogEnd end = endOfLog(log);
+  if (!logFile_.empty() && !end.problem.empty()) {
+    throw wrongUsage("--log: " + logFile_ + " cannot be read: " + end.problem);
+  }
+  const std::string bundle = supportBundle(KESTRELCTL_VERSION, end);
   if (!goesToFile) {
     printResult(bundle);
     return ExitCode::success;

@@ -1,6 +1,7 @@
 #include "kestrelctl/support/bundle.h"
 
 #include "kestrelctl/certificates/certificate.h"
+#include "kestrelctl/certificates/pin_file.h"
 #include "kestrelctl/contexts/context_file.h"
 #include "kestrelctl/documents/versions.h"
 #include "kestrelctl/failure.h"
@@ -19,7 +20,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <fstream>
+#include <functional>
 #include <sstream>
 #include <string_view>
 #include <vector>
@@ -93,55 +94,61 @@ std::string valueOf(const std::string& key, const std::string& value) {
   return key == "password-command" ? "is set" : withoutSecrets(value);
 }
 
-std::string contextsText() {
-  std::string text = heading("contexts, " + contextFile());
+// What a file of the user's holds, or why it cannot be used.
+std::string fileText(const std::string& title, const std::function<std::string()>& read) {
   try {
+    return heading(title) + read();
+  } catch (const Failure& failure) {
+    return heading(title) + "cannot be used: " + printable(withoutSecrets(failure.what()), true) +
+           "\n";
+  }
+}
+
+std::string contextsText() {
+  return fileText("contexts, " + contextFile(), [] {
+    std::string text;
     for (const auto& [name, settings] : readContexts()) {
-      text += "[" + printable(name, true) + "]\n";
+      text += "[" + printable(withoutSecrets(name), true) + "]\n";
       for (const auto& [key, value] : settings) text += setting("  " + key, valueOf(key, value));
     }
-  } catch (const Failure& failure) {
-    text += "cannot be used: " + printable(withoutSecrets(failure.what()), true) + "\n";
-  }
-  return text;
+    return text;
+  });
+}
+
+// Pins are no secrets: managers show their public keys to everybody.
+std::string pinsText() {
+  return fileText("pins, " + pinFile(), [] {
+    std::string text;
+    for (const auto& [manager, pin] : keptPins()) {
+      text += printable(withoutSecrets(manager + "  " + pin), true) + "\n";
+    }
+    return text;
+  });
 }
 
 std::string configurationText() {
   const char* const file = std::getenv("KESTRELVISOR_CONFIG");
   return heading("configuration") +
-         setting("KESTRELVISOR_CONFIG", file == nullptr ? "none" : file) +
+         setting("KESTRELVISOR_CONFIG", file == nullptr ? "none" : withoutSecrets(file)) +
          setting("CertAuthSwitch",
                  std::to_string(ConfigReader::getInt("General", "CertAuthSwitch", true)));
 }
 
-// The last lines of a file, each whole.
-std::string endOf(const std::string& path) {
-  constexpr std::streamoff kMost = 1 << 20;
-  std::ifstream file(path, std::ios::binary | std::ios::ate);
-  if (!file) return "cannot be read\n";
-  const std::streamoff size = file.tellg();
-  file.seekg(std::max<std::streamoff>(0, size - kMost));
-  std::string line;
-  if (size > kMost) std::getline(file, line);  // begun before
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
 // Redacted as a whole: a secret may go on in the next line.
-std::string logText(const std::string& path) {
-  if (path.empty()) return heading("log") + "none is known; --log-file FILE writes one\n";
-  std::istringstream lines(withoutSecrets(endOf(path)));
-  std::string text = heading("log, " + printable(path, true));
+std::string logText(const LogEnd& log) {
+  if (log.path.empty()) return heading("log") + "none is known; --log-file FILE writes one\n";
+  std::string text = heading("log, " + printable(log.path, true));
+  if (!log.problem.empty()) return text + "cannot be read: " + log.problem + "\n";
+  std::istringstream lines(withoutSecrets(log.text));
   for (std::string line; std::getline(lines, line);) text += printable(line, true) + "\n";
   return text;
 }
 
 }  // namespace
 
-std::string supportBundle(const std::string& ownVersion, const std::string& logFile) {
+std::string supportBundle(const std::string& ownVersion, const LogEnd& log) {
   return kBegin + heading("versions") + versionText(ownVersion) + systemText() + environmentText() +
-         configurationText() + contextsText() + logText(logFile);
+         configurationText() + contextsText() + pinsText() + logText(log);
 }
 
 }  // namespace kestrelvisor::ctl

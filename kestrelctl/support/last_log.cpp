@@ -19,7 +19,7 @@ std::string notePath() { return cachePath("last-log"); }
 void rememberLog(const std::string& path) noexcept {
   try {
     const std::string note = notePath();
-    if (note.empty()) return;
+    if (note.empty() || !std::filesystem::is_regular_file(path)) return;
     makeFoldersOf(note);
     replaceFile(note, std::filesystem::absolute(path).string());
   } catch (const std::exception&) {  // of the disk or the memory
