@@ -73,11 +73,28 @@ function(kestrelvisor_install_compressed file name)
   install(FILES ${compressed} DESTINATION ${arg_DESTINATION} COMPONENT ${arg_COMPONENT})
 endfunction()
 
+# Installs the script with which a shell completes command lines of kestrelctl, which prints it.
+function(kestrelvisor_install_completion shell name folder)
+  set(script ${PROJECT_BINARY_DIR}/completions/${name})
+  file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/completions)
+  add_custom_command(OUTPUT ${script}
+    COMMAND kestrelctl completion ${shell} > ${script}
+    DEPENDS kestrelctl
+    VERBATIM)
+  add_custom_target(kestrelctl_${shell}_completion ALL DEPENDS ${script})
+  install(FILES ${script} DESTINATION ${CMAKE_INSTALL_DATADIR}/${folder} COMPONENT tools)
+endfunction()
+
 # Tools of a plain build belong to that build.
 if(KESTRELVISOR_TOOLS AND NOT KESTRELVISOR_PLAIN_BUILD)
   install(TARGETS kestrelctl RUNTIME COMPONENT tools)
   install(TARGETS vrmsim RUNTIME COMPONENT simulator)
   install(FILES vrmsim/sites/sample.json DESTINATION ${data_folder}/sites COMPONENT simulator)
+
+  # Where each shell looks below /usr by itself.
+  kestrelvisor_install_completion(bash kestrelctl bash-completion/completions)
+  kestrelvisor_install_completion(zsh _kestrelctl zsh/vendor-completions)
+  kestrelvisor_install_completion(fish kestrelctl.fish fish/vendor_completions.d)
 
   # The simulator's pages are its own, all others are the tools'.
   file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.[1-8])

@@ -19,7 +19,8 @@ struct Named {
   std::string_view name;
   const char* kind;
 };
-constexpr std::array<Named, 6> kNamed{{{"--context", "context"},
+constexpr std::array<Named, 7> kNamed{{{"--context", "context"},
+                                       {"NAME", "context"},
                                        {"--name", "machine"},
                                        {"--host", "host"},
                                        {"--cluster", "cluster"},
@@ -68,7 +69,7 @@ CompletedCommand describe(const CLI::App& command) {
   described.description = command.get_description();
   for (const CLI::Option* option : command.get_options()) {
     if (option->get_positional()) {
-      described.argument = valueOf(*option, option->get_name(true));
+      described.arguments.push_back(valueOf(*option, option->get_name(true)));
       continue;
     }
     for (const std::string& name : option->get_lnames()) {

@@ -211,7 +211,7 @@ std::vector<CompletedCommand> describeCommands() {
   described.push_back({std::string(kHelpWord),
                        "Show the options and examples of a command",
                        {},
-                       {Completed::By::words, commandNames(app), {}}});
+                       {{Completed::By::words, commandNames(app), {}}}});
   return described;
 }
 

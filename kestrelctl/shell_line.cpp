@@ -17,9 +17,7 @@ std::string quoted(const std::string& word) {
   constexpr std::string_view kHarmless =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_./:=@%+,[]";
   if (!word.empty() && word.find_first_not_of(kHarmless) == std::string::npos) return word;
-  std::string text = "'";
-  for (const char c : word) text += c == '\'' ? "'\\''" : std::string(1, c);
-  return text + "'";
+  return inSingleQuotes(word);
 }
 
 // What stands on one line: a word, or an option and its value.
@@ -39,6 +37,13 @@ std::vector<std::string> piecesOf(const std::vector<std::string>& words) {
 }
 
 }  // namespace
+
+// A quote ends the quoted text, stands for itself and begins it anew.
+std::string inSingleQuotes(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? "'\\''" : std::string(1, c);
+  return quoted + "'";
+}
 
 std::vector<std::string> shellLines(const std::vector<std::string>& words, std::size_t columns) {
   std::vector<std::string> lines;

@@ -12,6 +12,7 @@
 #include <array>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kestrelvisor::ctl {
@@ -24,6 +25,7 @@ constexpr const char* kExamples =
     "      > ~/.local/share/bash-completion/completions/kestrelctl\n"
     "  kestrelctl completion zsh > ~/.zfunc/_kestrelctl     # a folder of $fpath\n"
     "  kestrelctl completion fish > ~/.config/fish/completions/kestrelctl.fish\n"
+    "  Installed packages bring them: there is nothing to do then.\n"
     "  Names of objects are those of the reply that scan --save has kept last. The\n"
     "  scripts ask for them by kestrelctl completion names KIND START.\n";
 
@@ -36,6 +38,7 @@ constexpr std::array<Shell, 3> kShells{
 
 constexpr const char* kNames = "names";
 constexpr const char* kContexts = "context";
+constexpr const char* kUris = "uri";
 constexpr std::size_t kMostNames = 200;  // more is no help
 
 std::vector<std::string> contextsBeginningWith(const std::string& start) {
@@ -77,15 +80,40 @@ void CompletionCommand::finishOptions(const CLI::App&) {
                    meant.empty() || isShell ? "bash, zsh or fish" : "did you mean " + meant + "?");
 }
 
+// Options take the names of these as patterns.
+bool isForPatterns(const std::string& kind) { return kind != kContexts && kind != kUris; }
+
+// The pattern that a name alone matches.
+std::string patternOf(const std::string& name) {
+  std::string pattern;
+  for (const char c : name) {
+    if (std::string_view("*?[\\").find(c) != std::string_view::npos) pattern += '\\';
+    pattern += c;
+  }
+  return pattern;
+}
+
+// What a pattern that is not whole yet says to the letter.
+std::string nameOf(const std::string& pattern) {
+  std::string name;
+  for (std::size_t i = 0; i < pattern.size(); ++i) {
+    if (pattern[i] == '\\') ++i;
+    if (i < pattern.size()) name += pattern[i];
+  }
+  return name;
+}
+
 // For the scripts: who completes a word is not told what is wrong.
 void CompletionCommand::printNames() const {
   const std::string& kind = words_[1];
-  const std::string start = words_.size() > 2 ? words_[2] : std::string();
+  const std::string typed = words_.size() > 2 ? words_[2] : std::string();
+  const bool isPattern = isForPatterns(kind);
+  const std::string start = isPattern ? nameOf(typed) : typed;
   const std::vector<std::string> names = kind == kContexts
                                              ? contextsBeginningWith(start)
                                              : namesBeginningWith(kind, start, kMostNames);
   std::string text;
-  for (const std::string& name : names) text.append(name).append("\n");
+  for (const std::string& name : names) text += (isPattern ? patternOf(name) : name) + "\n";
   printResult(text);
 }
 

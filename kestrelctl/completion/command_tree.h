@@ -32,7 +32,7 @@ struct CompletedCommand {
   std::string name;
   std::string description;
   std::vector<CompletedOption> options;
-  Completed argument;  // each word that is no option
+  std::vector<Completed> arguments;  // the words that are no options, by their places
 };
 
 }  // namespace kestrelvisor::ctl
