@@ -25,10 +25,12 @@ std::vector<std::string> optionNames(const CLI::App& command) {
   return names;
 }
 
-// The first option that the command does not know; an empty text when there is none.
+// The first option that the command does not know; an empty text when there is none. What follows a
+// letter may be its value, and a secret.
 std::string unknownOption(const CLI::App& command) {
   for (const std::string& extra : command.remaining()) {
-    if (extra.size() > 1 && extra.front() == '-') return extra.substr(0, extra.find('='));
+    if (extra.size() < 2 || extra.front() != '-') continue;
+    return extra[1] == '-' ? extra.substr(0, extra.find('=')) : extra.substr(0, 2);
   }
   return {};
 }

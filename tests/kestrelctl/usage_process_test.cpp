@@ -189,6 +189,13 @@ TEST(Usage, MistypedCommandNamesTheNearest) {
   EXPECT_THAT(run.talk, HasSubstr("did you mean \"kestrelctl scan\"?"));
 }
 
+TEST(Usage, ShowsNothingOfWhatFollowsAnUnknownLetter) {
+  const Finished run({"verify", "-phunter2"});
+
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.talk, AllOf(HasSubstr("there is no option -p\n"), Not(HasSubstr("hunter2"))));
+}
+
 TEST(Usage, MistypedOptionNamesTheNearest) {
   const Finished run({"scan", "--mangaer", "https://vrm"});
 
