@@ -3,6 +3,10 @@
 #include "tests/kestrelctl/fixture.h"
 #include "tests/kestrelctl/json_answer.h"
 
+#include <regex>
+#include <set>
+#include <string>
+
 namespace kestrelvisor::ctl::test {
 namespace {
 
@@ -14,6 +18,16 @@ std::string readBy(const std::string& script, const std::string& file) {
   std::string text = python.restOfOutput();
   EXPECT_EQ(python.wait(), 0) << python.errors();
   return text;
+}
+
+// The first group of a pattern, wherever it matches.
+std::set<std::string> found(const std::string& pattern, const std::string& text) {
+  const std::regex expression(pattern);
+  std::set<std::string> groups;
+  for (std::sregex_iterator at(text.begin(), text.end(), expression), end; at != end; ++at) {
+    groups.insert((*at)[1]);
+  }
+  return groups;
 }
 
 constexpr const char* kYamlToJson =
@@ -80,6 +94,11 @@ TEST_F(Forms, OfDotIsAGraph) {
   EXPECT_EQ(shown.status, 0);
   EXPECT_THAT(shown.output, ::testing::StartsWith("digraph environment {\n"));
   EXPECT_THAT(shown.output, ::testing::EndsWith("}\n"));
+  const std::set<std::string> nodes = found("(\\w+) \\[label=", shown.output);
+  const std::set<std::string> targets = found(" -> (\\w+)", shown.output);
+  EXPECT_GT(targets.size(), 1U);
+  EXPECT_THAT(nodes, ::testing::IsSupersetOf(targets));
+  EXPECT_THAT(nodes, ::testing::IsSupersetOf(found("(\\w+) -> ", shown.output)));
 }
 
 }  // namespace
