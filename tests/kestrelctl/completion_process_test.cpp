@@ -120,7 +120,7 @@ class Completion : public ::testing::Test {
   std::string zshLine(const std::string& text) const {
     return lineBehindTab("zsh", {"-f", "-i"},
                          "autoload -Uz compinit\n"
-                         "compinit -D\n"
+                         "compinit -u -D\n"
                          "compdef _kestrelctl kestrelctl\n"
                          "show-line() { printf '<<%s>>\\n' \"$BUFFER\" }\n"
                          "zle -N show-line\n"
