@@ -104,15 +104,21 @@ struct UrlCleanup {
 std::string asciiName(const std::string& host) {
   const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
   if (std::all_of(host.begin(), host.end(), isAscii)) return host;
+  // Asked for the host alone libcurl loses memory when it cannot convert it.
+  constexpr std::string_view kBefore = "https://";
+  constexpr std::string_view kBehind = "/";
   const std::unique_ptr<CURLU, UrlCleanup> url(curl_url());
   char* text = nullptr;
-  if (curl_url_set(url.get(), CURLUPART_HOST, host.c_str(), 0) != CURLUE_OK ||
-      curl_url_get(url.get(), CURLUPART_HOST, &text, CURLU_PUNYCODE) != CURLUE_OK) {
+  if (curl_url_set(url.get(), CURLUPART_SCHEME, "https", 0) != CURLUE_OK ||
+      curl_url_set(url.get(), CURLUPART_HOST, host.c_str(), 0) != CURLUE_OK ||
+      curl_url_get(url.get(), CURLUPART_URL, &text, CURLU_PUNYCODE) != CURLUE_OK) {
     throw wrongUsage("--manager: \"" + host + "\" is no name that can be looked up",
                      "write it in its form of letters without marks, xn--...; other letters need "
                      "a locale that has them");
   }
-  return std::unique_ptr<char, UrlCleanup>(text).get();
+  const std::unique_ptr<char, UrlCleanup> owner(text);
+  const std::string_view whole(text);
+  return std::string(whole.substr(kBefore.size(), whole.size() - kBefore.size() - kBehind.size()));
 }
 
 // Likewise for a name or an IPv4 address.
