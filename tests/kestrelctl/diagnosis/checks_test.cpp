@@ -60,6 +60,21 @@ TEST(DaysLeft, AreThoseOfTheFirstCertificateToEnd) {
   EXPECT_THAT(finding.text, HasSubstr("5 days left: certificate 2 ends on 2027-01-"));
 }
 
+TEST(DaysLeft, AreNotThoseOfWhatIsSentBesideThePath) {
+  Certificate leaf = certificateFor(kDay, 90 * kDay);
+  leaf.fingerprint = "leaf";
+  Certificate old = certificateFor(90 * kDay, -kDay);
+  old.fingerprint = "old";
+  Inspection inspection;
+  inspection.path = {leaf};
+  inspection.chain = {leaf, old};
+
+  const Finding finding = findingOfValidity(inspection, kNow, true);
+
+  EXPECT_EQ(finding.verdict, Verdict::pass);
+  EXPECT_THAT(finding.text, HasSubstr("90 days left: certificate 1 ends on 2027-04-"));
+}
+
 TEST(DaysLeft, OfAnExpiredCertificateAreAFailure) {
   const Finding finding =
       findingOf({certificateFor(9 * kDay, 9 * kDay), certificateFor(9 * kDay, -kDay)},
