@@ -6,14 +6,6 @@
 namespace kestrelvisor::ctl::test {
 namespace {
 
-SimulatorOptions optionsOfNextManager() {
-  static int count = 0;
-  SimulatorOptions options = managerOptions();
-  // The engine keeps sessions by address for the life of the process.
-  options.bindAddress = "127.0.3." + std::to_string(2 + count++ % 250);
-  return options;
-}
-
 // What the manager does with the request, and whether anybody knows then what became of it.
 struct Answer {
   const char* name;

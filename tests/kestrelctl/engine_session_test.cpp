@@ -17,14 +17,6 @@ ConnectionOptions connectionTo(const Simulator& manager) {
   return options;
 }
 
-// The engine keeps its sessions by address for the life of the process: each test has its own.
-SimulatorOptions optionsOfNextManager() {
-  static int count = 0;
-  SimulatorOptions options = managerOptions();
-  options.bindAddress = "127.0.0." + std::to_string(2 + count++ % 250);
-  return options;
-}
-
 class Session : public ::testing::Test {
  protected:
   Session() { session.usePassword(kSecret); }

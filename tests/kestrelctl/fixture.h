@@ -41,6 +41,18 @@ inline SimulatorOptions managerOptions(bool tls = false) {
   return options;
 }
 
+// Of a manager for a test that runs the engine in its own process: the engine keeps sessions by
+// address for as long as that lives, so no two managers have the same.
+inline SimulatorOptions optionsOfNextManager() {
+  constexpr int kHosts = 250;
+  static int count = 0;
+  SimulatorOptions options = managerOptions();
+  options.bindAddress =
+      "127.1." + std::to_string(count / kHosts) + "." + std::to_string(2 + count % kHosts);
+  ++count;
+  return options;
+}
+
 inline std::string machineUri(const vrmsim::Inventory& site, std::size_t machine) {
   return vrmsim::objectUri(site.ownSite(), "vms", site.vms[machine].id);
 }

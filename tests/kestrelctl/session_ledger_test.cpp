@@ -115,14 +115,6 @@ struct SessionRow {
 };
 void PrintTo(const SessionRow& row, std::ostream* out) { *out << row.name; }
 
-SimulatorOptions optionsOfNextManager() {
-  static int count = 0;
-  SimulatorOptions options = managerOptions();
-  // The engine keeps sessions by address for the life of the process.
-  options.bindAddress = "127.0.1." + std::to_string(2 + count++ % 250);
-  return options;
-}
-
 class SessionsInTheLog : public ::testing::TestWithParam<SessionRow> {
  protected:
   // Whatever comes of it.
